@@ -1,0 +1,197 @@
+// Packed DIBs: checking, layout, result blocks.
+//
+// A header is whatever a host or a file put there. Every size is formed in 64 bits and compared with
+// the block's real size, so nothing past this file can reach outside a block. biSizeImage is
+// not looked at; the block's own size may be larger than the image.
+
+#include "dib.h"
+
+#include "intops.h"
+
+#include <string.h>
+
+static const unsigned long long LARGEST_BLOCK = 0x7fffffff;
+static const unsigned LARGEST_PREFIX = 65535;  // header and colour table
+
+DWORD DibNumColors(const BITMAPINFOHEADER *pHeader)
+{
+    unsigned bitCount = pHeader->biBitCount;
+    if (pHeader->biSize == sizeof(BITMAPCOREHEADER)) {
+        BITMAPCOREHEADER core;
+        memcpy(&core, pHeader, sizeof core);
+        bitCount = core.bcBitCount;
+    } else if (pHeader->biClrUsed != 0) {
+        return pHeader->biClrUsed;
+    }
+    return bitCount == 1 ? 2 : bitCount == 4 ? 16 : bitCount == 8 ? 256 : 0;
+}
+
+DWORD DibPaletteSize(const BITMAPINFOHEADER *pHeader)
+{
+    const DWORD bytesPerEntry = pHeader->biSize == sizeof(BITMAPCOREHEADER) ? 3 : 4;
+    return DibNumColors(pHeader) * bytesPerEntry;
+}
+
+static int ShapeOf(const BITMAPINFOHEADER *pHeader, size_t nBlockBytes, DibShape *pShape)
+{
+    if (nBlockBytes < DIB_HEADER_BYTES || pHeader->biSize != DIB_HEADER_BYTES ||
+        pHeader->biCompression != BI_RGB || pHeader->biWidth <= 0 || pHeader->biHeight <= 0) {
+        return 0;
+    }
+    const DWORD nColors = DibNumColors(pHeader);
+    const uint64_t prefix = DIB_HEADER_BYTES + (uint64_t)nColors * sizeof(RGBQUAD);
+    const uint64_t stride = RowStride((uint64_t)pHeader->biWidth, pHeader->biBitCount);
+    // width x 16-bit depth x height stays below 2^31 x 2^13 x 2^31 and cannot overflow.
+    const uint64_t rows = stride * (uint64_t)pHeader->biHeight;
+    if (stride == 0 || prefix > LARGEST_PREFIX || rows > LARGEST_BLOCK ||
+        prefix + rows > nBlockBytes) {
+        return 0;
+    }
+    pShape->width = pHeader->biWidth;
+    pShape->height = pHeader->biHeight;
+    pShape->bitCount = pHeader->biBitCount;
+    pShape->nPlanes = pHeader->biPlanes;
+    pShape->nColors = nColors;
+    pShape->stride = (size_t)stride;
+    pShape->nBitsOffset = (size_t)prefix;
+    pShape->nBlockBytes = nBlockBytes;
+    return 1;
+}
+
+static void ViewOf(HGLOBAL hDib, BYTE *pBlock, DibView *pView)
+{
+    pView->hDib = hDib;
+    pView->pBlock = pBlock;
+    pView->pColors = (RGBQUAD *)(void *)(pBlock + DIB_HEADER_BYTES);
+    pView->pBits = pBlock + pView->shape.nBitsOffset;
+}
+
+int LockDib(HGLOBAL hDib, DibView *pView)
+{
+    if (hDib == NULL) {
+        return 0;
+    }
+    BYTE *pBlock = (BYTE *)GlobalLock(hDib);
+    if (pBlock == NULL) {
+        return 0;
+    }
+    if (!ShapeOf((const BITMAPINFOHEADER *)(void *)pBlock, GlobalSize(hDib), &pView->shape)) {
+        GlobalUnlock(hDib);
+        return 0;
+    }
+    ViewOf(hDib, pBlock, pView);
+    return 1;
+}
+
+void UnlockDib(DibView *pView)
+{
+    GlobalUnlock(pView->hDib);
+}
+
+int ReadDibShape(HGLOBAL hDib, DibShape *pShape)
+{
+    DibView view;
+    if (!LockDib(hDib, &view)) {
+        return 0;
+    }
+    *pShape = view.shape;
+    UnlockDib(&view);
+    return 1;
+}
+
+HGLOBAL AllocBlock(unsigned long long nBytes)
+{
+    if (nBytes > LARGEST_BLOCK) {
+        return NULL;
+    }
+    return GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, (SIZE_T)nBytes);
+}
+
+HGLOBAL DuplicateDib(HGLOBAL hDib)
+{
+    if (hDib == NULL) {
+        return NULL;
+    }
+    const SIZE_T nBytes = GlobalSize(hDib);
+    const HGLOBAL hCopy = AllocBlock(nBytes);
+    if (hCopy == NULL) {
+        return NULL;
+    }
+    void *pSource = GlobalLock(hDib);
+    void *pCopy = GlobalLock(hCopy);
+    // Kept: if a lock fails the new block is returned zero-filled.
+    if (pSource != NULL && pCopy != NULL) {
+        memcpy(pCopy, pSource, nBytes);
+    }
+    if (pSource != NULL) {
+        GlobalUnlock(hDib);
+    }
+    if (pCopy != NULL) {
+        GlobalUnlock(hCopy);
+    }
+    return hCopy;
+}
+
+HGLOBAL DuplicateFrame(const DibView *pSource, DibView *pResult)
+{
+    const DibShape *p = &pSource->shape;
+    const HGLOBAL hResult = AllocBlock(p->nBlockBytes);
+    BYTE *pBlock = hResult != NULL ? (BYTE *)GlobalLock(hResult) : NULL;
+    if (pBlock == NULL) {
+        if (hResult != NULL) {
+            GlobalFree(hResult);
+        }
+        return NULL;
+    }
+    const size_t nPixelsEnd = p->nBitsOffset + p->stride * (size_t)p->height;
+    pResult->shape = *p;
+    ViewOf(hResult, pBlock, pResult);
+    memcpy(pBlock, pSource->pBlock, p->nBitsOffset);
+    memcpy(pBlock + nPixelsEnd, pSource->pBlock + nPixelsEnd, p->nBlockBytes - nPixelsEnd);
+    return hResult;
+}
+
+void CopyRowPadding(const DibView *pSource, const DibView *pResult, int y)
+{
+    const DibShape *p = &pSource->shape;
+    const size_t nUsed = (size_t)(((uint64_t)p->width * (unsigned)p->bitCount + 7) / 8);
+    if (nUsed < p->stride) {
+        memcpy(PictureRow(pResult, y) + nUsed, PictureRow(pSource, y) + nUsed, p->stride - nUsed);
+    }
+}
+
+HGLOBAL CopyWithFullTable(HGLOBAL hDib)
+{
+    DibView source;
+    if (!LockDib(hDib, &source)) {
+        return NULL;
+    }
+    const DibShape *p = &source.shape;
+    const size_t nAfterTable = p->nBlockBytes - p->nBitsOffset;
+    const size_t nFullOffset = DIB_HEADER_BYTES + GRAY_LEVELS * sizeof(RGBQUAD);
+    const HGLOBAL hFull = AllocBlock((unsigned long long)nFullOffset + nAfterTable);
+    BYTE *pFull = hFull != NULL ? (BYTE *)GlobalLock(hFull) : NULL;
+    if (pFull != NULL) {
+        memcpy(pFull, source.pBlock, p->nBitsOffset);
+        memcpy(pFull + nFullOffset, source.pBits, nAfterTable);
+        ((BITMAPINFOHEADER *)(void *)pFull)->biClrUsed = GRAY_LEVELS;
+        GlobalUnlock(hFull);
+    }
+    UnlockDib(&source);
+    return hFull;
+}
+
+int IsGrayPalette(HGLOBAL hDib)
+{
+    DibView view;
+    if (!LockDib(hDib, &view)) {
+        return 0;
+    }
+    int bGray = 1;
+    for (DWORD i = 0; bGray && i < GRAY_LEVELS && i < view.shape.nColors; i++) {
+        const RGBQUAD color = view.pColors[i];
+        bGray = color.rgbRed == color.rgbGreen && color.rgbRed == color.rgbBlue;
+    }
+    UnlockDib(&view);
+    return bGray;
+}

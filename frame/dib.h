@@ -1,0 +1,72 @@
+// Packed DIBs: the check that every block passes before an export touches it, the layout, and the
+// blocks that results are made in.
+#ifndef FRAME_DIB_H
+#define FRAME_DIB_H
+
+#include <windows.h>
+
+#include <stddef.h>
+
+enum {
+    DIB_HEADER_BYTES = 40,
+    GRAY_LEVELS = 256
+};
+
+// What the header says, once it is known that the block holds it all.
+struct DibShape {
+    int width;
+    int height;
+    int bitCount;
+    int nPlanes;         // as stored; only some operations insist on 1
+    DWORD nColors;       // colour-table entries in the block
+    size_t stride;       // bytes from row to row
+    size_t nBitsOffset;  // from the block's start to the bottom row
+    size_t nBlockBytes;  // what the block holds, at least nBitsOffset + height * stride
+};
+
+// A checked block, locked. Rows are bottom-up.
+struct DibView {
+    HGLOBAL hDib;
+    DibShape shape;
+    BYTE *pBlock;
+    RGBQUAD *pColors;
+    BYTE *pBits;
+};
+
+// Checks and locks. 0, nothing locked, unless the block is a 40-byte-header, uncompressed,
+// bottom-up DIB with positive sides whose colour table and rows all lie inside it.
+int LockDib(HGLOBAL hDib, DibView *pView);
+void UnlockDib(DibView *pView);
+
+// The check alone.
+int ReadDibShape(HGLOBAL hDib, DibShape *pShape);
+
+// Colour-table entries and bytes that a header announces; core headers (12 bytes) are understood
+// here and nowhere else.
+DWORD DibNumColors(const BITMAPINFOHEADER *pHeader);
+DWORD DibPaletteSize(const BITMAPINFOHEADER *pHeader);
+
+// Row r counted from the top of the picture.
+static inline BYTE *PictureRow(const DibView *pView, int y)
+{
+    return pView->pBits + (size_t)(pView->shape.height - 1 - y) * pView->shape.stride;
+}
+
+// A new block with the same bytes; null for a null source or without memory.
+HGLOBAL DuplicateDib(HGLOBAL hDib);
+
+// The same, but for the rows, which are left zero for the caller to write once, in order, each with
+// the source's padding (CopyRowPadding). Locked into *pResult.
+HGLOBAL DuplicateFrame(const DibView *pSource, DibView *pResult);
+void CopyRowPadding(const DibView *pSource, const DibView *pResult, int y);
+
+// An 8-bit image with fewer than 256 colours as a copy with 256, the missing ones black.
+HGLOBAL CopyWithFullTable(HGLOBAL hDib);
+
+// A new movable, zeroed block of that many bytes; null past 2^31 - 1.
+HGLOBAL AllocBlock(unsigned long long nBytes);
+
+// 1 if all colours of an 8-bit image have equal components (missing entries count as black).
+int IsGrayPalette(HGLOBAL hDib);
+
+#endif

@@ -1,0 +1,12 @@
+// One line per family. Every table starts at its base level and is read-only after attach.
+
+#include "dispatch.h"
+
+#include "convolution/convolution_kernels.h"
+#include "platform/cpu.h"
+
+void ChooseKernels(void)
+{
+    const unsigned features = DetectCpuFeatures();
+    ChooseConvolutionKernels(features);
+}

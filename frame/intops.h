@@ -1,0 +1,33 @@
+// Small integer helpers that every filter shares: clamping, row strides, step totals. They stand
+// here once; no filter has its own.
+#ifndef FRAME_INTOPS_H
+#define FRAME_INTOPS_H
+
+#include <windows.h>
+
+#include <stdint.h>
+
+static inline BYTE ClampToByte(int value)
+{
+    return (BYTE)(value < 0 ? 0 : value > 255 ? 255 : value);
+}
+
+// The bytes of one stored row. 64 bits wide, so that no width and depth can overflow it.
+static inline uint64_t RowStride(uint64_t width, uint64_t bitCount)
+{
+    return (width * bitCount + 31) / 32 * 4;
+}
+
+static inline uint64_t CeilDivide(uint64_t value, uint64_t divisor)
+{
+    return (value + divisor - 1) / divisor;
+}
+
+// A progress total: n units of work rounded up to a whole number of bar steps.
+static inline int RoundToSteps(int64_t n)
+{
+    const int64_t total = (n + 4) / 5 * 5;
+    return total > INT32_MAX ? INT32_MAX / 5 * 5 : (int)total;
+}
+
+#endif

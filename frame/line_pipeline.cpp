@@ -1,0 +1,241 @@
+// The line pipeline: a neighbourhood filter straight from the source rows to the result rows.
+//
+// Rows are made in memory order (bottom row first), each written once, so that the fresh pages of
+// the result are touched one after the other; there is no image-sized temporary. A shuffled gray
+// palette costs a few line buffers: source rows pass through the level map into a ring of as many
+// lines as the window has rows, and results pass back in place.
+//
+// The bar takes the same number of steps as a filter that loads, allocates, computes and stores in
+// passes, spread over the rows.
+
+#include "dib.h"
+#include "matrix.h"
+#include "neighbourhood.h"
+#include "platform/workmemory.h"
+#include "progress.h"
+
+#include <string.h>
+
+enum { MIRROR_SIDE = 3 };
+
+struct LineRun {
+    const NeighbourhoodFilter *pFilter;
+    DibView source;
+    DibView result;
+    size_t channels;
+    const BYTE **lines;      // the window's lines for the row in work
+    const LevelMaps *pMaps;  // null: samples are used as stored
+    BYTE *ring;              // mapped rows; row y is in slot y mod nRows
+    int nLowestMapped;
+    BYTE indexOf[GRAY_LEVELS];
+};
+
+static const BYTE *SourceLine(LineRun *pRun, int y)
+{
+    if (pRun->pMaps == NULL) {
+        return PictureRow(&pRun->source, y);
+    }
+    const size_t width = (size_t)pRun->source.shape.width;
+    return pRun->ring + (size_t)(y % pRun->pFilter->nRows) * width;
+}
+
+// Maps the rows from the window's top row down to those already in the ring.
+static void FillRing(LineRun *pRun, int nTopRow)
+{
+    const int width = pRun->source.shape.width;
+    const int height = pRun->source.shape.height;
+    if (pRun->nLowestMapped > height) {
+        const int nBelow = nTopRow + pRun->pFilter->nRows;
+        pRun->nLowestMapped = nBelow < height ? nBelow : height;
+    }
+    const int nLowest = nTopRow < 0 ? 0 : nTopRow;
+    while (pRun->nLowestMapped > nLowest) {
+        const int y = --pRun->nLowestMapped;
+        const BYTE *src = PictureRow(&pRun->source, y);
+        BYTE *line = pRun->ring + (size_t)(y % pRun->pFilter->nRows) * (size_t)width;
+        for (int x = 0; x < width; x++) {
+            line[x] = pRun->pMaps->levels[src[x]];
+        }
+    }
+}
+
+static void AimLines(LineRun *pRun, int y)
+{
+    const NeighbourhoodFilter *pFilter = pRun->pFilter;
+    const int nTopRow = y - pFilter->nOriginRow;
+    if (pRun->pMaps != NULL) {
+        FillRing(pRun, nTopRow);
+    }
+    for (int k = 0; k < pFilter->nRows; k++) {
+        pRun->lines[k] = SourceLine(pRun, Mirror(nTopRow + k, pRun->source.shape.height));
+    }
+}
+
+// One pixel of the left or right column of a mirrored picture, through a window of its own.
+static void ComputeEdgePixel(const LineRun *pRun, int x, int bEdgeRow, BYTE *dst)
+{
+    BYTE window[MIRROR_SIDE][MIRROR_SIDE * 3];
+    const BYTE *lines[MIRROR_SIDE];
+    const size_t channels = pRun->channels;
+    for (int k = 0; k < MIRROR_SIDE; k++) {
+        for (int j = 0; j < MIRROR_SIDE; j++) {
+            const int from = Mirror(x - 1 + j, pRun->source.shape.width);
+            memcpy(&window[k][(size_t)j * channels], pRun->lines[k] + (size_t)from * channels,
+                   channels);
+        }
+        lines[k] = window[k];
+    }
+    KernelAt(pRun->pFilter, 1, bEdgeRow)(lines, (ptrdiff_t)channels, dst + (size_t)x * channels,
+                                         channels, pRun->pFilter->pParameters);
+}
+
+static void RunKernel(const LineRun *pRun, LineKernel kernel, BYTE *dst)
+{
+    const NeighbourhoodFilter *pFilter = pRun->pFilter;
+    const int nComputed = pRun->source.shape.width - pFilter->nLeft - pFilter->nRight;
+    const ptrdiff_t nShift = (ptrdiff_t)pRun->channels * (pFilter->nLeft - pFilter->nOriginColumn);
+    if (nComputed <= 0) {
+        return;  // a mirrored picture two pixels wide is all edges
+    }
+    for (int k = 0; k < pFilter->nRows; k++) {
+        pRun->lines[k] += nShift;
+    }
+    kernel(pRun->lines, (ptrdiff_t)pRun->channels, dst + (size_t)pFilter->nLeft * pRun->channels,
+           (size_t)nComputed * pRun->channels, pFilter->pParameters);
+}
+
+static void MapBack(const LineRun *pRun, BYTE *pixels, int count)
+{
+    if (pRun->pMaps != NULL) {
+        for (int i = 0; i < count; i++) {
+            pixels[i] = pRun->indexOf[pixels[i]];
+        }
+    }
+}
+
+static void MirroredRow(LineRun *pRun, int y, BYTE *dst)
+{
+    const int width = pRun->source.shape.width;
+    const int bEdgeRow = y == 0 || y == pRun->source.shape.height - 1;
+    AimLines(pRun, y);
+    ComputeEdgePixel(pRun, 0, bEdgeRow, dst);
+    ComputeEdgePixel(pRun, width - 1, bEdgeRow, dst);
+    RunKernel(pRun, KernelAt(pRun->pFilter, 0, bEdgeRow), dst);
+    MapBack(pRun, dst, width);
+}
+
+// The top and bottom rows are computed again from their neighbours' windows rather than copied: the
+// bottom row is written before the row it repeats.
+static void RepeatedRow(LineRun *pRun, int y, const BYTE *src, BYTE *dst)
+{
+    const size_t channels = pRun->channels;
+    const int width = pRun->source.shape.width;
+    const int height = pRun->source.shape.height;
+    const size_t nLast = (size_t)(width - 1) * channels;
+    const int bEdgeRow = y == 0 || y == height - 1;
+    AimLines(pRun, y == 0 ? 1 : y == height - 1 ? height - 2 : y);
+    RunKernel(pRun, pRun->pFilter->Kernel, dst);
+    MapBack(pRun, dst + channels, width - 2);
+    memcpy(dst, bEdgeRow ? src : dst + channels, channels);
+    memcpy(dst + nLast, (bEdgeRow ? src + nLast : dst + nLast - channels), channels);
+}
+
+static void CopiedRow(LineRun *pRun, int y, const BYTE *src, BYTE *dst)
+{
+    const NeighbourhoodFilter *pFilter = pRun->pFilter;
+    const size_t channels = pRun->channels;
+    const int width = pRun->source.shape.width;
+    const int nEnd = width - pFilter->nRight;
+    if (y < pFilter->nTop || y >= pRun->source.shape.height - pFilter->nBottom) {
+        memcpy(dst, src, (size_t)width * channels);
+        return;
+    }
+    AimLines(pRun, y);
+    memcpy(dst, src, (size_t)pFilter->nLeft * channels);
+    RunKernel(pRun, pFilter->Kernel, dst);
+    MapBack(pRun, dst + pFilter->nLeft, nEnd - pFilter->nLeft);
+    memcpy(dst + (size_t)nEnd * channels, src + (size_t)nEnd * channels,
+           (size_t)pFilter->nRight * channels);
+}
+
+static void MakeRow(LineRun *pRun, int y, int bCopy)
+{
+    const BYTE *src = PictureRow(&pRun->source, y);
+    BYTE *dst = PictureRow(&pRun->result, y);
+    CopyRowPadding(&pRun->source, &pRun->result, y);
+    if (bCopy) {
+        memcpy(dst, src, (size_t)pRun->source.shape.width * pRun->channels);
+    } else if (pRun->pFilter->border == BORDER_MIRRORED) {
+        MirroredRow(pRun, y, dst);
+    } else if (pRun->pFilter->border == BORDER_REPEATED) {
+        RepeatedRow(pRun, y, src, dst);
+    } else {
+        CopiedRow(pRun, y, src, dst);
+    }
+}
+
+static int MakeRows(LineRun *pRun, int bCopy, int bProgress)
+{
+    const int width = pRun->source.shape.width;
+    const int height = pRun->source.shape.height;
+    int nFirst, nEnd;
+    ComputeUnits(pRun->pFilter, width, height, &nFirst, &nEnd);
+    ProgressPace pace = {GetFilterThreadState(), bProgress,
+                         LoadSteps(height) + ColumnSteps(width) + UnitSteps(nFirst, nEnd) +
+                             ColumnSteps(width),
+                         0};
+    for (int y = height - 1; y >= 0; y--) {
+        if (!BeginPacedRow(&pace, height - 1 - y, height)) {
+            return 0;
+        }
+        MakeRow(pRun, y, bCopy);
+    }
+    return 1;
+}
+
+// The lines' pointers, and the ring where samples are mapped. 0 without memory.
+static int PrepareLines(LineRun *pRun)
+{
+    const size_t nRows = (size_t)pRun->pFilter->nRows;
+    pRun->lines = (const BYTE **)WorkAlloc(nRows, sizeof(BYTE *));
+    if (pRun->lines == NULL || pRun->pMaps == NULL) {
+        return pRun->lines != NULL;
+    }
+    pRun->ring = (BYTE *)WorkAlloc(nRows, (size_t)pRun->source.shape.width);
+    pRun->nLowestMapped = INT32_MAX;
+    for (int i = 0; i < GRAY_LEVELS; i++) {
+        pRun->indexOf[i] = (BYTE)pRun->pMaps->indexOf[i];
+    }
+    return pRun->ring != NULL;
+}
+
+HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const LevelMaps *pMaps,
+                        int bProgress)
+{
+    LineRun run;
+    HGLOBAL hResult = NULL;
+    int bDone = 0;
+    memset(&run, 0, sizeof run);
+    if (!LockDib(hDib, &run.source)) {
+        return NULL;
+    }
+    run.pFilter = pFilter;
+    run.pMaps = pMaps;
+    run.channels = run.source.shape.bitCount == 24 ? 3 : 1;
+    const int bCopy = ComputesNothing(pFilter, run.source.shape.width, run.source.shape.height);
+    if (bCopy || PrepareLines(&run)) {
+        hResult = DuplicateFrame(&run.source, &run.result);
+    }
+    if (hResult != NULL) {
+        bDone = MakeRows(&run, bCopy, bProgress);
+        UnlockDib(&run.result);
+    }
+    if (hResult != NULL && !bDone) {
+        GlobalFree(hResult);
+        hResult = NULL;
+    }
+    WorkFree(run.ring);
+    WorkFree((void *)run.lines);
+    UnlockDib(&run.source);
+    return hResult;
+}

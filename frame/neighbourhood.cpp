@@ -1,0 +1,91 @@
+// Chooses the driver of a neighbourhood filter and holds what both drivers share.
+//
+// The line pipeline is right whenever no mapping can change the palette: colour images, and gray
+// palettes that hold all 256 levels in any order. Only a palette that lacks levels needs the matrix
+// order.
+
+#include "neighbourhood.h"
+
+#include "convert.h"
+#include "matrix.h"
+
+int ComputesNothing(const NeighbourhoodFilter *pFilter, int width, int height)
+{
+    switch (pFilter->border) {
+    case BORDER_MIRRORED:
+        return width < 2 || height < 2;
+    case BORDER_REPEATED:
+    case BORDER_COPIED:
+    default:
+        return (int64_t)pFilter->nTop + pFilter->nBottom >= height ||
+               (int64_t)pFilter->nLeft + pFilter->nRight >= width;
+    }
+}
+
+void ComputeUnits(const NeighbourhoodFilter *pFilter, int width, int height, int *pFirst,
+                  int *pEnd)
+{
+    const int units = pFilter->order == VISIT_COLUMNS ? width : height;
+    const int bInnerOnly = pFilter->border == BORDER_REPEATED;
+    *pFirst = bInnerOnly ? 1 : 0;
+    *pEnd = bInnerOnly ? units - 1 : units;
+}
+
+LineKernel KernelAt(const NeighbourhoodFilter *pFilter, int bEdgeColumn, int bEdgeRow)
+{
+    LineKernel kernel = NULL;
+    if (bEdgeRow && !bEdgeColumn) {
+        kernel = pFilter->EdgeRowKernel;
+    } else if (bEdgeColumn && !bEdgeRow) {
+        kernel = pFilter->EdgeColumnKernel;
+    }
+    return kernel != NULL ? kernel : pFilter->Kernel;
+}
+
+static int IsRamp(const LevelMaps *pMaps)
+{
+    int bRamp = 1;
+    for (int i = 0; i < GRAY_LEVELS; i++) {
+        bRamp &= pMaps->levels[i] == i;
+    }
+    return bRamp;
+}
+
+static HGLOBAL FilterExpanded(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
+                              int height, int bProgress)
+{
+    const HGLOBAL hColor = ConvertPalette(hDib);
+    if (hColor == NULL) {
+        return NULL;
+    }
+    const HGLOBAL hResult = FilterColorNeighbourhood(pFilter, hColor, width, height, bProgress);
+    GlobalFree(hColor);
+    return hResult;
+}
+
+HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
+                                int height, int bProgress)
+{
+    DibView view;
+    LevelMaps maps;
+    if (!IsGrayPalette(hDib)) {
+        return FilterExpanded(pFilter, hDib, width, height, bProgress);
+    }
+    if (!LockDib(hDib, &view)) {
+        return NULL;
+    }
+    BuildLevelMaps(view.pColors, &maps);
+    UnlockDib(&view);
+    if (HasAllLevels(&maps)) {
+        return RunLinePipeline(pFilter, hDib, IsRamp(&maps) ? NULL : &maps, bProgress);
+    }
+    return RunMatrixOrder(pFilter, hDib, bProgress);
+}
+
+HGLOBAL FilterColorNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
+                                 int height, int bProgress)
+{
+    (void)width;
+    (void)height;
+    return RunLinePipeline(pFilter, hDib, NULL, bProgress);
+}

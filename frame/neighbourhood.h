@@ -1,0 +1,80 @@
+// Runs a neighbourhood filter over an image: the line pipeline, the matrix driver and the border
+// rules, shared by every filter that computes a pixel from the window around it.
+//
+// A filter is a record: how far its window reaches, what happens at the border, in which order the
+// pixels are visited, and a kernel. The kernel states the rule once, for gray and colour alike.
+#ifndef FRAME_NEIGHBOURHOOD_H
+#define FRAME_NEIGHBOURHOOD_H
+
+#include "line_kernel.h"
+
+#include <windows.h>
+
+enum BorderRule {
+    // A pixel whose window leaves the picture keeps its value.
+    BORDER_COPIED,
+    // 3 x 3 only. A border pixel repeats the nearest computed pixel; the corners keep their value.
+    BORDER_REPEATED,
+    // 3 x 3 only. The picture is mirrored about its edge pixels: beyond x = 0 lies x = 1.
+    BORDER_MIRRORED
+};
+
+// Which pixel comes next; it matters only where the palette lacks levels.
+enum VisitOrder { VISIT_ROWS, VISIT_COLUMNS };
+
+// The window has nRows x nColumns samples; its row nOriginRow and column nOriginColumn lie over the
+// pixel. The margins are the rows and columns along each side whose pixels the border rule handles;
+// inside them the window never leaves the picture.
+struct NeighbourhoodFilter {
+    int nRows, nColumns;
+    int nOriginRow, nOriginColumn;
+    int nTop, nBottom, nLeft, nRight;
+    BorderRule border;
+    VisitOrder order;
+    LineKernel Kernel;
+    // With BORDER_MIRRORED: what computes the pixels of the top and bottom row, and of the left and
+    // right column, without the corners. Null: Kernel does.
+    LineKernel EdgeRowKernel;
+    LineKernel EdgeColumnKernel;
+    const void *pParameters;
+};
+
+// An 8-bit image with a full colour table. A colour palette gives a 24-bit result. Null without
+// memory or once the user has cancelled.
+HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
+                                int height, int bProgress);
+
+// A 24-bit image; the channels are filtered independently.
+HGLOBAL FilterColorNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
+                                 int height, int bProgress);
+
+// ---- shared by the two drivers -------------------------------------------------------------------
+
+struct GrayMatrix;
+struct LevelMaps;
+
+// Straight from the source rows to the result rows. pMaps null: samples are used as stored (colour,
+// or a gray ramp); else every level must have an entry.
+HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const LevelMaps *pMaps,
+                        int bProgress);
+
+// Pixel by pixel in the stated order, through the level maps.
+HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int bProgress);
+
+// 1 if no pixel has a window that the border rule makes whole: the result is then a copy.
+int ComputesNothing(const NeighbourhoodFilter *pFilter, int width, int height);
+
+// The compute pass visits the units nFirst to nEnd - 1 (columns or rows).
+void ComputeUnits(const NeighbourhoodFilter *pFilter, int width, int height, int *pFirst,
+                  int *pEnd);
+
+// The kernel for a pixel on none, one or two edges of a mirrored picture.
+LineKernel KernelAt(const NeighbourhoodFilter *pFilter, int bEdgeColumn, int bEdgeRow);
+
+// A coordinate at most one step outside, mirrored about the edge pixel.
+static inline int Mirror(int position, int size)
+{
+    return position < 0 ? -position : position >= size ? 2 * (size - 1) - position : position;
+}
+
+#endif

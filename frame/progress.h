@@ -1,0 +1,45 @@
+// The modeless progress dialog and the step that every worker takes before each unit of work.
+#ifndef FRAME_PROGRESS_H
+#define FRAME_PROGRESS_H
+
+#include "thread_state.h"
+
+// Opens the calling thread's progress dialog for nStepTotal units of work and disables the parent
+// (which may be null). 1, or 0 if the dialog cannot be created.
+int OpenProgressDialog(HWND hParent, int nStepTotal);
+
+// Lets the thread's waiting messages through, then moves the bar by one step.
+void StepProgress(void);
+
+// Closes the dialog and enables the parent again. 1, or 0 if no dialog is open.
+int CloseProgressDialog(void);
+
+// Before unit number nUnit of a pass: steps the bar on every fifth unit. 0 once the user has
+// cancelled, whether or not progress is shown.
+static inline int BeginUnit(const FilterThreadState *pState, int bProgress, unsigned nUnit)
+{
+    if (bProgress && pState->hProgressDlg != NULL && nUnit % (unsigned)pState->nStepDivisor == 0) {
+        StepProgress();
+    }
+    return !pState->bCancelled;
+}
+
+// The bar steps of a pass over the units nFirst to nEnd - 1.
+static inline int64_t UnitSteps(int nFirst, int nEnd)
+{
+    return nEnd > nFirst ? ((int64_t)nEnd + 4) / 5 - ((int64_t)nFirst + 4) / 5 : 0;
+}
+
+// A pass that does its work in other units than the bar announces (whole rows instead of load,
+// compute and store passes) spreads the same number of steps evenly over its rows.
+struct ProgressPace {
+    const FilterThreadState *pState;
+    int bProgress;
+    int64_t nSteps;
+    int64_t nTaken;
+};
+
+// Before row nRow of nRows. 0 once the user has cancelled.
+int BeginPacedRow(ProgressPace *pPace, int nRow, int nRows);
+
+#endif

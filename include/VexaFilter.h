@@ -1,0 +1,111 @@
+/*
+ * VexaFilter - image filters on packed device-independent bitmaps.
+ *
+ * Every image crosses this interface as an HGLOBAL that holds a packed DIB: a 40-byte
+ * BITMAPINFOHEADER (biCompression 0, positive height: rows bottom-up), the colour table, then the
+ * rows, each padded to a multiple of four bytes. Functions are __stdcall and exported under their
+ * plain names.
+ *
+ * Ownership: an input is never changed and never freed; a result is a new movable block that the
+ * caller frees with GlobalFree. Failure is a null result. The library keeps one small record per
+ * thread, so any number of threads may call at once.
+ *
+ * The header compiles alone as C and as C++. On Linux it needs the <windows.h> of
+ * platform/posix on the include path.
+ */
+#ifndef VEXAFILTER_H
+#define VEXAFILTER_H
+
+#include <windows.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define VEXAFILTER_API __stdcall
+
+/*
+ * The mode argument of the filters. It is compared by value: 1 and 3 show the progress dialog, 2
+ * and 3 ask for the parameters first; any other value runs silently.
+ */
+#define MODE_PROGRESS 1u
+#define MODE_DIALOG 2u
+
+/*
+ * The arguments that most filters share:
+ *
+ *   hDib     the image, 1, 8 or 24 bits per pixel unless said otherwise. A 1-bit image gives an
+ *            8-bit gray result; an 8-bit image whose colour table is not gray gives a 24-bit one.
+ *   mode     MODE_PROGRESS, MODE_DIALOG, both or neither.
+ *   hParent  the window that the progress dialog belongs to and that is disabled while it shows;
+ *            may be null. Pass a top-level window.
+ *
+ * They return a new image or null: the handle is null or cannot be locked, the block is not a DIB
+ * of an accepted depth or shorter than its header says, a parameter is out of range, the user
+ * cancelled, or memory ran out.
+ */
+
+/* ---- state --------------------------------------------------------------------------------- */
+
+/*
+ * The error code of the calling thread's latest filter call: 1 no error, -1 the parameter dialog
+ * was asked for but VexaDlgs.dll or its entry was not found (the call went on without it), 0 no
+ * filter has run on this thread yet. It does not say why a result was null.
+ */
+int VEXAFILTER_API GetLastFilterError(void);
+
+/*
+ * Writes the version text "Version 10.75". length 0 or less: nothing is written; 1 to 13: that
+ * many characters and no terminator; above 13: the whole text with its terminator (14 bytes).
+ */
+void VEXAFILTER_API GetVexaFilterVersion(char *buffer, int length);
+
+/* ---- format conversions ---------------------------------------------------------------------- */
+
+/*
+ * A 1-bit image as 8-bit gray with a full gray colour table. method 0: black and white; 1: smoothed
+ * with a 3 x 3 kernel; 2: with a 5 x 5 kernel (low images fall back: below 6 rows to 1, below 4
+ * rows to 0). A bit counts as white when it is set, or when it is clear if colour-table entry 0 is
+ * light (all three components 128 or more). Null: not an uncompressed 1-bit DIB, zero width or
+ * height, another method, no memory.
+ */
+HGLOBAL VEXAFILTER_API ConvertMonoDibToGrayScale(HGLOBAL hDib, UINT method);
+
+/*
+ * An 8-bit palette image as 24-bit colour. Null: not an uncompressed 8-bit DIB, zero width or
+ * height, no memory.
+ */
+HGLOBAL VEXAFILTER_API Convert8bitto24(HGLOBAL hDib);
+
+/* ---- convolution: 3 x 3 kernels; docs/convolution.md --------------------------------------- */
+
+/*
+ * Second differences. nKernel: 0 four neighbours, 10 eight neighbours, 1 or 11 vertical, 2 or 12
+ * horizontal, 13 and 14 the two diagonals; any other value returns null. Negative responses are
+ * black. Border pixels repeat the nearest computed pixel, the four corners keep their value. An
+ * image narrower or lower than 3 pixels comes back as a copy.
+ */
+HGLOBAL VEXAFILTER_API FilterLaplace(HGLOBAL hDib, int nKernel, UINT mode, HWND hParent);
+
+/*
+ * First differences and compass masks. nKernel is 10 x family + direction (0 to 7): family 0
+ * isotropic, 1 Kirsch, 2 and 6 difference to one neighbour, 3 Prewitt, 4 central difference,
+ * 5 Sobel; any other value returns null. Negative responses are black; fractions are dropped.
+ * Borders and small images as FilterLaplace.
+ */
+HGLOBAL VEXAFILTER_API FilterGradient(HGLOBAL hDib, int nKernel, UINT mode, HWND hParent);
+
+/* Sharpening: five times the pixel minus its four neighbours. */
+HGLOBAL VEXAFILTER_API FilterEnhance(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/* The mean of 3 x 3 pixels, rounded down; the picture is mirrored about its edge pixels. */
+HGLOBAL VEXAFILTER_API FilterUniform(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/* Binomial blur (1 2 1; 2 4 2; 1 2 1) / 16, rounded down; mirrored borders. */
+HGLOBAL VEXAFILTER_API FilterGauss(HGLOBAL hDib, UINT mode, HWND hParent);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
