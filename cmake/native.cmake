@@ -22,6 +22,7 @@ file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/vexafilter.map
   CONTENT "{ global: @VEXA_EXPORT_LIST@; local: *; };\n" @ONLY)
 
 target_sources(vexafilter_library PRIVATE platform/posix/attach.cpp)
+target_compile_definitions(vexafilter_library PRIVATE VEXA_MODULE_NAME="VexaFilter.dll")
 target_link_libraries(vexafilter_library PUBLIC vexaposix)
 target_link_options(vexafilter_library PRIVATE
   -Wl,--version-script=${CMAKE_BINARY_DIR}/vexafilter.map -Wl,--no-undefined)

@@ -25,8 +25,11 @@ struct LineRun {
     size_t channels;
     const BYTE **lines;      // the window's lines for the row in work
     const LevelMaps *pMaps;  // null: samples are used as stored
-    BYTE *ring;              // mapped rows; row y is in slot y mod nRows
+    BYTE *ring;              // mapped rows; row y is in slot y mod nSlots
+    int nSlots;              // the window's rows and the one it has just left
     int nLowestMapped;
+    void *pState;  // of the row kernel
+    int bStarted;  // it has run on a row
     BYTE indexOf[GRAY_LEVELS];
 };
 
@@ -36,7 +39,7 @@ static const BYTE *SourceLine(LineRun *pRun, int y)
         return PictureRow(&pRun->source, y);
     }
     const size_t width = (size_t)pRun->source.shape.width;
-    return pRun->ring + (size_t)(y % pRun->pFilter->nRows) * width;
+    return pRun->ring + (size_t)(y % pRun->nSlots) * width;
 }
 
 // Maps the rows from the window's top row down to those already in the ring.
@@ -52,7 +55,7 @@ static void FillRing(LineRun *pRun, int nTopRow)
     while (pRun->nLowestMapped > nLowest) {
         const int y = --pRun->nLowestMapped;
         const BYTE *src = PictureRow(&pRun->source, y);
-        BYTE *line = pRun->ring + (size_t)(y % pRun->pFilter->nRows) * (size_t)width;
+        BYTE *line = pRun->ring + (size_t)(y % pRun->nSlots) * (size_t)width;
         for (int x = 0; x < width; x++) {
             line[x] = pRun->pMaps->levels[src[x]];
         }
@@ -68,6 +71,9 @@ static void AimLines(LineRun *pRun, int y)
     }
     for (int k = 0; k < pFilter->nRows; k++) {
         pRun->lines[k] = SourceLine(pRun, Mirror(nTopRow + k, pRun->source.shape.height));
+    }
+    if (pRun->bStarted) {
+        pRun->lines[pFilter->nRows] = SourceLine(pRun, nTopRow + pFilter->nRows);
     }
 }
 
@@ -89,19 +95,27 @@ static void ComputeEdgePixel(const LineRun *pRun, int x, int bEdgeRow, BYTE *dst
                                          channels, pRun->pFilter->pParameters);
 }
 
-static void RunKernel(const LineRun *pRun, LineKernel kernel, BYTE *dst)
+static void RunKernel(LineRun *pRun, LineKernel kernel, BYTE *dst)
 {
     const NeighbourhoodFilter *pFilter = pRun->pFilter;
     const int nComputed = pRun->source.shape.width - pFilter->nLeft - pFilter->nRight;
-    const ptrdiff_t nShift = (ptrdiff_t)pRun->channels * (pFilter->nLeft - pFilter->nOriginColumn);
+    const ptrdiff_t step = (ptrdiff_t)pRun->channels;
+    const ptrdiff_t nShift = step * (pFilter->nLeft - pFilter->nOriginColumn);
+    BYTE *out = dst + (size_t)pFilter->nLeft * pRun->channels;
+    const size_t count = (size_t)nComputed * pRun->channels;
     if (nComputed <= 0) {
         return;  // a mirrored picture two pixels wide is all edges
     }
-    for (int k = 0; k < pFilter->nRows; k++) {
+    for (int k = 0; k < pFilter->nRows + (pRun->bStarted ? 1 : 0); k++) {
         pRun->lines[k] += nShift;
     }
-    kernel(pRun->lines, (ptrdiff_t)pRun->channels, dst + (size_t)pFilter->nLeft * pRun->channels,
-           (size_t)nComputed * pRun->channels, pFilter->pParameters);
+    if (pFilter->pRowKernel == NULL) {
+        kernel(pRun->lines, step, out, count, pFilter->pParameters);
+        return;
+    }
+    pFilter->pRowKernel->Run(pRun->pState, pFilter, pRun->lines, step, out, count,
+                             !pRun->bStarted);
+    pRun->bStarted = 1;
 }
 
 static void MapBack(const LineRun *pRun, BYTE *pixels, int count)
@@ -140,22 +154,33 @@ static void RepeatedRow(LineRun *pRun, int y, const BYTE *src, BYTE *dst)
     memcpy(dst + nLast, (bEdgeRow ? src + nLast : dst + nLast - channels), channels);
 }
 
-static void CopiedRow(LineRun *pRun, int y, const BYTE *src, BYTE *dst)
+// The pixels nFirst to nEnd - 1, which have no whole window.
+static void MakeBorder(const LineRun *pRun, const BYTE *src, BYTE *dst, int nFirst, int nEnd)
+{
+    const size_t nOffset = (size_t)nFirst * pRun->channels;
+    const size_t nBytes = (size_t)(nEnd - nFirst) * pRun->channels;
+    if (pRun->pFilter->border == BORDER_BLACK) {
+        memset(dst + nOffset, pRun->pMaps != NULL ? pRun->indexOf[0] : 0, nBytes);
+    } else {
+        memcpy(dst + nOffset, src + nOffset, nBytes);
+    }
+}
+
+static void InnerRow(LineRun *pRun, int y, const BYTE *src, BYTE *dst)
 {
     const NeighbourhoodFilter *pFilter = pRun->pFilter;
     const size_t channels = pRun->channels;
     const int width = pRun->source.shape.width;
     const int nEnd = width - pFilter->nRight;
     if (y < pFilter->nTop || y >= pRun->source.shape.height - pFilter->nBottom) {
-        memcpy(dst, src, (size_t)width * channels);
+        MakeBorder(pRun, src, dst, 0, width);
         return;
     }
     AimLines(pRun, y);
-    memcpy(dst, src, (size_t)pFilter->nLeft * channels);
+    MakeBorder(pRun, src, dst, 0, pFilter->nLeft);
     RunKernel(pRun, pFilter->Kernel, dst);
-    MapBack(pRun, dst + pFilter->nLeft, nEnd - pFilter->nLeft);
-    memcpy(dst + (size_t)nEnd * channels, src + (size_t)nEnd * channels,
-           (size_t)pFilter->nRight * channels);
+    MapBack(pRun, dst + (size_t)pFilter->nLeft * channels, nEnd - pFilter->nLeft);
+    MakeBorder(pRun, src, dst, nEnd, width);
 }
 
 static void MakeRow(LineRun *pRun, int y, int bCopy)
@@ -164,13 +189,13 @@ static void MakeRow(LineRun *pRun, int y, int bCopy)
     BYTE *dst = PictureRow(&pRun->result, y);
     CopyRowPadding(&pRun->source, &pRun->result, y);
     if (bCopy) {
-        memcpy(dst, src, (size_t)pRun->source.shape.width * pRun->channels);
+        MakeBorder(pRun, src, dst, 0, pRun->source.shape.width);
     } else if (pRun->pFilter->border == BORDER_MIRRORED) {
         MirroredRow(pRun, y, dst);
     } else if (pRun->pFilter->border == BORDER_REPEATED) {
         RepeatedRow(pRun, y, src, dst);
     } else {
-        CopiedRow(pRun, y, src, dst);
+        InnerRow(pRun, y, src, dst);
     }
 }
 
@@ -181,8 +206,9 @@ static int MakeRows(LineRun *pRun, int bCopy, int bProgress)
     int nFirst, nEnd;
     ComputeUnits(pRun->pFilter, width, height, &nFirst, &nEnd);
     ProgressPace pace = {GetFilterThreadState(), bProgress,
-                         LoadSteps(height) + ColumnSteps(width) + UnitSteps(nFirst, nEnd) +
-                             ColumnSteps(width),
+                         LoadSteps(height) + ColumnSteps(width) +
+                             pRun->pFilter->nEarlierPasses * UnitSteps(0, height) +
+                             UnitSteps(nFirst, nEnd) + ColumnSteps(width),
                          0};
     for (int y = height - 1; y >= 0; y--) {
         if (!BeginPacedRow(&pace, height - 1 - y, height)) {
@@ -193,20 +219,35 @@ static int MakeRows(LineRun *pRun, int bCopy, int bProgress)
     return 1;
 }
 
-// The lines' pointers, and the ring where samples are mapped. 0 without memory.
+static int PrepareRowKernel(LineRun *pRun)
+{
+    const RowKernel *pKernel = pRun->pFilter->pRowKernel;
+    const size_t nSamples = (size_t)pRun->source.shape.width * pRun->channels;
+    if (pKernel == NULL) {
+        return 1;
+    }
+    const size_t nBytes = pKernel->StateBytes(pRun->pFilter, nSamples, (ptrdiff_t)pRun->channels);
+    pRun->pState = nBytes != 0 ? WorkAlloc(nBytes, 1) : NULL;
+    return nBytes == 0 || pRun->pState != NULL;
+}
+
+static int PrepareRing(LineRun *pRun)
+{
+    if (pRun->pMaps == NULL) {
+        return 1;
+    }
+    pRun->ring = (BYTE *)WorkAlloc((size_t)pRun->nSlots, (size_t)pRun->source.shape.width);
+    pRun->nLowestMapped = INT32_MAX;
+    return pRun->ring != NULL;
+}
+
+// What a computed row needs: the lines' pointers, the ring and the row kernel's state. 0 without
+// memory.
 static int PrepareLines(LineRun *pRun)
 {
-    const size_t nRows = (size_t)pRun->pFilter->nRows;
-    pRun->lines = (const BYTE **)WorkAlloc(nRows, sizeof(BYTE *));
-    if (pRun->lines == NULL || pRun->pMaps == NULL) {
-        return pRun->lines != NULL;
-    }
-    pRun->ring = (BYTE *)WorkAlloc(nRows, (size_t)pRun->source.shape.width);
-    pRun->nLowestMapped = INT32_MAX;
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        pRun->indexOf[i] = (BYTE)pRun->pMaps->indexOf[i];
-    }
-    return pRun->ring != NULL;
+    pRun->nSlots = pRun->pFilter->nRows + 1;
+    pRun->lines = (const BYTE **)WorkAlloc((size_t)pRun->nSlots, sizeof(BYTE *));
+    return pRun->lines != NULL && PrepareRing(pRun) && PrepareRowKernel(pRun);
 }
 
 HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const LevelMaps *pMaps,
@@ -221,6 +262,9 @@ HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const 
     }
     run.pFilter = pFilter;
     run.pMaps = pMaps;
+    for (int i = 0; pMaps != NULL && i < GRAY_LEVELS; i++) {
+        run.indexOf[i] = (BYTE)pMaps->indexOf[i];
+    }
     run.channels = run.source.shape.bitCount == 24 ? 3 : 1;
     const int bCopy = ComputesNothing(pFilter, run.source.shape.width, run.source.shape.height);
     if (bCopy || PrepareLines(&run)) {
@@ -234,6 +278,7 @@ HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const 
         GlobalFree(hResult);
         hResult = NULL;
     }
+    WorkFree(run.pState);
     WorkFree(run.ring);
     WorkFree((void *)run.lines);
     UnlockDib(&run.source);

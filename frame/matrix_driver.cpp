@@ -26,6 +26,14 @@ static int LevelOf(const MatrixRun *pRun, int x, int y)
     return pRun->source.maps.levels[pRun->source.columns[x][y]];
 }
 
+static BYTE BorderIndex(MatrixRun *pRun, int x, int y)
+{
+    if (pRun->pFilter->border == BORDER_BLACK) {
+        return (BYTE)GrayLevelToIndex(&pRun->source.maps, 0);
+    }
+    return pRun->source.columns[x][y];
+}
+
 static void ComputeCell(MatrixRun *pRun, int x, int y)
 {
     const NeighbourhoodFilter *pFilter = pRun->pFilter;
@@ -35,7 +43,7 @@ static void ComputeCell(MatrixRun *pRun, int x, int y)
     const int bEdgeRow = y < pFilter->nTop || y >= height - pFilter->nBottom;
     BYTE level;
     if ((bEdgeColumn || bEdgeRow) && pFilter->border != BORDER_MIRRORED) {
-        pRun->result.columns[x][y] = pRun->source.columns[x][y];
+        pRun->result.columns[x][y] = BorderIndex(pRun, x, y);
         return;
     }
     BYTE *sample = pRun->window;
@@ -47,15 +55,6 @@ static void ComputeCell(MatrixRun *pRun, int x, int y)
     }
     KernelAt(pFilter, bEdgeColumn, bEdgeRow)(pRun->lines, 1, &level, 1, pFilter->pParameters);
     pRun->result.columns[x][y] = (BYTE)GrayLevelToIndex(&pRun->source.maps, level);
-}
-
-static void CopyCells(MatrixRun *pRun)
-{
-    for (unsigned x = 0; x < pRun->source.width; x++) {
-        for (unsigned y = 0; y < pRun->source.height; y++) {
-            pRun->result.columns[x][y] = pRun->source.columns[x][y];
-        }
-    }
 }
 
 // Border pixels repeat the index of the nearest computed pixel; the corners keep their own.
@@ -87,8 +86,10 @@ static int ComputePass(MatrixRun *pRun, int bCopy, int bProgress)
     const int bColumns = pRun->pFilter->order == VISIT_COLUMNS;
     const int nInner = bColumns ? height : width;
     int nFirst, nEnd;
-    if (bCopy) {
-        CopyCells(pRun);
+    for (int x = 0; bCopy && x < width; x++) {
+        for (int y = 0; y < height; y++) {
+            pRun->result.columns[x][y] = BorderIndex(pRun, x, y);
+        }
     }
     ComputeUnits(pRun->pFilter, width, height, &nFirst, &nEnd);
     for (int unit = nFirst; unit < nEnd; unit++) {
@@ -101,6 +102,18 @@ static int ComputePass(MatrixRun *pRun, int bCopy, int bProgress)
     }
     if (!bCopy && pRun->pFilter->border == BORDER_REPEATED) {
         RepeatBorder(pRun);
+    }
+    return 1;
+}
+
+static int StepEarlierPasses(const MatrixRun *pRun, int bProgress)
+{
+    const FilterThreadState *pState = GetFilterThreadState();
+    const int nRows = (int)pRun->source.height;
+    for (int unit = 0; unit < pRun->pFilter->nEarlierPasses * nRows; unit++) {
+        if (!BeginUnit(pState, bProgress, (unsigned)(unit % nRows))) {
+            return 0;
+        }
     }
     return 1;
 }
@@ -143,7 +156,7 @@ HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int bPr
     const int height = (int)run.source.height;
     const int bCopy = ComputesNothing(pFilter, width, height);
     if (AllocGrayMatrix(&run.result, width, height, bProgress) &&
-        (bCopy || PrepareWindow(&run)) && ComputePass(&run, bCopy, bProgress)) {
+        (bCopy || PrepareWindow(&run)) && StepEarlierPasses(&run, bProgress) && ComputePass(&run, bCopy, bProgress)) {
         hResult = StoreResult(&run, hDib, bProgress);
     }
     WorkFree((void *)run.lines);

@@ -16,6 +16,7 @@ int ComputesNothing(const NeighbourhoodFilter *pFilter, int width, int height)
         return width < 2 || height < 2;
     case BORDER_REPEATED:
     case BORDER_COPIED:
+    case BORDER_BLACK:
     default:
         return (int64_t)pFilter->nTop + pFilter->nBottom >= height ||
                (int64_t)pFilter->nLeft + pFilter->nRight >= width;

@@ -13,6 +13,8 @@
 enum BorderRule {
     // A pixel whose window leaves the picture keeps its value.
     BORDER_COPIED,
+    // It becomes level 0.
+    BORDER_BLACK,
     // 3 x 3 only. A border pixel repeats the nearest computed pixel; the corners keep their value.
     BORDER_REPEATED,
     // 3 x 3 only. The picture is mirrored about its edge pixels: beyond x = 0 lies x = 1.
@@ -21,6 +23,18 @@ enum BorderRule {
 
 // Which pixel comes next; it matters only where the palette lacks levels.
 enum VisitOrder { VISIT_ROWS, VISIT_COLUMNS };
+
+// Runs over whole rows in place of a LineKernel, which still states the rule for single pixels. Rows
+// come one after the other from the bottom of the picture to its top. lines[nRows] is the line that
+// the window has just left, below it; it is valid unless bFirst, which is set on the first row.
+struct NeighbourhoodFilter;
+struct RowKernel {
+    // Scratch memory for rows of nSamples bytes (the whole width), 0 bytes if none. The state is
+    // zeroed, and freed by the driver.
+    size_t (*StateBytes)(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step);
+    void (*Run)(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
+                ptrdiff_t step, BYTE *out, size_t count, int bFirst);
+};
 
 // The window has nRows x nColumns samples; its row nOriginRow and column nOriginColumn lie over the
 // pixel. The margins are the rows and columns along each side whose pixels the border rule handles;
@@ -37,6 +51,10 @@ struct NeighbourhoodFilter {
     LineKernel EdgeRowKernel;
     LineKernel EdgeColumnKernel;
     const void *pParameters;
+    // Passes over the rows that the filter made before (to gather statistics); for the bar alone.
+    int nEarlierPasses;
+    // A faster form of Kernel for whole rows, with state that it carries from row to row; null: none.
+    const RowKernel *pRowKernel;
 };
 
 // An 8-bit image with a full colour table. A colour palette gives a 24-bit result. Null without

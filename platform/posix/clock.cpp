@@ -1,0 +1,24 @@
+// The clocks: GetTickCount counts milliseconds from an unknown start, WallClockSeconds seconds
+// since 1970. A test can stop both.
+
+#include "platform/clock.h"
+
+#include "internal.h"
+
+#include <time.h>
+
+DWORD WINAPI GetTickCount(void)
+{
+    if (testBench.bClockPinned)
+        return testBench.nTicks;
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<DWORD>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
+}
+
+unsigned int WallClockSeconds(void)
+{
+    if (testBench.bClockPinned)
+        return testBench.nSeconds;
+    return static_cast<unsigned int>(time(nullptr));
+}
