@@ -18,9 +18,9 @@ add_custom_command(
   OUTPUT ${CMAKE_BINARY_DIR}/libVexaFilter.a ${CMAKE_BINARY_DIR}/VexaFilter.lib
   COMMAND ${CMAKE_SOURCE_DIR}/scripts/import-libraries ${CMAKE_SOURCE_DIR}/frame/VexaFilter.def
     ${CMAKE_BINARY_DIR} ${CMAKE_NM} ${VEXA_DLLTOOL} ${VEXA_LLVM_DLLTOOL}
-    $<TARGET_OBJECTS:frame> $<TARGET_OBJECTS:convolution>
-  DEPENDS frame/VexaFilter.def scripts/import-libraries frame convolution
-    $<TARGET_OBJECTS:frame> $<TARGET_OBJECTS:convolution>
+    $<TARGET_OBJECTS:frame> $<TARGET_OBJECTS:convolution> $<TARGET_OBJECTS:statistics>
+  DEPENDS frame/VexaFilter.def scripts/import-libraries frame convolution statistics
+    $<TARGET_OBJECTS:frame> $<TARGET_OBJECTS:convolution> $<TARGET_OBJECTS:statistics>
   COMMAND_EXPAND_LISTS VERBATIM)
 add_custom_target(import_libraries ALL
   DEPENDS ${CMAKE_BINARY_DIR}/libVexaFilter.a ${CMAKE_BINARY_DIR}/VexaFilter.lib)

@@ -175,17 +175,25 @@ static HGLOBAL RunWorker(const FilterFrame *pFrame, const FilterCall *pCall, con
     return pFrame->Adapter(worker, pCall->hDib, width, height, pCall->pArguments, bProgress);
 }
 
+static int ArgumentsAreValid(const FilterFrame *pFrame, const FilterCall *pCall)
+{
+    return pFrame->ArgumentsAreValid == NULL || pFrame->ArgumentsAreValid(pCall->pArguments);
+}
+
 // From the parameter dialog to the result, for an image that is accepted.
 static HGLOBAL RunDialogsAndWorker(const FilterFrame *pFrame, FilterCall *pCall,
                                    const DibShape *pShape, FilterThreadState *pState)
 {
     const int bProgress = WantsProgress(pCall->mode);
+    if (pFrame->bCheckFirst && !ArgumentsAreValid(pFrame, pCall)) {
+        return NULL;
+    }
     if (WantsDialog(pCall->mode) &&
         !RunParameterDialog(pFrame->pDialogEntry, pCall->dialogArguments,
                             pCall->nDialogArguments)) {
         return NULL;
     }
-    if (pFrame->ArgumentsAreValid != NULL && !pFrame->ArgumentsAreValid(pCall->pArguments)) {
+    if (!ArgumentsAreValid(pFrame, pCall)) {
         return NULL;
     }
     if (bProgress) {

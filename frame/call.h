@@ -79,6 +79,7 @@ struct FilterFrame {
     WorkerAdapter Adapter;
     AnyWorker Worker8;
     AnyWorker Worker24;
+    int bCheckFirst = 0;  // ArgumentsAreValid is asked before the dialog as well
 };
 
 // One call of it. pArguments is a record laid out as the export's argument list from the parameter

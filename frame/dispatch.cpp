@@ -4,9 +4,13 @@
 
 #include "convolution/convolution_kernels.h"
 #include "platform/cpu.h"
+#include "statistics/mean_kernels.h"
+#include "statistics/rank_kernels.h"
 
 void ChooseKernels(void)
 {
     const unsigned features = DetectCpuFeatures();
     ChooseConvolutionKernels(features);
+    ChoosePixelMeanKernels(features);
+    ChooseRankKernels(features);
 }

@@ -1,8 +1,8 @@
 // Chooses the driver of a neighbourhood filter and holds what both drivers share.
 //
 // The line pipeline is right whenever no mapping can change the palette: colour images, and gray
-// palettes that hold all 256 levels in any order. Only a palette that lacks levels needs the matrix
-// order.
+// palettes that hold all 256 levels in any order, or all that can come out. Only a palette that may
+// need a level it lacks takes the matrix order.
 
 #include "neighbourhood.h"
 
@@ -77,7 +77,7 @@ HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib
     }
     BuildLevelMaps(view.pColors, &maps);
     UnlockDib(&view);
-    if (HasAllLevels(&maps)) {
+    if (pFilter->bKeepsLevels || HasAllLevels(&maps)) {
         return RunLinePipeline(pFilter, hDib, IsRamp(&maps) ? NULL : &maps, bProgress);
     }
     return RunMatrixOrder(pFilter, hDib, bProgress);

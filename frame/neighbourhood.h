@@ -51,6 +51,9 @@ struct NeighbourhoodFilter {
     LineKernel EdgeRowKernel;
     LineKernel EdgeColumnKernel;
     const void *pParameters;
+    // Each result is a level of its own window, so no palette ever needs a new one and the matrix
+    // order is never taken. Kernel may then be null beside a row kernel.
+    int bKeepsLevels;
     // Passes over the rows that the filter made before (to gather statistics); for the bar alone.
     int nEarlierPasses;
     // A faster form of Kernel for whole rows, with state that it carries from row to row; null: none.
@@ -72,7 +75,7 @@ struct GrayMatrix;
 struct LevelMaps;
 
 // Straight from the source rows to the result rows. pMaps null: samples are used as stored (colour,
-// or a gray ramp); else every level must have an entry.
+// or a gray ramp); else every level that can come out must have an entry.
 HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const LevelMaps *pMaps,
                         int bProgress);
 

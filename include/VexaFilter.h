@@ -45,6 +45,25 @@ extern "C" {
  * cancelled, or memory ran out.
  */
 
+/*
+ * A mask: one byte for each of its positions. The operators on 1-bit images use the positions whose
+ * byte is 1; the weighted filters take each byte as a weight.
+ *
+ * elements    columns pointers, left to right, each to rows bytes, top to bottom. They stay the
+ *             caller's and are only read.
+ *
+ * The mask position over the computed pixel is column originColumn, row originRow for the operators
+ * on 1-bit and gray images. The weighted filters read the two fields the other way round: there
+ * originColumn holds the row and originRow the column.
+ */
+typedef struct FilterMask {
+    BYTE **elements;
+    int rows;
+    int columns;
+    int originColumn;
+    int originRow;
+} FilterMask;
+
 /* ---- state --------------------------------------------------------------------------------- */
 
 /*
@@ -103,6 +122,105 @@ HGLOBAL VEXAFILTER_API FilterUniform(HGLOBAL hDib, UINT mode, HWND hParent);
 
 /* Binomial blur (1 2 1; 2 4 2; 1 2 1) / 16, rounded down; mirrored borders. */
 HGLOBAL VEXAFILTER_API FilterGauss(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/* ---- rank filters; docs/statistics.md ------------------------------------------------------ */
+
+/*
+ * Each makes a pixel an order statistic of the nSize x nSize pixels around it (1 or more): nSize / 2
+ * rows above and columns left of it, so an even window reaches one further up and left. Pixels whose
+ * window leaves the picture are copied; so is a picture smaller than the window. nSize below 1
+ * returns null. Time hardly depends on nSize.
+ */
+
+/* The darkest sample of the window. */
+HGLOBAL VEXAFILTER_API FilterMinimum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/* The brightest. */
+HGLOBAL VEXAFILTER_API FilterMaximum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/*
+ * The median, of all samples but the window's top left one: of a window of count samples, the
+ * count / 2-th smallest of the others (for 3 x 3 the fourth of eight).
+ */
+HGLOBAL VEXAFILTER_API FilterMedian(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/* The mean of the darkest and the brightest sample, rounded down. */
+HGLOBAL VEXAFILTER_API FilterMidpoint(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/* The brightest sample less the darkest: edges are bright, flat areas black. */
+HGLOBAL VEXAFILTER_API FilterRange(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/*
+ * The mean, rounded, of what is left of the window's sorted samples when the nTrim darkest and the
+ * nTrim brightest are left out. Null unless 0 <= nTrim < nSize x nSize / 2.
+ */
+HGLOBAL VEXAFILTER_API FilterAlphaTrimmedMean(HGLOBAL hDib, int nSize, int nTrim, UINT mode,
+                                              HWND hParent);
+
+/*
+ * The median where each sample counts as often as its weight in a mask says; the first one, column
+ * by column, is left out once. Null stands for 3 x 3 pixels whose middle column counts three times.
+ * Mind the order of the mask's origin fields (FilterMask). A pixel is computed when the whole mask
+ * and one row below it and one column right of it lie inside the picture. The dialog edits the
+ * default mask: what it changes counts only if pMask is null. A mask that has no positions, more
+ * than 16777216, a null column or only weights of 0 returns null.
+ */
+HGLOBAL VEXAFILTER_API FilterWeightedMedian(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                            HWND hParent);
+
+/* ---- means and adaptive filters; docs/statistics.md ---------------------------------------- */
+
+/*
+ * Each computes a pixel from the nSize x nSize pixels around it (1 or more): nSize / 2 rows above
+ * and columns left of it, so an even window reaches one further up and left. Pixels whose window
+ * leaves the picture are copied; so is a picture smaller than the window. nSize below 1 returns
+ * null. Levels are truncated unless said otherwise.
+ */
+
+/* The geometric mean; 0 if a sample is 0. Flat areas may come out one level darker. */
+HGLOBAL VEXAFILTER_API FilterGeometricMean(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/* The harmonic mean, rounded; 0 if a sample is 0. */
+HGLOBAL VEXAFILTER_API FilterHarmonicMean(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/*
+ * The contra-harmonic mean: the sum of the samples' powers nOrder + 1 by that of the powers nOrder.
+ * A positive order removes dark specks, a negative one bright ones, and then a sample of 0 makes
+ * the pixel 0. Order 0 is the arithmetic mean, -1 the harmonic one.
+ */
+HGLOBAL VEXAFILTER_API FilterContraHarmonicMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode,
+                                                HWND hParent);
+
+/*
+ * The mean of order nOrder: the root of that order of the mean of the samples' powers. With a
+ * negative order a sample of 0 makes the pixel 0. Order 0 returns null.
+ */
+HGLOBAL VEXAFILTER_API FilterYpMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode, HWND hParent);
+
+/*
+ * The mean weighted by a mask; null stands for nine equal weights. Mind the order of the mask's
+ * origin fields (FilterMask). The dialog edits the default mask: what it changes counts only if
+ * pMask is null. A mask that has no positions, a null column or only weights of 0 returns null.
+ */
+HGLOBAL VEXAFILTER_API FilterWeightedMean(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                          HWND hParent);
+
+/*
+ * The double-window modified trimmed mean: of the nLargeSize x nLargeSize pixels around a pixel,
+ * the mean of those that differ by at most nTrimLevel from the median of the inner
+ * nSmallSize x nSmallSize. Null unless 1 <= nSmallSize <= nLargeSize. A negative nTrimLevel leaves
+ * nothing to average: every pixel with a whole window becomes 0.
+ */
+HGLOBAL VEXAFILTER_API FilterAdaptiveDWMTM(HGLOBAL hDib, int nSmallSize, int nLargeSize,
+                                           int nTrimLevel, UINT mode, HWND hParent);
+
+/*
+ * Pulls a pixel towards the mean of its window by nNoiseVariance over the window's variance,
+ * rounded. The ratio is not limited: where it exceeds 1 the pixel overshoots the mean. A negative
+ * variance sharpens.
+ */
+HGLOBAL VEXAFILTER_API FilterAdaptiveMMSE(HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode,
+                                          HWND hParent);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,158 @@
+// See masks.h.
+
+#include "masks.h"
+
+#include "platform/workmemory.h"
+
+#include <string.h>
+
+static int NotNegative(int64_t value)
+{
+    return (int)(value < 0 ? 0 : value > INT32_MAX ? INT32_MAX : value);
+}
+
+// ---- squares -------------------------------------------------------------------------------------
+
+NeighbourhoodFilter SquareFilter(int nSize)
+{
+    NeighbourhoodFilter filter = {};
+    const int nBefore = nSize / 2;
+    filter.nRows = filter.nColumns = nSize;
+    filter.nOriginRow = filter.nOriginColumn = nBefore;
+    filter.nTop = filter.nLeft = nBefore;
+    filter.nBottom = filter.nRight = nSize - nBefore - 1;
+    filter.border = BORDER_COPIED;
+    filter.order = VISIT_ROWS;
+    return filter;
+}
+
+int IsSizeArgument(const void *pArguments)
+{
+    return *(const int *)pArguments >= 1;
+}
+
+// ---- masks of weights ----------------------------------------------------------------------------
+
+static int HasPositions(const FilterMask *pMask)
+{
+    if (pMask->elements == NULL || pMask->rows < 1 || pMask->columns < 1 ||
+        (int64_t)pMask->rows * pMask->columns > MOST_MASK_POSITIONS) {
+        return 0;
+    }
+    for (int i = 0; i < pMask->columns; i++) {
+        if (pMask->elements[i] == NULL) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+int IsWeightMask(const FilterMask *pMask)
+{
+    if (!HasPositions(pMask)) {
+        return 0;
+    }
+    for (int i = 0; i < pMask->columns; i++) {
+        for (int j = 0; j < pMask->rows; j++) {
+            if (pMask->elements[i][j] != 0) {
+                return 1;
+            }
+        }
+    }
+    return 0;
+}
+
+int ReadWeightMask(const FilterMask *pMask, WeightMask *pWeights)
+{
+    memset(pWeights, 0, sizeof *pWeights);
+    if (!IsWeightMask(pMask)) {
+        return 0;
+    }
+    pWeights->nRows = pMask->rows;
+    pWeights->nColumns = pMask->columns;
+    // Kept: the weighted filters read the two origin fields the other way round.
+    pWeights->nOriginRow = pMask->originColumn;
+    pWeights->nOriginColumn = pMask->originRow;
+    pWeights->pWeights = (BYTE *)WorkAlloc((size_t)pMask->rows, (size_t)pMask->columns);
+    if (pWeights->pWeights == NULL) {
+        return 0;
+    }
+    BYTE *weight = pWeights->pWeights;
+    for (int j = 0; j < pMask->rows; j++) {
+        for (int i = 0; i < pMask->columns; i++) {
+            *weight = pMask->elements[i][j];
+            pWeights->nTotal += *weight++;
+        }
+    }
+    return 1;
+}
+
+void FreeWeightMask(WeightMask *pWeights)
+{
+    WorkFree(pWeights->pWeights);
+    pWeights->pWeights = NULL;
+}
+
+NeighbourhoodFilter MaskFilter(const WeightMask *pWeights)
+{
+    NeighbourhoodFilter filter = {};
+    filter.nRows = pWeights->nRows;
+    filter.nColumns = pWeights->nColumns;
+    filter.nOriginRow = pWeights->nOriginRow;
+    filter.nOriginColumn = pWeights->nOriginColumn;
+    filter.nTop = NotNegative(pWeights->nOriginRow);
+    filter.nLeft = NotNegative(pWeights->nOriginColumn);
+    filter.nBottom = NotNegative((int64_t)pWeights->nRows - pWeights->nOriginRow);
+    filter.nRight = NotNegative((int64_t)pWeights->nColumns - pWeights->nOriginColumn);
+    filter.border = BORDER_COPIED;
+    filter.order = VISIT_ROWS;
+    return filter;
+}
+
+// ---- the exports that take a mask ----------------------------------------------------------------
+
+enum { DEFAULT_SIDE = 3 };
+
+struct MaskArguments {
+    const FilterMask *pMask;
+    const FilterMask *pDefault;
+};
+
+typedef HGLOBAL (*MaskWorker)(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
+                              int bProgress);
+
+static const FilterMask *MaskInUse(const void *pArguments)
+{
+    const MaskArguments *p = (const MaskArguments *)pArguments;
+    return p->pMask != NULL ? p->pMask : p->pDefault;
+}
+
+int IsMaskArgument(const void *pArguments)
+{
+    return IsWeightMask(MaskInUse(pArguments));
+}
+
+HGLOBAL CallMaskWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
+                       const void *pArguments, int bProgress)
+{
+    return ((MaskWorker)worker)(hDib, width, height, MaskInUse(pArguments), bProgress);
+}
+
+HGLOBAL RunMaskFilter(const FilterFrame *pFrame, HGLOBAL hDib, const FilterMask *pMask,
+                      const BYTE *pDefaultWeights, UINT mode, HWND hParent)
+{
+    BYTE runs[DEFAULT_SIDE][DEFAULT_SIDE];
+    BYTE *elements[DEFAULT_SIDE] = {runs[0], runs[1], runs[2]};
+    FilterMask mask = {elements, DEFAULT_SIDE, DEFAULT_SIDE, 1, 1};
+    const MaskArguments arguments = {pMask, &mask};
+    FilterCall call = {};
+    memcpy(runs, pDefaultWeights, sizeof runs);
+    call.hDib = hDib;
+    call.pArguments = (void *)&arguments;
+    call.dialogArguments[0] = (UINT_PTR)hDib;
+    call.dialogArguments[1] = (UINT_PTR)&mask;
+    call.nDialogArguments = 2;
+    call.mode = mode;
+    call.pParent = &hParent;
+    return RunFilter(pFrame, &call);
+}

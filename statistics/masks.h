@@ -1,0 +1,62 @@
+// The windows of the statistics filters: n x n squares and masks of weights.
+#ifndef STATISTICS_MASKS_H
+#define STATISTICS_MASKS_H
+
+#include "VexaFilter.h"
+#include "frame/call.h"
+#include "frame/neighbourhood.h"
+
+#include <stdint.h>
+
+// FilterGrayNeighbourhood or FilterColorNeighbourhood.
+typedef HGLOBAL (*NeighbourhoodRun)(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
+                                    int height, int bProgress);
+
+// ---- squares -------------------------------------------------------------------------------------
+
+// A filter with a window of nSize x nSize pixels (1 or more): nSize / 2 rows above the pixel and as
+// many columns left of it, so an even window reaches one further up and left. Pixels without a whole
+// window are copied, rows visited top to bottom. Kernel and parameters are left to the caller.
+NeighbourhoodFilter SquareFilter(int nSize);
+
+// 1 if an argument record begins with a window's size of 1 or more.
+int IsSizeArgument(const void *pArguments);
+
+// ---- masks of weights ----------------------------------------------------------------------------
+
+// A mask in a memory block of its own.
+struct WeightMask {
+    int nRows, nColumns;
+    int nOriginRow, nOriginColumn;  // of the mask position over the pixel; may lie outside the mask
+    int64_t nTotal;                 // the sum of the weights, at least 1
+    BYTE *pWeights;                 // row by row from the top, each from left to right
+};
+
+// 1 if the mask has 1 to MOST_MASK_POSITIONS positions, no column is null and a weight is not 0.
+// Wild pointers cannot be told.
+enum { MOST_MASK_POSITIONS = 1 << 24 };
+int IsWeightMask(const FilterMask *pMask);
+
+// Copies a mask that IsWeightMask accepts. 0 without memory or for any other mask.
+int ReadWeightMask(const FilterMask *pMask, WeightMask *pWeights);
+void FreeWeightMask(WeightMask *pWeights);
+
+// A filter with the mask as its window. A pixel in column x and row y is computed when
+// nOriginRow <= y < height + nOriginRow - nRows, and likewise x; others are copied. Kept: the last
+// row and column whose window would still fit are copied too.
+NeighbourhoodFilter MaskFilter(const WeightMask *pWeights);
+
+// ---- the exports that take a mask ----------------------------------------------------------------
+
+// (hDib, pMask, mode, hParent). pMask null stands for the default: 3 x 3, the pixel in the middle,
+// the nine weights column by column (all masks in use are symmetric). The dialog is given the
+// default mask, and what it changes there counts only if pMask is null. The frame's validity test
+// must be IsMaskArgument, its adapter CallMaskWorker; a worker is
+// (hDib, width, height, pMask, bProgress).
+HGLOBAL RunMaskFilter(const FilterFrame *pFrame, HGLOBAL hDib, const FilterMask *pMask,
+                      const BYTE *pDefaultWeights, UINT mode, HWND hParent);
+int IsMaskArgument(const void *pArguments);
+HGLOBAL CallMaskWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
+                       const void *pArguments, int bProgress);
+
+#endif

@@ -1,0 +1,515 @@
+// The mean filters: every pixel whose window lies inside the picture becomes a mean of the window -
+// geometric, harmonic, contra-harmonic, of order P, or weighted by a mask; all others are copied.
+//
+// A mean is a rule: one or two sums of terms that are functions of a sample, and what becomes of
+// them. The terms stand in tables that the C library's pow fills once per call. Rules and levels
+// are made here, the sums in mean_kernels.cpp.
+//
+// Precision decides results near whole numbers and is kept: the geometric mean multiplies single
+// precision factors in double precision (so flat 255 becomes 254 in a 3 x 3 window); the
+// contra-harmonic and Yp means round their sums to single precision after every addition; the
+// harmonic mean adds doubles. Levels are truncated, the harmonic mean's rounded. A power that
+// overflows gives 255, and 0 where nothing is left but infinity over infinity.
+//
+// Refused: P = 0, and masks whose weights are all 0.
+
+#include "mean.h"
+
+#include "frame/call.h"
+#include "frame/neighbourhood.h"
+#include "frame/workers.h"
+#include "masks.h"
+#include "mean_kernels.h"
+#include "platform/workmemory.h"
+
+#include <math.h>
+#include <string.h>
+
+struct MeanPlan {
+    MeanRule rule;
+    NearSum nearSum;  // Yp uses its steps alone
+};
+
+static const double LARGEST_FLOAT_WHOLE = 16777216;  // up to here every whole number is a float
+
+// ---- steps --------------------------------------------------------------------------------------
+
+static uint64_t DoubleBits(double value)
+{
+    uint64_t bits;
+    memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+static int CellOf(double value)
+{
+    return (int)(DoubleBits(value) >> STEP_CELL_SHIFT);
+}
+
+// limits: where ranks 0 to 254 end, above 0 and in ascending order. Each may lie up to dZone
+// higher.
+static void MakeSteps(LevelSteps *pSteps, const double *limits, double dZone, int nFlip)
+{
+    const int nLast = GRAY_LEVELS - 1;
+    int nNext = 0;
+    pSteps->nFlip = nFlip;
+    pSteps->dLeast = limits[0] / 2;
+    pSteps->dMost = limits[nLast - 1];
+    pSteps->nFirstCell = CellOf(pSteps->dLeast);
+    pSteps->limits[nLast] = UINT64_MAX;
+    for (int rank = 0; rank < nLast; rank++) {
+        const int nEnd = CellOf(limits[rank]) - pSteps->nFirstCell + 1;
+        pSteps->bSlow |= nEnd == nNext;
+        memset(pSteps->cells + nNext, rank, (size_t)(nEnd - nNext));
+        nNext = nEnd;
+        pSteps->limits[rank] = DoubleBits(limits[rank]);
+        pSteps->decided[rank + 1] = DoubleBits(limits[rank] + dZone);
+    }
+}
+
+// ---- near sums ----------------------------------------------------------------------------------
+
+// Sums run as doubles, in which whole numbers are exact below 2^53.
+enum { SUM_BITS = 52 };
+
+// Terms grow, and levels fall, as samples get darker. TermOf gives a sample's term, LimitOf the sum
+// at which the level falls below a given one. A zero sample's term alone is dZeroSum, half of which
+// no window without a zero exceeds: a single zero gives level 0 and nothing else does, so between
+// the two nothing is in doubt.
+//
+// A term is off by less than one; all other roundings, those of the sum in order included, come to
+// less than four. Small windows gain nothing, and huge ones would leave every level in doubt.
+static void MakeNearSum(MeanPlan *pPlan, double dZeroSum, double (*TermOf)(double, double),
+                        double (*LimitOf)(double, double))
+{
+    MeanRule *pRule = &pPlan->rule;
+    NearSum *pNear = &pPlan->nearSum;
+    double limits[GRAY_LEVELS];
+    const double dSamples = pRule->dSamples;
+    const double dError = dSamples + 4;
+    int nExponent;
+    (void)frexp(dSamples * dZeroSum, &nExponent);
+    const double dScale = ldexp(1, SUM_BITS - nExponent);
+    pNear->terms[0] = dZeroSum * dScale;
+    for (int s = 1; s < GRAY_LEVELS; s++) {
+        pNear->terms[s] = floor(TermOf(pRule->sums[0].terms[s], dSamples) * dScale + 0.5);
+    }
+    for (int level = GRAY_LEVELS - 1; level > 1; level--) {
+        limits[GRAY_LEVELS - 1 - level] = LimitOf(level, dSamples) * dScale - dError;
+    }
+    limits[GRAY_LEVELS - 2] = 0.75 * dZeroSum * dScale;
+    if (dSamples >= 4 && dSamples <= 1 << 20 && limits[0] > 2 * dError) {
+        MakeSteps(&pNear->steps, limits, 2 * dError, GRAY_LEVELS - 1);
+        pRule->pNear = pNear;
+    }
+}
+
+static double InverseTerm(double inverse, double dSamples)
+{
+    (void)dSamples;
+    return inverse;
+}
+
+static double InverseLimit(double level, double dSamples)
+{
+    return dSamples / (level - 0.5);
+}
+
+// Logarithms of 512 / product, so that no term is negative.
+static const double LOG_512 = 6.2383246250395077848;
+
+static double FactorTerm(double factor, double dSamples)
+{
+    return LOG_512 / dSamples - log(factor);
+}
+
+static double FactorLimit(double level, double dSamples)
+{
+    (void)dSamples;
+    return LOG_512 - log(level);
+}
+
+// ---- rules --------------------------------------------------------------------------------------
+
+typedef int (*RuleMaker)(MeanPlan *pPlan, int nOrder);
+
+static int MakeGeometric(MeanPlan *pPlan, int nOrder)
+{
+    MeanRule *pRule = &pPlan->rule;
+    (void)nOrder;
+    for (int s = 0; s < GRAY_LEVELS; s++) {
+        pRule->sums[0].terms[s] = (float)pow(s, 1.0 / pRule->dSamples);
+    }
+    pRule->nSums = 1;
+    pRule->sums[0].kind = MULTIPLY;
+    pRule->finish = FINISH_VALUE;
+    MakeNearSum(pPlan, 2 * LOG_512, FactorTerm, FactorLimit);
+    return 1;
+}
+
+static int MakeHarmonic(MeanPlan *pPlan, int nOrder)
+{
+    MeanRule *pRule = &pPlan->rule;
+    (void)nOrder;
+    pRule->sums[0].terms[0] = HUGE_VAL;  // one zero sample: N / infinity
+    for (int s = 1; s < GRAY_LEVELS; s++) {
+        pRule->sums[0].terms[s] = 1.0 / s;
+    }
+    pRule->nSums = 1;
+    pRule->sums[0].kind = SUM_DOUBLES;
+    pRule->finish = FINISH_INVERSE;
+    MakeNearSum(pPlan, 2 * pRule->dSamples, InverseTerm, InverseLimit);
+    return 1;
+}
+
+// The sum of a power of the samples, rounded to float after every addition. If all terms and their
+// sum are whole numbers that a float holds, nothing is ever rounded.
+static void MakePowerSum(WindowSum *pSum, double dPower, double dSamples)
+{
+    int bOnes = 1, bSamples = 1, bSquares = 1, bFloats = 1;
+    for (int s = 0; s < GRAY_LEVELS; s++) {
+        const double term = pow(s, dPower);
+        pSum->terms[s] = term;
+        bOnes &= term == 1;
+        bSamples &= term == s;
+        bSquares &= term == s * s;
+        bFloats &= (double)(float)term == term;
+    }
+    const double dMost = dSamples * pSum->terms[GRAY_LEVELS - 1];
+    const int bWhole = dMost <= LARGEST_FLOAT_WHOLE;
+    pSum->kind = bWhole && bOnes      ? SUM_ONES
+                 : bWhole && bSamples ? SUM_SAMPLES
+                 : bWhole && bSquares ? SUM_SQUARES
+                 : bFloats            ? SUM_FLOATS
+                                      : SUM_ROUNDED;
+}
+
+// Infinite terms do the rest of the zero rules: with a negative order a zero sample makes the
+// denominator infinite, and the quotient 0 or not a number.
+static int MakeContraHarmonic(MeanPlan *pPlan, int nOrder)
+{
+    MeanRule *pRule = &pPlan->rule;
+    MakePowerSum(&pRule->sums[0], (double)nOrder + 1, pRule->dSamples);
+    MakePowerSum(&pRule->sums[1], nOrder, pRule->dSamples);
+    pRule->nSums = 2;
+    pRule->finish = FINISH_QUOTIENT;
+    return 1;
+}
+
+// ---- the outer power of the Yp mean -------------------------------------------------------------
+
+enum { INFINITE_BITS = 0x7f800000 };  // of a float
+
+static double FloatOf(uint32_t bits)
+{
+    float value;
+    memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+static uint32_t FloatBits(double value)
+{
+    const float narrow = (float)value;
+    uint32_t bits;
+    memcpy(&bits, &narrow, sizeof bits);
+    return bits;
+}
+
+static int YpLevel(const MeanRule *pRule, int nOrder, uint32_t bits)
+{
+    const double value = pow(FloatOf(bits) / pRule->dSamples, 1.0 / nOrder);
+    return value < 255 ? (int)value : 255;
+}
+
+// The level as a step function of the sum, a float: 255 limits instead of a power per pixel. The
+// limits are found with pow itself. Its results for neighbouring floats are further apart than its
+// error, so that they are in order.
+struct YpSearch {
+    const MeanRule *pRule;
+    int nOrder;
+    int nFlip;
+    int nRank;
+};
+
+static int IsBeyond(const YpSearch *p, uint32_t bits)
+{
+    return (YpLevel(p->pRule, p->nOrder, bits) ^ p->nFlip) > p->nRank;
+}
+
+// The bits of the least float beyond the rank; infinity is beyond every rank.
+static uint32_t FindLimit(const YpSearch *p, uint32_t guess)
+{
+    uint32_t low = guess, high = guess;
+    uint32_t stride = 1;
+    if (IsBeyond(p, guess)) {
+        for (low = high - 1; low > 0 && IsBeyond(p, low); stride *= 2) {
+            high = low;
+            low -= low < stride ? low : stride;
+        }
+    } else {
+        for (high = low + 1; !IsBeyond(p, high); stride *= 2) {
+            low = high;
+            high += INFINITE_BITS - high < stride ? INFINITE_BITS - high : stride;
+        }
+    }
+    while (low + 1 < high) {
+        const uint32_t middle = low + (high - low) / 2;
+        if (IsBeyond(p, middle)) {
+            high = middle;
+        } else {
+            low = middle;
+        }
+    }
+    return high;
+}
+
+static int MakeYp(MeanPlan *pPlan, int nOrder)
+{
+    MeanRule *pRule = &pPlan->rule;
+    LevelSteps *pSteps = &pPlan->nearSum.steps;
+    double limits[GRAY_LEVELS];
+    YpSearch search = {pRule, nOrder, nOrder > 0 ? 0 : GRAY_LEVELS - 1, 0};
+    if (nOrder == 0) {
+        return 0;
+    }
+    MakePowerSum(&pRule->sums[0], nOrder, pRule->dSamples);
+    for (int rank = 0; rank < GRAY_LEVELS - 1; rank++) {
+        const int level = nOrder > 0 ? rank + 1 : GRAY_LEVELS - 1 - rank;
+        const uint32_t about = FloatBits(pRule->dSamples * pow(level, nOrder));
+        const uint32_t guess = about < 1 ? 1 : about < INFINITE_BITS ? about : INFINITE_BITS - 1;
+        search.nRank = rank;
+        const uint32_t bits = FindLimit(&search, guess);
+        limits[rank] = bits < INFINITE_BITS ? FloatOf(bits) : ldexp(1, 128);
+    }
+    MakeSteps(pSteps, limits, 0, search.nFlip);
+    pSteps->bSlow |= nOrder < 0 && (float)pRule->sums[0].terms[GRAY_LEVELS - 1] == 0;
+    pRule->nSums = 1;
+    pRule->finish = FINISH_STEPS;
+    pRule->pSteps = pSteps;
+    return 1;
+}
+
+// ---- running a rule -----------------------------------------------------------------------------
+
+// The rows' form of a rule, or null where its state would be too large (thousands of rows of a wide
+// picture): then every pixel is put together by itself.
+static const RowKernel *RowsOf(const MeanRule *pRule, int width)
+{
+    const double dMostBytes = 1 << 28;
+    double dBytesPerSample = 8 * sizeof(double);
+    for (int s = 0; s < pRule->nSums; s++) {
+        const SumKind kind = pRule->sums[s].kind;
+        if (kind == SUM_FLOATS || kind == SUM_ROUNDED) {
+            dBytesPerSample += (double)pRule->nRows * sizeof(double);
+        }
+    }
+    if (dBytesPerSample * 3 * width > dMostBytes) {
+        return NULL;
+    }
+    if (pRule->finish == FINISH_QUOTIENT || pRule->finish == FINISH_STEPS) {
+        return g_pPixelMeanKernels->pOrdered;
+    }
+    return pRule->pNear != NULL ? g_pPixelMeanKernels->pNear : NULL;
+}
+
+static HGLOBAL RunMean(RuleMaker Make, NeighbourhoodRun Run, HGLOBAL hDib, int width, int height,
+                       int nSize, int nOrder, int bProgress)
+{
+    NeighbourhoodFilter filter = SquareFilter(nSize);
+    HGLOBAL hResult = NULL;
+    MeanPlan *pPlan = (MeanPlan *)WorkAlloc(1, sizeof(MeanPlan));
+    if (pPlan == NULL) {
+        return NULL;
+    }
+    pPlan->rule.nRows = pPlan->rule.nColumns = nSize;
+    pPlan->rule.dSamples = (double)nSize * nSize;
+    if (Make(pPlan, nOrder)) {
+        filter.Kernel = g_pPixelMeanKernels->Plain;
+        filter.pParameters = &pPlan->rule;
+        filter.pRowKernel = RowsOf(&pPlan->rule, width);
+        hResult = Run(&filter, hDib, width, height, bProgress);
+    }
+    WorkFree(pPlan);
+    return hResult;
+}
+
+// ---- workers ------------------------------------------------------------------------------------
+
+HGLOBAL GeometricMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunMean(MakeGeometric, FilterGrayNeighbourhood, hDib, width, height, nSize, 0,
+                   bProgress);
+}
+
+HGLOBAL GeometricMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunMean(MakeGeometric, FilterColorNeighbourhood, hDib, width, height, nSize, 0,
+                   bProgress);
+}
+
+HGLOBAL HarmonicMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunMean(MakeHarmonic, FilterGrayNeighbourhood, hDib, width, height, nSize, 0, bProgress);
+}
+
+HGLOBAL HarmonicMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunMean(MakeHarmonic, FilterColorNeighbourhood, hDib, width, height, nSize, 0,
+                   bProgress);
+}
+
+HGLOBAL ContraHarmonicMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int nOrder,
+                                  int bProgress)
+{
+    return RunMean(MakeContraHarmonic, FilterGrayNeighbourhood, hDib, width, height, nSize, nOrder,
+                   bProgress);
+}
+
+HGLOBAL ContraHarmonicMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int nOrder,
+                                   int bProgress)
+{
+    return RunMean(MakeContraHarmonic, FilterColorNeighbourhood, hDib, width, height, nSize, nOrder,
+                   bProgress);
+}
+
+HGLOBAL YpMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int nOrder, int bProgress)
+{
+    return RunMean(MakeYp, FilterGrayNeighbourhood, hDib, width, height, nSize, nOrder, bProgress);
+}
+
+HGLOBAL YpMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int nOrder, int bProgress)
+{
+    return RunMean(MakeYp, FilterColorNeighbourhood, hDib, width, height, nSize, nOrder, bProgress);
+}
+
+// Equal weights are no weights: the plain mean of the window, rounded down.
+static void MakeEqualWeights(MeanRule *pRule, const WeightMask *pMask)
+{
+    pRule->nRows = pMask->nRows;
+    pRule->nColumns = pMask->nColumns;
+    pRule->dSamples = (double)pMask->nRows * pMask->nColumns;
+    for (int s = 0; s < GRAY_LEVELS; s++) {
+        pRule->sums[0].terms[s] = s;
+        pRule->sums[1].terms[s] = 1;
+    }
+    pRule->sums[0].kind = SUM_SAMPLES;
+    pRule->sums[1].kind = SUM_ONES;
+    pRule->nSums = 2;
+    pRule->finish = FINISH_QUOTIENT;
+}
+
+static int AreEqualWeights(const WeightMask *pMask)
+{
+    const size_t count = (size_t)pMask->nRows * (size_t)pMask->nColumns;
+    for (size_t i = 1; i < count; i++) {
+        if (pMask->pWeights[i] != pMask->pWeights[0]) {
+            return 0;
+        }
+    }
+    return count * GRAY_LEVELS <= INT32_MAX;  // the running sums' type
+}
+
+static HGLOBAL RunWeightedMean(NeighbourhoodRun Run, HGLOBAL hDib, int width, int height,
+                               const FilterMask *pMask, int bProgress)
+{
+    WeightMask mask;
+    HGLOBAL hResult = NULL;
+    MeanRule *pRule = (MeanRule *)WorkAlloc(1, sizeof(MeanRule));
+    if (pRule != NULL && ReadWeightMask(pMask, &mask)) {
+        const WeightRule weights = {mask.nRows, mask.nColumns, mask.nTotal, mask.pWeights};
+        NeighbourhoodFilter filter = MaskFilter(&mask);
+        filter.Kernel = g_pPixelMeanKernels->Weighted;
+        filter.pParameters = &weights;
+        if (AreEqualWeights(&mask)) {
+            MakeEqualWeights(pRule, &mask);
+            filter.Kernel = g_pPixelMeanKernels->Plain;
+            filter.pParameters = pRule;
+            filter.pRowKernel = RowsOf(pRule, width);
+        }
+        hResult = Run(&filter, hDib, width, height, bProgress);
+        FreeWeightMask(&mask);
+    }
+    WorkFree(pRule);
+    return hResult;
+}
+
+HGLOBAL WeightedMeanFilter8(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
+                            int bProgress)
+{
+    return RunWeightedMean(FilterGrayNeighbourhood, hDib, width, height, pMask, bProgress);
+}
+
+HGLOBAL WeightedMeanFilter24(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
+                             int bProgress)
+{
+    return RunWeightedMean(FilterColorNeighbourhood, hDib, width, height, pMask, bProgress);
+}
+
+// ---- exports ------------------------------------------------------------------------------------
+
+HGLOBAL VEXAFILTER_API FilterGeometricMean(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"GeometricFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSizeArgument,
+                                      CallSidesIntWorker,
+                                      (AnyWorker)GeometricMeanFilter8,
+                                      (AnyWorker)GeometricMeanFilter24,
+                                      1};
+    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterHarmonicMean(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"HarmonicFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSizeArgument,
+                                      CallSidesIntWorker,
+                                      (AnyWorker)HarmonicMeanFilter8,
+                                      (AnyWorker)HarmonicMeanFilter24,
+                                      1};
+    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterContraHarmonicMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode,
+                                                HWND hParent)
+{
+    static const FilterFrame FRAME = {"ContraFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSizeArgument,
+                                      CallSidesIntPairWorker,
+                                      (AnyWorker)ContraHarmonicMeanFilter8,
+                                      (AnyWorker)ContraHarmonicMeanFilter24,
+                                      1};
+    return RunIntPairFilter(&FRAME, hDib, nSize, nOrder, 2, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterYpMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"YpFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSizeArgument,
+                                      CallSidesIntPairWorker,
+                                      (AnyWorker)YpMeanFilter8,
+                                      (AnyWorker)YpMeanFilter24,
+                                      1};
+    return RunIntPairFilter(&FRAME, hDib, nSize, nOrder, 2, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterWeightedMean(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                          HWND hParent)
+{
+    static const BYTE ONES[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
+    static const FilterFrame FRAME = {"WMeanFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsMaskArgument,
+                                      CallMaskWorker,
+                                      (AnyWorker)WeightedMeanFilter8,
+                                      (AnyWorker)WeightedMeanFilter24};
+    return RunMaskFilter(&FRAME, hDib, pMask, ONES, mode, hParent);
+}

@@ -1,0 +1,20 @@
+// The kernels for this processor: the base level, then the strongest that it supports.
+
+#include "adaptive_kernels.h"
+#include "mean_kernels.h"
+
+#include "platform/cpu.h"
+
+const PixelMeanKernels *g_pPixelMeanKernels = &sse2::PIXEL_MEAN_KERNELS;
+const AdaptiveKernels *g_pAdaptiveKernels = &sse2::ADAPTIVE_KERNELS;
+
+void ChoosePixelMeanKernels(unsigned cpuFeatures)
+{
+    g_pPixelMeanKernels = &sse2::PIXEL_MEAN_KERNELS;
+    g_pAdaptiveKernels = &sse2::ADAPTIVE_KERNELS;
+    if (!(cpuFeatures & CPU_AVX2)) {
+        return;
+    }
+    g_pPixelMeanKernels = &avx2::PIXEL_MEAN_KERNELS;
+    g_pAdaptiveKernels = &avx2::ADAPTIVE_KERNELS;
+}

@@ -1,0 +1,508 @@
+// The inner loops of the mean filters. Plain loops, compiled once per instruction set into the
+// namespace KERNEL_LEVEL.
+//
+// Sums that are rounded on the way: neighbouring pixels stand side by side, each with a sum of its
+// own that grows in the stated order, row by row and left to right. The terms of a source row are
+// looked up once, when it enters the window, and stay in a ring of as many rows as the window has.
+//
+// Whole numbers need no order and run (mean_running.h). Sums of doubles and products run too, as
+// whole numbers close to the truth; only pixels whose level those leave undecided are put together
+// sample by sample.
+
+#include "mean_kernels.h"
+
+#include "mean_running.h"
+
+#include <string.h>
+
+namespace KERNEL_LEVEL
+{
+
+static inline size_t Least(size_t a, size_t b)
+{
+    return a < b ? a : b;
+}
+
+// ---- from sums to levels ------------------------------------------------------------------------
+
+static inline BYTE TruncateToLevel(double value)
+{
+    const double positive = value > 0 ? value : 0;
+    return (BYTE)(int)(positive < 255 ? positive : 255);
+}
+
+static inline uint64_t BitsOf(double value)
+{
+    uint64_t bits;
+    memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+// A rank that may be too low.
+static inline int CellRank(const LevelSteps *pSteps, double value)
+{
+    const double above = value > pSteps->dLeast ? value : pSteps->dLeast;
+    const double inside = above < pSteps->dMost ? above : pSteps->dMost;
+    return pSteps->cells[(int)(BitsOf(inside) >> STEP_CELL_SHIFT) - pSteps->nFirstCell];
+}
+
+static void SlowSteps(const LevelSteps *pSteps, const double *values, BYTE *out, size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        int rank = CellRank(pSteps, values[i]);
+        while (BitsOf(values[i]) >= pSteps->limits[rank]) {
+            rank++;
+        }
+        out[i] = (BYTE)(values[i] == 0 ? 0 : rank ^ pSteps->nFlip);
+    }
+}
+
+// 1 if a level is not certain; asked for only where it matters.
+template <int CHECKED>
+static inline int FastSteps(const LevelSteps *pSteps, const double *__restrict values,
+                            BYTE *__restrict out, size_t count)
+{
+    int bOpen = 0;
+    for (size_t i = 0; i < count; i++) {
+        const uint64_t bits = BitsOf(values[i]);
+        int rank = CellRank(pSteps, values[i]);
+        rank += bits >= pSteps->limits[rank];
+        bOpen |= CHECKED && bits < pSteps->decided[rank];
+        out[i] = (BYTE)(rank ^ pSteps->nFlip);
+    }
+    return bOpen;
+}
+
+static void Finish(const MeanRule *pRule, const double *__restrict first,
+                   const double *__restrict second, BYTE *__restrict out, size_t count)
+{
+    switch (pRule->finish) {
+    case FINISH_VALUE:
+        for (size_t i = 0; i < count; i++) {
+            out[i] = TruncateToLevel(first[i]);
+        }
+        break;
+    case FINISH_INVERSE:
+        for (size_t i = 0; i < count; i++) {
+            out[i] = TruncateToLevel(pRule->dSamples / first[i] + 0.5);
+        }
+        break;
+    case FINISH_QUOTIENT:
+        for (size_t i = 0; i < count; i++) {
+            const double quotient = first[i] / second[i];
+            out[i] = TruncateToLevel(second[i] == 0 ? 0 : quotient);
+        }
+        break;
+    case FINISH_STEPS:
+    default:
+        if (pRule->pSteps->bSlow) {
+            SlowSteps(pRule->pSteps, first, out, count);
+        } else {
+            FastSteps<0>(pRule->pSteps, first, out, count);
+        }
+        break;
+    }
+}
+
+// ---- sample by sample ---------------------------------------------------------------------------
+
+// The order and the precision that all other forms must match.
+template <SumKind KIND, class Sum>
+static double PlainSum(const MeanRule *pRule, const double *terms, const BYTE *const *lines,
+                       size_t i, ptrdiff_t step)
+{
+    Sum sum = KIND == MULTIPLY ? 1 : 0;
+    for (int k = 0; k < pRule->nRows; k++) {
+        const BYTE *sample = lines[k] + i;
+        for (int j = 0; j < pRule->nColumns; j++, sample += step) {
+            sum = KIND == MULTIPLY ? (Sum)(sum * terms[*sample]) : (Sum)(sum + terms[*sample]);
+        }
+    }
+    return (double)sum;
+}
+
+static BYTE PlainLevel(const MeanRule *pRule, const BYTE *const *lines, size_t i, ptrdiff_t step)
+{
+    double sums[2] = {0, 0};
+    BYTE level;
+    for (int s = 0; s < pRule->nSums; s++) {
+        const WindowSum *pSum = &pRule->sums[s];
+        switch (pSum->kind) {
+        case SUM_FLOATS:
+        case SUM_ROUNDED:
+            sums[s] = PlainSum<SUM_ROUNDED, float>(pRule, pSum->terms, lines, i, step);
+            break;
+        case MULTIPLY:
+            sums[s] = PlainSum<MULTIPLY, double>(pRule, pSum->terms, lines, i, step);
+            break;
+        default:
+            sums[s] = PlainSum<SUM_DOUBLES, double>(pRule, pSum->terms, lines, i, step);
+            break;
+        }
+    }
+    Finish(pRule, &sums[0], &sums[1], &level, 1);
+    return level;
+}
+
+static void PlainMean(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
+                      const void *pParameters)
+{
+    for (size_t i = 0; i < count; i++) {
+        out[i] = PlainLevel((const MeanRule *)pParameters, lines, i, step);
+    }
+}
+
+// ---- rows, in order -----------------------------------------------------------------------------
+
+// What is carried from row to row: for whole numbers the sums of the columns, for others the ring.
+// Window row k is in slot (nTopSlot + k) mod nRows.
+struct OrderedState {
+    int nTopSlot;
+};
+
+// Where things are in the state's memory, in bytes from its start.
+struct OrderedLayout {
+    size_t nSamples;  // in a row
+    size_t nBlock;
+    size_t carried[2];
+    size_t spares[2];
+    size_t whole;
+    size_t floats;
+    size_t sums[2];
+    size_t nBytes;
+};
+
+static size_t Place(OrderedLayout *pLayout, size_t count, size_t size)
+{
+    const size_t at = pLayout->nBytes;
+    pLayout->nBytes += (count * size + 31) / 32 * 32;
+    return at;
+}
+
+static size_t PlaceCarried(OrderedLayout *pLayout, const WindowSum *pSum, size_t nRows)
+{
+    switch (pSum->kind) {
+    case SUM_ONES:
+        return 0;
+    case SUM_SAMPLES:
+    case SUM_SQUARES:
+        return Place(pLayout, pLayout->nSamples, sizeof(int32_t));
+    case SUM_FLOATS:
+        return Place(pLayout, pLayout->nSamples * nRows, sizeof(float));
+    default:
+        return Place(pLayout, pLayout->nSamples * nRows, sizeof(double));
+    }
+}
+
+static OrderedLayout LayOut(const MeanRule *pRule, size_t nSamples, size_t step)
+{
+    OrderedLayout layout = {};
+    const size_t nColumns = (size_t)pRule->nColumns;
+    layout.nSamples = nSamples;
+    layout.nBlock = RunningBlock(nColumns, step);
+    layout.nBytes = (sizeof(OrderedState) + 31) / 32 * 32;
+    for (int s = 0; s < 2; s++) {
+        layout.spares[s] = Place(&layout, RunningSpare(nColumns, step), sizeof(int32_t));
+        layout.sums[s] = Place(&layout, layout.nBlock, sizeof(double));
+    }
+    layout.whole = Place(&layout, layout.nBlock, sizeof(int32_t));
+    layout.floats = Place(&layout, layout.nBlock, sizeof(float));
+    for (int s = 0; s < pRule->nSums; s++) {
+        layout.carried[s] = PlaceCarried(&layout, &pRule->sums[s], (size_t)pRule->nRows);
+    }
+    return layout;
+}
+
+static size_t OrderedStateBytes(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step)
+{
+    return LayOut((const MeanRule *)pFilter->pParameters, nSamples, (size_t)step).nBytes;
+}
+
+template <class Term>
+static void LookUp(const double *terms, const BYTE *samples, Term *__restrict out, size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        out[i] = (Term)terms[samples[i]];
+    }
+}
+
+// The row at the top of the window takes the place of the one that has left below.
+template <class Term>
+static void AdvanceRing(void *pRing, const double *terms, int nTopSlot, int nRows, size_t nSamples,
+                        const BYTE *const *lines, int bFirst)
+{
+    for (int k = 0; k < (bFirst ? nRows : 1); k++) {
+        Term *slot = (Term *)pRing + (size_t)((nTopSlot + k) % nRows) * nSamples;
+        LookUp(terms, lines[k], slot, nSamples);
+    }
+}
+
+static void Advance(void *pCarried, const WindowSum *pSum, int nTopSlot, int nRows, size_t nSamples,
+                    const BYTE *const *lines, int bFirst)
+{
+    switch (pSum->kind) {
+    case SUM_ONES:
+        break;
+    case SUM_SAMPLES:
+        AdvanceColumns<int32_t, SampleTerm<int32_t>>((int32_t *)pCarried, NULL, lines, nRows,
+                                                     nSamples, bFirst);
+        break;
+    case SUM_SQUARES:
+        AdvanceColumns<int32_t, SquareTerm<int32_t>>((int32_t *)pCarried, NULL, lines, nRows,
+                                                     nSamples, bFirst);
+        break;
+    case SUM_FLOATS:
+        AdvanceRing<float>(pCarried, pSum->terms, nTopSlot, nRows, nSamples, lines, bFirst);
+        break;
+    default:
+        AdvanceRing<double>(pCarried, pSum->terms, nTopSlot, nRows, nSamples, lines, bFirst);
+        break;
+    }
+}
+
+// COLUMNS neighbouring columns of one window row.
+template <int COLUMNS, class Term>
+static void TakeColumns(float *__restrict sums, const Term *__restrict terms, size_t step,
+                        size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        float sum = sums[i];
+        for (size_t j = 0; j < COLUMNS; j++) {
+            sum = (float)(sum + terms[i + j * step]);
+        }
+        sums[i] = sum;
+    }
+}
+
+template <class Term>
+static void TakeRow(float *sums, const Term *terms, size_t nColumns, size_t step, size_t count)
+{
+    size_t j = 0;
+    for (; nColumns - j >= 4; j += 4) {
+        TakeColumns<4>(sums, terms + j * step, step, count);
+    }
+    switch (nColumns - j) {
+    case 3:
+        TakeColumns<3>(sums, terms + j * step, step, count);
+        break;
+    case 2:
+        TakeColumns<2>(sums, terms + j * step, step, count);
+        break;
+    case 1:
+        TakeColumns<1>(sums, terms + j * step, step, count);
+        break;
+    default:
+        break;
+    }
+}
+
+template <class Term>
+static void TakeRing(const void *pRing, const MeanRule *pRule, int nTopSlot, size_t nSamples,
+                     size_t start, size_t step, float *__restrict sums, double *__restrict out,
+                     size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        sums[i] = 0;
+    }
+    for (int k = 0; k < pRule->nRows; k++) {
+        const size_t slot = (size_t)((nTopSlot + k) % pRule->nRows);
+        TakeRow(sums, (const Term *)pRing + slot * nSamples + start, (size_t)pRule->nColumns, step,
+                count);
+    }
+    for (size_t i = 0; i < count; i++) {
+        out[i] = sums[i];
+    }
+}
+
+// Sum number s of count windows from start on.
+static void SumBlock(BYTE *pMemory, const OrderedLayout *pLayout, const MeanRule *pRule, int s,
+                     size_t start, size_t step, size_t count)
+{
+    const int nTopSlot = ((const OrderedState *)(void *)pMemory)->nTopSlot;
+    void *pCarried = pMemory + pLayout->carried[s];
+    double *out = (double *)(void *)(pMemory + pLayout->sums[s]);
+    int32_t *whole = (int32_t *)(void *)(pMemory + pLayout->whole);
+    float *floats = (float *)(void *)(pMemory + pLayout->floats);
+    int32_t *const spares[2] = {(int32_t *)(void *)(pMemory + pLayout->spares[0]),
+                                (int32_t *)(void *)(pMemory + pLayout->spares[1])};
+    switch (pRule->sums[s].kind) {
+    case SUM_ONES:
+        for (size_t i = 0; i < count; i++) {
+            out[i] = pRule->dSamples;
+        }
+        break;
+    case SUM_SAMPLES:
+    case SUM_SQUARES:
+        SumColumns((const int32_t *)pCarried + start, (size_t)pRule->nColumns, step, spares, whole,
+                   count);
+        for (size_t i = 0; i < count; i++) {
+            out[i] = whole[i];
+        }
+        break;
+    case SUM_FLOATS:
+        TakeRing<float>(pCarried, pRule, nTopSlot, pLayout->nSamples, start, step, floats, out,
+                        count);
+        break;
+    default:
+        TakeRing<double>(pCarried, pRule, nTopSlot, pLayout->nSamples, start, step, floats, out,
+                         count);
+        break;
+    }
+}
+
+static void OrderedRow(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
+                       ptrdiff_t step, BYTE *out, size_t count, int bFirst)
+{
+    const MeanRule *pRule = (const MeanRule *)pFilter->pParameters;
+    const size_t nSamples = count + (size_t)(pRule->nColumns - 1) * (size_t)step;
+    const OrderedLayout layout = LayOut(pRule, nSamples, (size_t)step);
+    BYTE *pMemory = (BYTE *)pState;
+    int *pTopSlot = &((OrderedState *)pState)->nTopSlot;
+    *pTopSlot = (*pTopSlot + pRule->nRows - 1) % pRule->nRows;
+    for (int s = 0; s < pRule->nSums; s++) {
+        Advance(pMemory + layout.carried[s], &pRule->sums[s], *pTopSlot, pRule->nRows, nSamples,
+                lines, bFirst);
+    }
+    for (size_t start = 0; start < count; start += layout.nBlock) {
+        const size_t n = Least(count - start, layout.nBlock);
+        for (int s = 0; s < pRule->nSums; s++) {
+            SumBlock(pMemory, &layout, pRule, s, start, (size_t)step, n);
+        }
+        Finish(pRule, (const double *)(void *)(pMemory + layout.sums[0]),
+               (const double *)(void *)(pMemory + layout.sums[1]), out + start, n);
+    }
+}
+
+// ---- rows, by near sums -------------------------------------------------------------------------
+
+enum { NEAR_BLOCK = 256 };
+
+// Doubles: the columns' sums, two spares and the sums of a block.
+static size_t NearStateBytes(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step)
+{
+    const size_t nColumns = (size_t)pFilter->nColumns;
+    return (nSamples + 2 * RunningSpare(nColumns, (size_t)step) + NEAR_BLOCK) * sizeof(double);
+}
+
+// The pixels that are left undecided are put together sample by sample.
+static void Decide(const MeanRule *pRule, const double *sums, const BYTE *const *lines,
+                   size_t start, ptrdiff_t step, BYTE *out, size_t count)
+{
+    const LevelSteps *pSteps = &pRule->pNear->steps;
+    for (size_t i = 0; i < count; i++) {
+        if (BitsOf(sums[i]) < pSteps->decided[out[start + i] ^ pSteps->nFlip]) {
+            out[start + i] = PlainLevel(pRule, lines, start + i, step);
+        }
+    }
+}
+
+static void NearRow(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
+                    ptrdiff_t step, BYTE *out, size_t count, int bFirst)
+{
+    const MeanRule *pRule = (const MeanRule *)pFilter->pParameters;
+    const LevelSteps *pSteps = &pRule->pNear->steps;
+    const size_t nColumns = (size_t)pRule->nColumns;
+    const size_t nSamples = count + (nColumns - 1) * (size_t)step;
+    double *columns = (double *)pState;
+    double *const spares[2] = {columns + nSamples,
+                               columns + nSamples + RunningSpare(nColumns, (size_t)step)};
+    double *sums = spares[1] + RunningSpare(nColumns, (size_t)step);
+    AdvanceColumns<double, LookedUpTerm>(columns, pRule->pNear->terms, lines, pRule->nRows,
+                                         nSamples, bFirst);
+    for (size_t start = 0; start < count; start += NEAR_BLOCK) {
+        const size_t n = Least(count - start, NEAR_BLOCK);
+        SumColumns(columns + start, nColumns, (size_t)step, spares, sums, n);
+        if (FastSteps<1>(pSteps, sums, out + start, n)) {
+            Decide(pRule, sums, lines, start, step, out, n);
+        }
+    }
+}
+
+// ---- weights ------------------------------------------------------------------------------------
+
+enum {
+    WEIGHTED_BLOCK = 512,
+    WEIGHTS_AT_ONCE = 4,
+    MOST_PART_WEIGHT = 257  // 257 x 255 fits into 16 bits
+};
+
+// Up to four weights in work, and what all since the last flush add up to.
+struct WeightParts {
+    const BYTE *samples[WEIGHTS_AT_ONCE];
+    uint16_t weights[WEIGHTS_AT_ONCE];
+    int nHeld;
+    int nPartWeight;
+    uint16_t parts[WEIGHTED_BLOCK];
+    double totals[WEIGHTED_BLOCK];
+};
+
+// Unused places hold weight 0.
+static void TakeHeld(WeightParts *p, size_t count)
+{
+    uint16_t *__restrict parts = p->parts;
+    const BYTE *const a = p->samples[0], *const b = p->samples[1];
+    const BYTE *const c = p->samples[2], *const d = p->samples[3];
+    const uint16_t u = p->weights[0], v = p->weights[1], w = p->weights[2], x = p->weights[3];
+    for (size_t i = 0; i < count; i++) {
+        parts[i] = (uint16_t)(parts[i] + u * a[i] + v * b[i] + w * c[i] + x * d[i]);
+    }
+    p->nHeld = 0;
+    memset(p->weights, 0, sizeof p->weights);
+}
+
+static void FlushParts(WeightParts *p, size_t count)
+{
+    TakeHeld(p, count);
+    for (size_t i = 0; i < count; i++) {
+        p->totals[i] += p->parts[i];
+        p->parts[i] = 0;
+    }
+    p->nPartWeight = 0;
+}
+
+static void AddWeight(WeightParts *p, int weight, const BYTE *samples, size_t count)
+{
+    if (p->nPartWeight + weight > MOST_PART_WEIGHT) {
+        FlushParts(p, count);
+    }
+    p->samples[p->nHeld] = samples;
+    p->weights[p->nHeld++] = (uint16_t)weight;
+    p->nPartWeight += weight;
+    if (p->nHeld == WEIGHTS_AT_ONCE) {
+        TakeHeld(p, count);
+    }
+}
+
+static void WeightedMean(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
+                         const void *pParameters)
+{
+    const WeightRule *pRule = (const WeightRule *)pParameters;
+    const double total = (double)pRule->nTotal;
+    WeightParts parts;
+    for (size_t start = 0; start < count; start += WEIGHTED_BLOCK) {
+        const size_t n = Least(count - start, WEIGHTED_BLOCK);
+        const BYTE *weight = pRule->pWeights;
+        memset(&parts, 0, sizeof parts);
+        for (int i = 0; i < WEIGHTS_AT_ONCE; i++) {
+            parts.samples[i] = lines[0] + start;
+        }
+        for (int k = 0; k < pRule->nRows; k++) {
+            for (int j = 0; j < pRule->nColumns; j++, weight++) {
+                if (*weight != 0) {
+                    AddWeight(&parts, *weight, lines[k] + start + j * step, n);
+                }
+            }
+        }
+        FlushParts(&parts, n);
+        for (size_t i = 0; i < n; i++) {
+            out[start + i] = TruncateToLevel(parts.totals[i] / total);
+        }
+    }
+}
+
+static const RowKernel ORDERED_ROWS = {OrderedStateBytes, OrderedRow};
+static const RowKernel NEAR_ROWS = {NearStateBytes, NearRow};
+
+const PixelMeanKernels PIXEL_MEAN_KERNELS = {PlainMean, &ORDERED_ROWS, &NEAR_ROWS, WeightedMean};
+
+}  // namespace KERNEL_LEVEL

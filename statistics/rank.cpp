@@ -1,0 +1,404 @@
+// The rank filters: every pixel whose window lies inside the picture becomes an order statistic of
+// the window - minimum, maximum, median, midpoint, range, trimmed mean, or the median under the
+// weights of a mask; all others are copied.
+//
+// Rows go to kernels: running extremes, sorting networks for small windows, sliding histograms for
+// large ones, a search bit by bit under weights. Where a palette may need a level that it lacks,
+// windows are looked at one by one; that concerns midpoint, range and trimmed mean only, as the others
+// pick one of the window's own levels.
+//
+// Windows: n x n, an even one reaching one further up and left, or a mask (masks.h). Halves of odd
+// sums are dropped, the trimmed mean is rounded.
+//
+// Kept: the median leaves the window's first sample out of its sort, top left in a square and the
+// first position with a weight, column by column, in a mask. So the median of 3 x 3 pixels is the
+// fourth smallest of the other eight, whatever the first is.
+//
+// Refused: a negative number of trimmed samples, masks whose weights are all 0.
+
+#include "rank.h"
+
+#include "frame/call.h"
+#include "frame/dib.h"
+#include "frame/neighbourhood.h"
+#include "frame/workers.h"
+#include "masks.h"
+#include "platform/workmemory.h"
+#include "rank_kernels.h"
+
+#include <string.h>
+
+enum {
+    MOST_NARROW_SIZE = 255,  // beyond, histograms need wider counters
+    MOST_SIZE = 46340        // beyond, no picture holds the window
+};
+
+// ---- single windows ------------------------------------------------------------------------------
+
+static BYTE Midpoint(int lowest, int greatest)
+{
+    return (BYTE)((lowest + greatest) / 2);
+}
+
+static BYTE Range(int lowest, int greatest)
+{
+    return (BYTE)(greatest - lowest);
+}
+
+static void ScanWindows(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
+                        const void *pParameters)
+{
+    const SquareRule *pRule = (const SquareRule *)pParameters;
+    for (size_t i = 0; i < count; i++) {
+        int lowest = lines[0][i];
+        int greatest = lowest;
+        for (DWORD k = 0; k < pRule->nSize; k++) {
+            const BYTE *sample = lines[k] + i;
+            for (DWORD j = 0; j < pRule->nSize; j++, sample += step) {
+                lowest = *sample < lowest ? *sample : lowest;
+                greatest = *sample > greatest ? *sample : greatest;
+            }
+        }
+        out[i] = pRule->Combine(lowest, greatest);
+    }
+}
+
+// The mean of a window whose samples were counted by level.
+static BYTE TrimmedMean(const DWORD *pCounts, const SquareRule *pRule)
+{
+    DWORD nToSkip = pRule->nTrim;
+    DWORD nToTake = pRule->nSize * pRule->nSize - 2 * pRule->nTrim;
+    const double divisor = nToTake;
+    ULONGLONG sum = 0;
+    for (DWORD level = 0; nToTake > 0; level++) {
+        const DWORD nSkipped = pCounts[level] < nToSkip ? pCounts[level] : nToSkip;
+        const DWORD nLeft = pCounts[level] - nSkipped;
+        const DWORD nTaken = nLeft < nToTake ? nLeft : nToTake;
+        nToSkip -= nSkipped;
+        nToTake -= nTaken;
+        sum += (ULONGLONG)nTaken * level;
+    }
+    return (BYTE)((double)sum / divisor + 0.5);
+}
+
+static void CountWindows(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
+                         const void *pParameters)
+{
+    const SquareRule *pRule = (const SquareRule *)pParameters;
+    for (size_t i = 0; i < count; i++) {
+        DWORD counts[GRAY_LEVELS] = {0};
+        for (DWORD k = 0; k < pRule->nSize; k++) {
+            const BYTE *sample = lines[k] + i;
+            for (DWORD j = 0; j < pRule->nSize; j++, sample += step) {
+                counts[*sample]++;
+            }
+        }
+        out[i] = TrimmedMean(counts, pRule);
+    }
+}
+
+// ---- rules ---------------------------------------------------------------------------------------
+
+// FilterGrayNeighbourhood or FilterColorNeighbourhood.
+typedef HGLOBAL (*NeighbourhoodRun)(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
+                                    int height, int bProgress);
+
+// A window larger than any picture computes nothing, whatever its rule.
+static DWORD WindowSize(int nSize)
+{
+    return nSize <= MOST_SIZE ? (DWORD)nSize : 0;
+}
+
+// Kernel null: the result is one of the window's samples.
+static HGLOBAL RunSquare(NeighbourhoodRun run, const SquareRule *pRule, LineKernel kernel,
+                         const RowKernel *pRows, HGLOBAL hDib, int width, int height, int nSize,
+                         int bProgress)
+{
+    NeighbourhoodFilter filter = SquareFilter(nSize);
+    filter.Kernel = kernel;
+    filter.bKeepsLevels = kernel == NULL;
+    filter.pRowKernel = pRows;
+    filter.pParameters = pRule;
+    return run(&filter, hDib, width, height, bProgress);
+}
+
+// combine null: one of the two extremes alone.
+static HGLOBAL RunExtreme(NeighbourhoodRun run, int extreme, BYTE (*combine)(int, int),
+                          HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    const SquareRule rule = {WindowSize(nSize), 0, combine};
+    return RunSquare(run, &rule, combine != NULL ? ScanWindows : NULL,
+                     &g_pExtremeKernels->rows[extreme], hDib, width, height, nSize, bProgress);
+}
+
+// Networks for the sizes that have one, else histograms.
+static const RowKernel *ChooseRows(const RowKernel *pNetworks, const RowKernel *pNarrow,
+                                   const RowKernel *pWide, int nSize)
+{
+    if (nSize % 2 == 1 && nSize / 2 < NETWORK_SIZES && pNetworks[nSize / 2].Run != NULL) {
+        return &pNetworks[nSize / 2];
+    }
+    return nSize <= MOST_NARROW_SIZE ? pNarrow : pWide;
+}
+
+static HGLOBAL RunMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, int height, int nSize,
+                         int bProgress)
+{
+    const SquareRule rule = {WindowSize(nSize), 0, NULL};
+    const HistogramKernels *pHistograms = g_pHistogramKernels;
+    const RowKernel *pRows = ChooseRows(g_pNetworkKernels->median, &pHistograms->median,
+                                        &pHistograms->wideMedian, nSize);
+    if (nSize == 1) {
+        // A single sample is its own median, and minimum.
+        pRows = &g_pExtremeKernels->rows[EXTREME_MINIMUM];
+    }
+    return RunSquare(run, &rule, NULL, pRows, hDib, width, height, nSize, bProgress);
+}
+
+static HGLOBAL RunTrimmedMean(NeighbourhoodRun run, HGLOBAL hDib, int width, int height, int nSize,
+                              int nTrim, int bProgress)
+{
+    const SquareRule rule = {WindowSize(nSize), (DWORD)nTrim, NULL};
+    const HistogramKernels *pHistograms = g_pHistogramKernels;
+    const RowKernel *pRows = ChooseRows(g_pNetworkKernels->trimmedMean, &pHistograms->trimmedMean,
+                                        &pHistograms->wideTrimmedMean, nSize);
+    return RunSquare(run, &rule, CountWindows, pRows, hDib, width, height, nSize, bProgress);
+}
+
+// A total weight of 1 has a single sample. Else the first one is left out: it counts once less.
+static void MakeWeightedRule(const WeightMask *pMask, WeightedRule *pRule)
+{
+    pRule->nRows = pMask->nRows;
+    pRule->nColumns = pMask->nColumns;
+    pRule->pWeights = pMask->pWeights;
+    pRule->nTotal = (DWORD)pMask->nTotal;
+    pRule->nRank = 1;
+    if (pMask->nTotal == 1) {
+        return;
+    }
+    size_t column = 0;
+    size_t row = 0;
+    while (pMask->pWeights[row * (size_t)pMask->nColumns + column] == 0) {
+        row++;
+        if (row == (size_t)pMask->nRows) {
+            row = 0;
+            column++;
+        }
+    }
+    pMask->pWeights[row * (size_t)pMask->nColumns + column]--;
+    pRule->nRank = pRule->nTotal / 2;
+    pRule->nTotal--;
+}
+
+static HGLOBAL RunWeightedMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, int height,
+                                 const FilterMask *pMask, int bProgress)
+{
+    WeightMask mask;
+    WeightedRule rule;
+    HGLOBAL hResult = NULL;
+    if (ReadWeightMask(pMask, &mask)) {
+        const SelectionKernels *pKernels = g_pSelectionKernels;
+        NeighbourhoodFilter filter = MaskFilter(&mask);
+        MakeWeightedRule(&mask, &rule);
+        filter.Kernel = rule.nTotal <= 0xff     ? pKernels->bytes
+                        : rule.nTotal <= 0xffff ? pKernels->words
+                                                : pKernels->dwords;
+        filter.pParameters = &rule;
+        filter.bKeepsLevels = 1;
+        hResult = run(&filter, hDib, width, height, bProgress);
+    }
+    FreeWeightMask(&mask);
+    return hResult;
+}
+
+// ---- workers -------------------------------------------------------------------------------------
+
+HGLOBAL MinimumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL MinimumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL MaximumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL MaximumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL MedianFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunMedian(FilterGrayNeighbourhood, hDib, width, height, nSize, bProgress);
+}
+
+HGLOBAL MedianFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunMedian(FilterColorNeighbourhood, hDib, width, height, nSize, bProgress);
+}
+
+HGLOBAL MidpointFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MIDPOINT, Midpoint, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL MidpointFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MIDPOINT, Midpoint, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL RangeFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_RANGE, Range, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL RangeFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+{
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_RANGE, Range, hDib, width, height,
+                      nSize, bProgress);
+}
+
+HGLOBAL AlphaTrimmedMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int nTrim,
+                                int bProgress)
+{
+    return RunTrimmedMean(FilterGrayNeighbourhood, hDib, width, height, nSize, nTrim, bProgress);
+}
+
+HGLOBAL AlphaTrimmedMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int nTrim,
+                                 int bProgress)
+{
+    return RunTrimmedMean(FilterColorNeighbourhood, hDib, width, height, nSize, nTrim, bProgress);
+}
+
+HGLOBAL WeightedMedianFilter8(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
+                              int bProgress)
+{
+    return RunWeightedMedian(FilterGrayNeighbourhood, hDib, width, height, pMask, bProgress);
+}
+
+HGLOBAL WeightedMedianFilter24(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
+                               int bProgress)
+{
+    return RunWeightedMedian(FilterColorNeighbourhood, hDib, width, height, pMask, bProgress);
+}
+
+// ---- exports -------------------------------------------------------------------------------------
+
+static int IsSize(const void *pArguments)
+{
+    return ((const IntArguments *)pArguments)->nValue >= 1;
+}
+
+// Something must be left between the trimmed ends.
+static int IsSizeAndTrim(const void *pArguments)
+{
+    const IntPairArguments *p = (const IntPairArguments *)pArguments;
+    return p->nFirst >= 1 && p->nSecond >= 0 &&
+           p->nSecond < (int64_t)p->nFirst * p->nFirst / 2;
+}
+
+HGLOBAL VEXAFILTER_API FilterMinimum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"MinimumFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSize,
+                                      CallSidesIntWorker,
+                                      (AnyWorker)MinimumFilter8,
+                                      (AnyWorker)MinimumFilter24,
+                                      1};
+    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterMaximum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"MaximumFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSize,
+                                      CallSidesIntWorker,
+                                      (AnyWorker)MaximumFilter8,
+                                      (AnyWorker)MaximumFilter24,
+                                      1};
+    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterMedian(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"MedianFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSize,
+                                      CallSidesIntWorker,
+                                      (AnyWorker)MedianFilter8,
+                                      (AnyWorker)MedianFilter24,
+                                      1};
+    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterMidpoint(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"MidpointFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSize,
+                                      CallSidesIntWorker,
+                                      (AnyWorker)MidpointFilter8,
+                                      (AnyWorker)MidpointFilter24,
+                                      1};
+    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterRange(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
+{
+    static const FilterFrame FRAME = {"RangeFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSize,
+                                      CallSidesIntWorker,
+                                      (AnyWorker)RangeFilter8,
+                                      (AnyWorker)RangeFilter24,
+                                      1};
+    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterAlphaTrimmedMean(HGLOBAL hDib, int nSize, int nTrim, UINT mode,
+                                              HWND hParent)
+{
+    static const FilterFrame FRAME = {"AlphaFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsSizeAndTrim,
+                                      CallSidesIntPairWorker,
+                                      (AnyWorker)AlphaTrimmedMeanFilter8,
+                                      (AnyWorker)AlphaTrimmedMeanFilter24,
+                                      1};
+    return RunIntPairFilter(&FRAME, hDib, nSize, nTrim, 1, mode, hParent);
+}
+
+HGLOBAL VEXAFILTER_API FilterWeightedMedian(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                            HWND hParent)
+{
+    static const BYTE VERTICAL_BAR[] = {1, 1, 1, 3, 3, 3, 1, 1, 1};
+    static const FilterFrame FRAME = {"WMedianFilterUI",
+                                      ACCEPT_1_8_24,
+                                      TwoPassesOverSides,
+                                      IsMaskArgument,
+                                      CallMaskWorker,
+                                      (AnyWorker)WeightedMedianFilter8,
+                                      (AnyWorker)WeightedMedianFilter24};
+    return RunMaskFilter(&FRAME, hDib, pMask, VERTICAL_BAR, mode, hParent);
+}
