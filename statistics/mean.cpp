@@ -191,8 +191,9 @@ static int MakeContraHarmonic(MeanPlan *pPlan, int nOrder)
     MeanRule *pRule = &pPlan->rule;
     MakePowerSum(&pRule->sums[0], (double)nOrder + 1, pRule->dSamples);
     MakePowerSum(&pRule->sums[1], nOrder, pRule->dSamples);
-    pRule->nSums = 2;
-    pRule->finish = FINISH_QUOTIENT;
+    const int bMean = pRule->sums[0].kind == SUM_SAMPLES && pRule->sums[1].kind == SUM_ONES;
+    pRule->nSums = bMean ? 1 : 2;
+    pRule->finish = bMean ? FINISH_MEAN : FINISH_QUOTIENT;
     return 1;
 }
 
@@ -306,10 +307,10 @@ static const RowKernel *RowsOf(const MeanRule *pRule, int width)
     if (dBytesPerSample * 3 * width > dMostBytes) {
         return NULL;
     }
-    if (pRule->finish == FINISH_QUOTIENT || pRule->finish == FINISH_STEPS) {
-        return g_pPixelMeanKernels->pOrdered;
+    if (pRule->finish == FINISH_VALUE || pRule->finish == FINISH_INVERSE) {
+        return pRule->pNear != NULL ? g_pPixelMeanKernels->pNear : NULL;
     }
-    return pRule->pNear != NULL ? g_pPixelMeanKernels->pNear : NULL;
+    return g_pPixelMeanKernels->pOrdered;
 }
 
 static HGLOBAL RunMean(RuleMaker Make, NeighbourhoodRun Run, HGLOBAL hDib, int width, int height,
@@ -390,12 +391,10 @@ static void MakeEqualWeights(MeanRule *pRule, const WeightMask *pMask)
     pRule->dSamples = (double)pMask->nRows * pMask->nColumns;
     for (int s = 0; s < GRAY_LEVELS; s++) {
         pRule->sums[0].terms[s] = s;
-        pRule->sums[1].terms[s] = 1;
     }
     pRule->sums[0].kind = SUM_SAMPLES;
-    pRule->sums[1].kind = SUM_ONES;
-    pRule->nSums = 2;
-    pRule->finish = FINISH_QUOTIENT;
+    pRule->nSums = 1;
+    pRule->finish = FINISH_MEAN;
 }
 
 static int AreEqualWeights(const WeightMask *pMask)

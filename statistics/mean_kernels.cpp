@@ -87,6 +87,11 @@ static void Finish(const MeanRule *pRule, const double *__restrict first,
             out[i] = TruncateToLevel(pRule->dSamples / first[i] + 0.5);
         }
         break;
+    case FINISH_MEAN:
+        for (size_t i = 0; i < count; i++) {
+            out[i] = TruncateToLevel(first[i] / pRule->dSamples);
+        }
+        break;
     case FINISH_QUOTIENT:
         for (size_t i = 0; i < count; i++) {
             const double quotient = first[i] / second[i];
@@ -314,17 +319,26 @@ static void TakeRing(const void *pRing, const MeanRule *pRule, int nTopSlot, siz
     }
 }
 
-// Sum number s of count windows from start on.
-static void SumBlock(BYTE *pMemory, const OrderedLayout *pLayout, const MeanRule *pRule, int s,
-                     size_t start, size_t step, size_t count)
+static int32_t *SumWhole(BYTE *pMemory, const OrderedLayout *pLayout, const MeanRule *pRule, int s,
+                         size_t start, size_t step, size_t count)
 {
-    const int nTopSlot = ((const OrderedState *)(void *)pMemory)->nTopSlot;
-    void *pCarried = pMemory + pLayout->carried[s];
-    double *out = (double *)(void *)(pMemory + pLayout->sums[s]);
+    const int32_t *columns = (const int32_t *)(void *)(pMemory + pLayout->carried[s]);
     int32_t *whole = (int32_t *)(void *)(pMemory + pLayout->whole);
-    float *floats = (float *)(void *)(pMemory + pLayout->floats);
     int32_t *const spares[2] = {(int32_t *)(void *)(pMemory + pLayout->spares[0]),
                                 (int32_t *)(void *)(pMemory + pLayout->spares[1])};
+    SumColumns(columns + start, (size_t)pRule->nColumns, step, spares, whole, count);
+    return whole;
+}
+
+// Sum number s of count windows from start on.
+static const double *SumBlock(BYTE *pMemory, const OrderedLayout *pLayout, const MeanRule *pRule,
+                              int s, size_t start, size_t step, size_t count)
+{
+    const int nTopSlot = ((const OrderedState *)(void *)pMemory)->nTopSlot;
+    const void *pCarried = pMemory + pLayout->carried[s];
+    double *out = (double *)(void *)(pMemory + pLayout->sums[s]);
+    float *floats = (float *)(void *)(pMemory + pLayout->floats);
+    const int32_t *whole;
     switch (pRule->sums[s].kind) {
     case SUM_ONES:
         for (size_t i = 0; i < count; i++) {
@@ -333,8 +347,7 @@ static void SumBlock(BYTE *pMemory, const OrderedLayout *pLayout, const MeanRule
         break;
     case SUM_SAMPLES:
     case SUM_SQUARES:
-        SumColumns((const int32_t *)pCarried + start, (size_t)pRule->nColumns, step, spares, whole,
-                   count);
+        whole = SumWhole(pMemory, pLayout, pRule, s, start, step, count);
         for (size_t i = 0; i < count; i++) {
             out[i] = whole[i];
         }
@@ -348,6 +361,32 @@ static void SumBlock(BYTE *pMemory, const OrderedLayout *pLayout, const MeanRule
                          count);
         break;
     }
+    return out;
+}
+
+// A quotient of whole numbers that a float holds, both and their sum, is never rounded up to the
+// next whole number.
+static void FloatMeans(const int32_t *__restrict whole, float samples, BYTE *__restrict out,
+                       size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        out[i] = (BYTE)(int)((float)whole[i] / samples);
+    }
+}
+
+static void OrderedBlock(BYTE *pMemory, const OrderedLayout *pLayout, const MeanRule *pRule,
+                         size_t start, size_t step, BYTE *out, size_t count)
+{
+    const double *sums[2] = {NULL, NULL};
+    if (pRule->finish == FINISH_MEAN && pRule->dSamples * GRAY_LEVELS <= 1 << 24) {
+        FloatMeans(SumWhole(pMemory, pLayout, pRule, 0, start, step, count), (float)pRule->dSamples,
+                   out, count);
+        return;
+    }
+    for (int s = 0; s < pRule->nSums; s++) {
+        sums[s] = SumBlock(pMemory, pLayout, pRule, s, start, step, count);
+    }
+    Finish(pRule, sums[0], sums[1], out, count);
 }
 
 static void OrderedRow(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
@@ -364,12 +403,8 @@ static void OrderedRow(void *pState, const NeighbourhoodFilter *pFilter, const B
                 lines, bFirst);
     }
     for (size_t start = 0; start < count; start += layout.nBlock) {
-        const size_t n = Least(count - start, layout.nBlock);
-        for (int s = 0; s < pRule->nSums; s++) {
-            SumBlock(pMemory, &layout, pRule, s, start, (size_t)step, n);
-        }
-        Finish(pRule, (const double *)(void *)(pMemory + layout.sums[0]),
-               (const double *)(void *)(pMemory + layout.sums[1]), out + start, n);
+        OrderedBlock(pMemory, &layout, pRule, start, (size_t)step, out + start,
+                     Least(count - start, layout.nBlock));
     }
 }
 
@@ -436,6 +471,19 @@ struct WeightParts {
     double totals[WEIGHTED_BLOCK];
 };
 
+static void StartParts(WeightParts *p, const BYTE *anySamples, size_t count)
+{
+    for (int i = 0; i < WEIGHTS_AT_ONCE; i++) {
+        p->samples[i] = anySamples;
+        p->weights[i] = 0;
+    }
+    p->nHeld = p->nPartWeight = 0;
+    memset(p->parts, 0, count * sizeof p->parts[0]);
+    for (size_t i = 0; i < count; i++) {
+        p->totals[i] = 0;
+    }
+}
+
 // Unused places hold weight 0.
 static void TakeHeld(WeightParts *p, size_t count)
 {
@@ -482,10 +530,7 @@ static void WeightedMean(const BYTE *const *lines, ptrdiff_t step, BYTE *out, si
     for (size_t start = 0; start < count; start += WEIGHTED_BLOCK) {
         const size_t n = Least(count - start, WEIGHTED_BLOCK);
         const BYTE *weight = pRule->pWeights;
-        memset(&parts, 0, sizeof parts);
-        for (int i = 0; i < WEIGHTS_AT_ONCE; i++) {
-            parts.samples[i] = lines[0] + start;
-        }
+        StartParts(&parts, lines[0] + start, n);
         for (int k = 0; k < pRule->nRows; k++) {
             for (int j = 0; j < pRule->nColumns; j++, weight++) {
                 if (*weight != 0) {

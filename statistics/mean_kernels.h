@@ -58,7 +58,8 @@ struct NearSum {
 // What becomes of the sums. Levels are truncated and clamped; not a number gives 0.
 enum MeanFinish {
     FINISH_VALUE,     // sums[0]
-    FINISH_INVERSE,   // nSamples / sums[0] + 0.5
+    FINISH_INVERSE,   // dSamples / sums[0] + 0.5
+    FINISH_MEAN,      // sums[0], of samples, / dSamples
     FINISH_QUOTIENT,  // sums[0] / sums[1]; 0 when that is 0
     FINISH_STEPS      // pSteps of sums[0]; 0 when that is 0
 };

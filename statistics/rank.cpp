@@ -310,69 +310,45 @@ static int IsSizeAndTrim(const void *pArguments)
            p->nSecond < (int64_t)p->nFirst * p->nFirst / 2;
 }
 
+enum { FRAME_MINIMUM, FRAME_MAXIMUM, FRAME_MEDIAN, FRAME_MIDPOINT, FRAME_RANGE, SIZE_FRAMES };
+
+// The filters whose only parameter is the size.
+static const FilterFrame FRAMES[SIZE_FRAMES] = {
+    {"MinimumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+     (AnyWorker)MinimumFilter8, (AnyWorker)MinimumFilter24, 1},
+    {"MaximumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+     (AnyWorker)MaximumFilter8, (AnyWorker)MaximumFilter24, 1},
+    {"MedianFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+     (AnyWorker)MedianFilter8, (AnyWorker)MedianFilter24, 1},
+    {"MidpointFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+     (AnyWorker)MidpointFilter8, (AnyWorker)MidpointFilter24, 1},
+    {"RangeFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+     (AnyWorker)RangeFilter8, (AnyWorker)RangeFilter24, 1},
+};
+
 HGLOBAL VEXAFILTER_API FilterMinimum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"MinimumFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSize,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)MinimumFilter8,
-                                      (AnyWorker)MinimumFilter24,
-                                      1};
-    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+    return RunIntFilter(&FRAMES[FRAME_MINIMUM], hDib, nSize, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterMaximum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"MaximumFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSize,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)MaximumFilter8,
-                                      (AnyWorker)MaximumFilter24,
-                                      1};
-    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+    return RunIntFilter(&FRAMES[FRAME_MAXIMUM], hDib, nSize, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterMedian(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"MedianFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSize,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)MedianFilter8,
-                                      (AnyWorker)MedianFilter24,
-                                      1};
-    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+    return RunIntFilter(&FRAMES[FRAME_MEDIAN], hDib, nSize, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterMidpoint(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"MidpointFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSize,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)MidpointFilter8,
-                                      (AnyWorker)MidpointFilter24,
-                                      1};
-    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+    return RunIntFilter(&FRAMES[FRAME_MIDPOINT], hDib, nSize, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterRange(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"RangeFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSize,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)RangeFilter8,
-                                      (AnyWorker)RangeFilter24,
-                                      1};
-    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+    return RunIntFilter(&FRAMES[FRAME_RANGE], hDib, nSize, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterAlphaTrimmedMean(HGLOBAL hDib, int nSize, int nTrim, UINT mode,

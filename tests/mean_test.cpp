@@ -236,7 +236,7 @@ static std::vector<int> Middle(std::vector<int> levels, int level)
 }
 
 static const std::vector<int> NINE = {0, 1, 2, 3, 4, 5, 6, 7, 8};
-static const std::vector<int> TEN = {1, 2, 4, 4, 5, 20, 1, 2, 1};  // 40 in all
+static const std::vector<int> FORTY = {1, 2, 4, 4, 5, 20, 1, 2, 1};  // in all
 
 // clang-format off
 static const Literal LITERALS[] = {
@@ -268,6 +268,12 @@ static const Literal LITERALS[] = {
     {"a weighted mean is rounded down", Call(WEIGHTED, 0), 4, 4,
      {1, 2, 4, 9, 4, 5, 20, 9, 1, 2, 1, 9, 9, 9, 9, 9},
      {1, 2, 4, 9, 4, 4, 20, 9, 1, 2, 1, 9, 9, 9, 9, 9}},
+    {"the manual's example, geometric", Call(GEOMETRIC, 3), 3, 3, FORTY, Middle(FORTY, 2)},
+    {"the manual's example, harmonic", Call(HARMONIC, 3), 3, 3, FORTY, Middle(FORTY, 2)},
+    {"the manual's example, contra-harmonic", Call(CONTRA, 3, 1), 3, 3, FORTY, Middle(FORTY, 11)},
+    {"the manual's example, Yp", Call(YP, 3, 2), 3, 3, FORTY, Middle(FORTY, 7)},
+    {"the manual's example, double window", Call(DWMTM, 1, 3, 2), 3, 3, FORTY, Middle(FORTY, 4)},
+    {"the manual's example, mean square error", Call(MMSE, 3, 8), 3, 3, FORTY, Middle(FORTY, 5)},
     {"the mask's origin fields are crossed", Masked(1, 2, 0, 1, {0, 1}), 3, 2,
      {1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}},
     {"a mask shifts the picture", Masked(1, 2, 0, 0, {0, 1}), 4, 2,

@@ -1,0 +1,159 @@
+// The mean and adaptive filters at every level of the processor, and whole rows against single
+// pixels: all forms must give the same bytes. What those are is the business of mean_test.cpp.
+
+#include "picture.h"
+
+#include "platform/cpu.h"
+#include "statistics/adaptive.h"
+#include "statistics/adaptive_kernels.h"
+#include "statistics/mean.h"
+#include "statistics/mean_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <vector>
+
+enum LevelFilter { GEOMETRIC, HARMONIC, CONTRA, YP, WEIGHTED, EQUAL, TRIMMED, MMSE };
+
+struct LevelCase {
+    LevelFilter filter;
+    int nParameter;
+};
+
+static const LevelCase CASES[] = {
+    {GEOMETRIC, 0}, {HARMONIC, 0}, {CONTRA, -25}, {CONTRA, -2},   {CONTRA, -1}, {CONTRA, 0},
+    {CONTRA, 1},    {CONTRA, 2},   {YP, -25},     {YP, -1},       {YP, 1},      {YP, 2},
+    {YP, 3},        {YP, 90},      {WEIGHTED, 3}, {WEIGHTED, 37}, {EQUAL, 0},   {TRIMMED, 25},
+    {TRIMMED, 0},   {MMSE, 90},    {MMSE, -4000}};
+
+static HGLOBAL RunWeighted(HGLOBAL hDib, int width, int height, int n, int nStep)
+{
+    enum { MOST = 40 };
+    BYTE runs[MOST][MOST];
+    BYTE *elements[MOST];
+    for (int i = 0; i < n; i++) {
+        elements[i] = runs[i];
+        for (int j = 0; j < n; j++) {
+            runs[i][j] = (BYTE)(1 + nStep * (i + 3 * j));
+        }
+    }
+    const FilterMask mask = {elements, n, n, n / 2, n / 2};
+    return WeightedMeanFilter24(hDib, width, height, &mask, 0);
+}
+
+static HGLOBAL RunCase(const LevelCase &c, HGLOBAL hDib, int width, int height, int n)
+{
+    switch (c.filter) {
+    case GEOMETRIC:
+        return GeometricMeanFilter24(hDib, width, height, n, 0);
+    case HARMONIC:
+        return HarmonicMeanFilter24(hDib, width, height, n, 0);
+    case CONTRA:
+        return ContraHarmonicMeanFilter24(hDib, width, height, n, c.nParameter, 0);
+    case YP:
+        return YpMeanFilter24(hDib, width, height, n, c.nParameter, 0);
+    case WEIGHTED:
+    case EQUAL:
+        return RunWeighted(hDib, width, height, n, c.nParameter);
+    case TRIMMED:
+        return AdaptiveDWMTMFilter24(hDib, width, height, (n + 1) / 2, n, c.nParameter, 0);
+    case MMSE:
+    default:
+        return AdaptiveMMSEFilter24(hDib, width, height, n, c.nParameter, 0);
+    }
+}
+
+static HGLOBAL NewDib(const Bytes &dib)
+{
+    const HGLOBAL hDib = GlobalAlloc(GMEM_MOVEABLE, dib.size());
+    memcpy(GlobalLock(hDib), dib.data(), dib.size());
+    GlobalUnlock(hDib);
+    return hDib;
+}
+
+static Bytes TakeBytes(HGLOBAL hBlock)
+{
+    const BYTE *pBytes = (const BYTE *)GlobalLock(hBlock);
+    const Bytes bytes(pBytes, pBytes + GlobalSize(hBlock));
+    GlobalUnlock(hBlock);
+    GlobalFree(hBlock);
+    return bytes;
+}
+
+// Every case on one picture with the kernels now in force.
+static std::vector<Bytes> RunAll(const Bytes &dib, int width, int height, int n)
+{
+    std::vector<Bytes> results;
+    const HGLOBAL hDib = NewDib(dib);
+    for (const LevelCase &c : CASES) {
+        results.push_back(TakeBytes(RunCase(c, hDib, width, height, n)));
+    }
+    GlobalFree(hDib);
+    return results;
+}
+
+static void UsePlainForms(void)
+{
+    static const PixelMeanKernels MEANS = {sse2::PIXEL_MEAN_KERNELS.Plain, NULL, NULL,
+                                           sse2::PIXEL_MEAN_KERNELS.Weighted};
+    static const AdaptiveKernels ADAPTIVE = {sse2::ADAPTIVE_KERNELS.Mmse, NULL,
+                                             sse2::ADAPTIVE_KERNELS.WideTrim,
+                                             sse2::ADAPTIVE_KERNELS.WideTrim};
+    g_pPixelMeanKernels = &MEANS;
+    g_pAdaptiveKernels = &ADAPTIVE;
+}
+
+static void ExpectSame(const std::vector<Bytes> &want, const std::vector<Bytes> &got,
+                       const TestPicture &picture, int n, const char *pLevel)
+{
+    for (size_t i = 0; i < want.size(); i++) {
+        EXPECT_EQ("", FirstDifference(want[i], got[i]))
+            << pLevel << ", filter " << CASES[i].filter << ", parameter " << CASES[i].nParameter
+            << ", size " << n << ", " << Describe(picture);
+    }
+}
+
+// Widths past the blocks that the kernels work in, and windows past those that count in bytes.
+TEST(MeanLevels, RowsOfEveryLevelEqualSinglePixels)
+{
+    const int sizes[][3] = {{2, 200, 5},  {3, 260, 8},   {4, 175, 9},  {5, 333, 7},
+                            {7, 183, 12}, {8, 600, 9},   {13, 90, 20}, {15, 110, 18},
+                            {16, 75, 19}, {17, 120, 21}, {31, 50, 40}, {40, 64, 44}};
+    unsigned nSeed = 0;
+    for (const int *size : sizes) {
+        for (int tone = 0; tone < 3; tone++) {
+            const TestPicture picture = {size[1], size[2], 24, COLOURED, 0, nSeed++, 0};
+            const Bytes dib = MakeDib(picture);
+            UsePlainForms();
+            const std::vector<Bytes> want = RunAll(dib, size[1], size[2], size[0]);
+            ChoosePixelMeanKernels(0);
+            ExpectSame(want, RunAll(dib, size[1], size[2], size[0]), picture, size[0], "sse2");
+            if (DetectCpuFeatures() & CPU_AVX2) {
+                ChoosePixelMeanKernels(CPU_AVX2);
+                ExpectSame(want, RunAll(dib, size[1], size[2], size[0]), picture, size[0], "avx2");
+            }
+        }
+    }
+    ChoosePixelMeanKernels(DetectCpuFeatures());
+}
+
+// Sums past 31 bits and column sums far past a byte.
+TEST(MeanLevels, LargeWindowsEqualSinglePixels)
+{
+    const LevelCase large[] = {{MMSE, 500}, {HARMONIC, 0}, {GEOMETRIC, 0}, {CONTRA, 1}, {YP, 1}};
+    const int side = 250, width = 260, height = 253;
+    const TestPicture picture = {width, height, 24, COLOURED, 0, 2, 0};
+    const HGLOBAL hDib = NewDib(MakeDib(picture));
+    for (const LevelCase &c : large) {
+        UsePlainForms();
+        const Bytes want = TakeBytes(RunCase(c, hDib, width, height, side));
+        for (unsigned features : {0u, DetectCpuFeatures()}) {
+            ChoosePixelMeanKernels(features);
+            EXPECT_EQ("", FirstDifference(want, TakeBytes(RunCase(c, hDib, width, height, side))))
+                << "filter " << c.filter << ", features " << features;
+        }
+    }
+    GlobalFree(hDib);
+}
