@@ -41,3 +41,7 @@ target_link_libraries(vexa_hosts
 
 add_executable(vexafilter ${VEXA_HOST_MAIN})
 target_link_libraries(vexafilter PRIVATE vexa_flags vexa_hosts vexafilter_import)
+
+# Makes the pictures of the documentation anew.
+add_executable(docs_pictures EXCLUDE_FROM_ALL docs/pictures/make_pictures.cpp)
+target_link_libraries(docs_pictures PRIVATE vexa_flags vexa_hosts vexafilter_import)
