@@ -175,14 +175,22 @@ static HGLOBAL RunWorker(const FilterFrame *pFrame, const FilterCall *pCall, con
     return pFrame->Adapter(worker, pCall->hDib, width, height, pCall->pArguments, bProgress);
 }
 
+// A dialog gets the image's handle and may have put another picture into the block.
+static int IsStill(HGLOBAL hDib, const DibShape *pShape)
+{
+    DibShape now;
+    return ReadDibShape(hDib, &now) && memcmp(&now, pShape, sizeof now) == 0;
+}
+
 // From the parameter dialog to the result, for an image that is accepted.
 static HGLOBAL RunDialogsAndWorker(const FilterFrame *pFrame, FilterCall *pCall,
                                    const DibShape *pShape, FilterThreadState *pState)
 {
     const int bProgress = WantsProgress(pCall->mode);
     if (WantsDialog(pCall->mode) &&
-        !RunParameterDialog(pFrame->pDialogEntry, pCall->dialogArguments,
-                            pCall->nDialogArguments)) {
+        (!RunParameterDialog(pFrame->pDialogEntry, pCall->dialogArguments,
+                             pCall->nDialogArguments) ||
+         !IsStill(pCall->hDib, pShape))) {
         return NULL;
     }
     if (pFrame->ArgumentsAreValid != NULL && !pFrame->ArgumentsAreValid(pCall->pArguments)) {

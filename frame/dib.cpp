@@ -47,6 +47,7 @@ static int ShapeOf(const BITMAPINFOHEADER *pHeader, size_t nBlockBytes, DibShape
         prefix + rows > nBlockBytes) {
         return 0;
     }
+    memset(pShape, 0, sizeof *pShape);  // shapes are compared byte by byte
     pShape->width = pHeader->biWidth;
     pShape->height = pHeader->biHeight;
     pShape->bitCount = pHeader->biBitCount;
@@ -187,7 +188,7 @@ int IsGrayPalette(HGLOBAL hDib)
     if (!LockDib(hDib, &view)) {
         return 0;
     }
-    int bGray = 1;
+    int bGray = view.shape.bitCount == 8;
     for (DWORD i = 0; bGray && i < GRAY_LEVELS && i < view.shape.nColors; i++) {
         const RGBQUAD color = view.pColors[i];
         bGray = color.rgbRed == color.rgbGreen && color.rgbRed == color.rgbBlue;

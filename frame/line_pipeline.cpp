@@ -265,7 +265,7 @@ HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const 
     for (int i = 0; pMaps != NULL && i < GRAY_LEVELS; i++) {
         run.indexOf[i] = (BYTE)pMaps->indexOf[i];
     }
-    run.channels = run.source.shape.bitCount == 24 ? 3 : 1;
+    run.channels = (size_t)run.source.shape.bitCount / 8;
     const int bCopy = ComputesNothing(pFilter, run.source.shape.width, run.source.shape.height);
     if (bCopy || PrepareLines(&run)) {
         hResult = DuplicateFrame(&run.source, &run.result);

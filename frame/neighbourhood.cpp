@@ -75,8 +75,14 @@ HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib
     if (!LockDib(hDib, &view)) {
         return NULL;
     }
-    BuildLevelMaps(view.pColors, &maps);
+    const int bFullTable = view.shape.nColors >= GRAY_LEVELS;
+    if (bFullTable) {
+        BuildLevelMaps(view.pColors, &maps);
+    }
     UnlockDib(&view);
+    if (!bFullTable) {
+        return NULL;  // the call frame hands over none such
+    }
     if (HasAllLevels(&maps)) {
         return RunLinePipeline(pFilter, hDib, IsRamp(&maps) ? NULL : &maps, bProgress);
     }
