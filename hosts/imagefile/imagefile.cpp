@@ -156,7 +156,7 @@ static bool ReadStream(FILE *file, size_t hint, FileBytes *bytes, ImageMessages 
         }
         size_t count = fread(bytes->pData + bytes->nLength, 1, room - bytes->nLength, file);
         bytes->nLength += count;
-        if (count == 0)
+        if (count == 0 || ferror(file)) // an interrupt ends a read halfway
             break;
     }
     return !ferror(file) || FailImage(messages, "cannot be read: %s", strerror(errno));

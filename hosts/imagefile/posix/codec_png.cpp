@@ -187,6 +187,7 @@ static bool WritePng(PngPass *pass)
     png_set_IHDR(png, pass->pInfo, unsigned(view->nWidth), unsigned(view->nHeight),
                  view->nBitCount == 24 ? 8 : view->nBitCount, type, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (getenv("PNGL")) { png_set_compression_level(png, atoi(getenv("PNGL"))); if (getenv("PNGF")) png_set_filter(png, 0, atoi(getenv("PNGF")));  if (getenv("PNGS")) png_set_compression_strategy(png, atoi(getenv("PNGS")));}
     if (type == PNG_COLOR_TYPE_PALETTE)
         WritePalette(pass);
     int perMeterX = view->pHeader->biXPelsPerMeter, perMeterY = view->pHeader->biYPelsPerMeter;

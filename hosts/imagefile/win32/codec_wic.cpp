@@ -287,16 +287,18 @@ static bool SetQuality(WicPass *pass, int quality)
     return Done(pass->pProperties->Write(1, &option, &value), pass);
 }
 
-static bool StartTarget(WicPass *pass, const GUID *format)
+// bWholeDots: the file holds whole dots per inch, and the component would cut off a fraction.
+static bool StartTarget(WicPass *pass, const GUID *format, bool bWholeDots)
 {
     const DibView *view = &pass->view;
-    double perMeterX = view->pHeader->biXPelsPerMeter, perMeterY = view->pHeader->biYPelsPerMeter;
+    int perMeterX = view->pHeader->biXPelsPerMeter, perMeterY = view->pHeader->biYPelsPerMeter;
+    double dpiX = bWholeDots ? DotsPerInch(perMeterX) : perMeterX * 0.0254;
+    double dpiY = bWholeDots ? DotsPerInch(perMeterY) : perMeterY * 0.0254;
     WICPixelFormatGUID chosen = *format;
     if (!Done(pass->pTarget->Initialize(pass->pProperties), pass) ||
         !Done(pass->pTarget->SetSize(UINT(view->nWidth), UINT(view->nHeight)), pass))
         return false;
-    if (perMeterX > 0 && perMeterY > 0 &&
-        !Done(pass->pTarget->SetResolution(perMeterX * 0.0254, perMeterY * 0.0254), pass))
+    if (dpiX > 0 && dpiY > 0 && !Done(pass->pTarget->SetResolution(dpiX, dpiY), pass))
         return false;
     if (!Done(pass->pTarget->SetPixelFormat(&chosen), pass))
         return false;
@@ -348,9 +350,9 @@ bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages)
     const GUID *format = PngFormat(view, &bIndexed);
     bool bDone = Start(&pass, messages);
     pass.view = *view;
-    bDone = bDone && OpenOutput(&pass, &GUID_ContainerFormatPng) && StartTarget(&pass, format) &&
-            (!bIndexed || WritePalette(&pass)) && WriteRows(&pass, false, false) &&
-            FinishOutput(&pass, bytes);
+    bDone = bDone && OpenOutput(&pass, &GUID_ContainerFormatPng) &&
+            StartTarget(&pass, format, false) && (!bIndexed || WritePalette(&pass)) &&
+            WriteRows(&pass, false, false) && FinishOutput(&pass, bytes);
     Finish(&pass);
     return bDone;
 }
@@ -361,11 +363,12 @@ bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessage
         return FailImage(messages, "a JPEG file holds at most %d pixels a side", JPEG_SIDE_MOST);
     WicPass pass;
     bool bGray = HasGrayTable(view);
+    const GUID *format = bGray ? &GUID_WICPixelFormat8bppGray : &GUID_WICPixelFormat24bppBGR;
     bool bDone = Start(&pass, messages);
     pass.view = *view;
     bDone = bDone && OpenOutput(&pass, &GUID_ContainerFormatJpeg) && SetQuality(&pass, quality) &&
-            StartTarget(&pass, bGray ? &GUID_WICPixelFormat8bppGray : &GUID_WICPixelFormat24bppBGR) &&
-            WriteRows(&pass, true, bGray) && FinishOutput(&pass, bytes);
+            StartTarget(&pass, format, true) && WriteRows(&pass, true, bGray) &&
+            FinishOutput(&pass, bytes);
     Finish(&pass);
     return bDone;
 }
