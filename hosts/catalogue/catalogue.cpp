@@ -9,6 +9,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <strings.h>
 
 static const CatalogueFamily *const FAMILIES[] = {
     &CONVOLUTION_FAMILY,
@@ -20,34 +21,26 @@ const CatalogueFamily *const *CatalogueFamilies(size_t *count)
     return FAMILIES;
 }
 
-static char LowerCase(char c)
-{
-    return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
-}
-
-static bool SameWord(const char *a, const char *b)
-{
-    for (; *a && LowerCase(*a) == LowerCase(*b); a++, b++) {
-    }
-    return LowerCase(*a) == LowerCase(*b);
-}
-
 const CatalogueFilter *FindCatalogueFilter(const char *name)
 {
-    for (const CatalogueFamily *family : FAMILIES)
+    for (const CatalogueFamily *family : FAMILIES) {
         for (size_t i = 0; i < family->nFilters; i++) {
             const CatalogueFilter *filter = &family->pFilters[i];
-            if (SameWord(name, filter->pName) || SameWord(name, filter->pExport))
+            if (strcasecmp(name, filter->pName) == 0 || strcasecmp(name, filter->pExport) == 0) {
                 return filter;
+            }
         }
+    }
     return nullptr;
 }
 
 const FilterParameter *FindFilterParameter(const CatalogueFilter *filter, const char *name)
 {
-    for (size_t i = 0; i < filter->nParameters; i++)
-        if (strcmp(filter->pParameters[i].pName, name) == 0)
+    for (size_t i = 0; i < filter->nParameters; i++) {
+        if (strcmp(filter->pParameters[i].pName, name) == 0) {
             return &filter->pParameters[i];
+        }
+    }
     return nullptr;
 }
 
@@ -82,23 +75,28 @@ void DescribeDepths(unsigned depths, char *text, size_t size)
 {
     int accepted[4];
     size_t count = 0;
-    for (int bits : {1, 4, 8, 24})
-        if (depths & DepthBit(bits))
+    for (int bits : {1, 4, 8, 24}) {
+        if (depths & DepthBit(bits)) {
             accepted[count++] = bits;
+        }
+    }
     *text = 0;
-    for (size_t i = 0; i < count; i++)
+    for (size_t i = 0; i < count; i++) {
         Append(text, size, "%s%d-%s", Joint(i, count, " and "), accepted[i],
                i + 1 == count ? "bit" : "");
+    }
 }
 
 bool DescribeChoice(const NamedValue *choice, char *text, size_t size)
 {
-    if (!choice->pName)
+    if (!choice->pName) {
         return false;
-    if (choice->nCount == 1)
+    }
+    if (choice->nCount == 1) {
         snprintf(text, size, "%s", choice->pName);
-    else
+    } else {
         snprintf(text, size, "%s-0 to %s-%d", choice->pName, choice->pName, choice->nCount - 1);
+    }
     return true;
 }
 
@@ -106,20 +104,23 @@ bool DescribeChoice(const NamedValue *choice, char *text, size_t size)
 static void DescribeChoices(const FilterParameter *parameter, char *text, size_t size)
 {
     size_t named = 0;
-    for (size_t i = 0; i < parameter->nChoices; i++)
+    for (size_t i = 0; i < parameter->nChoices; i++) {
         named += parameter->pChoices[i].pName ? 1 : 0;
+    }
     size_t written = 0;
     for (size_t i = 0; i < parameter->nChoices; i++) {
         char name[80];
-        if (DescribeChoice(&parameter->pChoices[i], name, sizeof name))
+        if (DescribeChoice(&parameter->pChoices[i], name, sizeof name)) {
             Append(text, size, "%s%s", Joint(written++, named, " or "), name);
+        }
     }
     Append(text, size, ", or their numbers ");
     for (size_t i = 0; i < parameter->nChoices; i++) {
         const NamedValue *choice = &parameter->pChoices[i];
         Append(text, size, "%s%d", Joint(i, parameter->nChoices, " and "), choice->nValue);
-        if (choice->nCount > 1)
+        if (choice->nCount > 1) {
             Append(text, size, " to %d", choice->nValue + choice->nCount - 1);
+        }
     }
 }
 
@@ -158,12 +159,14 @@ void DescribeValue(const FilterParameter *parameter, const ParameterValue *value
     for (size_t i = 0; i < parameter->nChoices; i++) {
         const NamedValue *choice = &parameter->pChoices[i];
         int step = value->nValue - choice->nValue;
-        if (!choice->pName || step < 0 || step >= choice->nCount)
+        if (!choice->pName || step < 0 || step >= choice->nCount) {
             continue;
-        if (choice->nCount == 1)
+        }
+        if (choice->nCount == 1) {
             snprintf(text, size, "%s", choice->pName);
-        else
+        } else {
             snprintf(text, size, "%s-%d", choice->pName, step);
+        }
         return;
     }
 }
@@ -182,8 +185,9 @@ static bool ParseInteger(const char *text, int *number)
     errno = 0;
     long long parsed = strtoll(text, &end, 10);
     bool bBlank = *text == 0 || *text == ' ' || (*text >= '\t' && *text <= '\r');
-    if (bBlank || *end != 0 || errno != 0 || parsed != int(parsed))
+    if (bBlank || *end != 0 || errno != 0 || parsed != int(parsed)) {
         return false;
+    }
     *number = int(parsed);
     return true;
 }
@@ -192,8 +196,9 @@ static bool ParseInteger(const char *text, int *number)
 static bool ParseReal(const char *text, double *number)
 {
     char *end = nullptr;
-    if (*text == 0 || text[strspn(text, "+-.0123456789eE")] != 0)
+    if (*text == 0 || text[strspn(text, "+-.0123456789eE")] != 0) {
         return false;
+    }
     *number = strtod(text, &end);
     return end != text && *end == 0 && isfinite(*number);
 }
@@ -202,12 +207,14 @@ static bool ParseFlag(const char *text, int *number)
 {
     static const char *const WORDS[][2] = {
         {"no", "yes"}, {"0", "1"}, {"off", "on"}, {"false", "true"}};
-    for (const char *const *pair : WORDS)
-        for (int i = 0; i < 2; i++)
-            if (SameWord(text, pair[i])) {
+    for (const char *const *pair : WORDS) {
+        for (int i = 0; i < 2; i++) {
+            if (strcasecmp(text, pair[i]) == 0) {
                 *number = i;
                 return true;
             }
+        }
+    }
     return false;
 }
 
@@ -215,17 +222,17 @@ static bool ParseFlag(const char *text, int *number)
 static bool ParseChoice(const NamedValue *choice, const char *text, int *number)
 {
     int step = 0;
-    if (ParseInteger(text, number))
+    if (ParseInteger(text, number)) {
         return *number >= choice->nValue && *number - choice->nValue < choice->nCount;
+    }
     size_t length = choice->pName ? strlen(choice->pName) : 0;
-    if (length == 0 || strlen(text) < length)
+    if (length == 0 || strncasecmp(text, choice->pName, length) != 0) {
         return false;
-    for (size_t i = 0; i < length; i++)
-        if (LowerCase(text[i]) != choice->pName[i])
-            return false;
+    }
     const char *rest = text + length;
-    if (*rest == '-' && choice->nCount > 1 && ParseInteger(rest + 1, &step) && step >= 0)
+    if (*rest == '-' && choice->nCount > 1 && ParseInteger(rest + 1, &step) && step >= 0) {
         rest = "";
+    }
     *number = choice->nValue + step;
     return *rest == 0 && step < choice->nCount;
 }
@@ -242,9 +249,11 @@ bool ParseParameterValue(const FilterParameter *parameter, const char *text, Par
     case PARAMETER_FLAG:
         return ParseFlag(text, &value->nValue);
     case PARAMETER_CHOICE:
-        for (size_t i = 0; i < parameter->nChoices; i++)
-            if (ParseChoice(&parameter->pChoices[i], text, &value->nValue))
+        for (size_t i = 0; i < parameter->nChoices; i++) {
+            if (ParseChoice(&parameter->pChoices[i], text, &value->nValue)) {
                 return true;
+            }
+        }
         return false;
     }
     return false;

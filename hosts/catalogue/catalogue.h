@@ -1,7 +1,8 @@
 // What a host knows of the filters: one row each, by family. The command line's help and parsing,
 // parameter dialogs, menus, declarations for other languages and reference tables are made from it.
 //
-// To add a filter, add a row to its family's table; to add a family, add its table to catalogue.cpp.
+// To add a filter, add a row to its family's table; to add a family, add its table to
+// catalogue.cpp.
 #ifndef CATALOGUE_H
 #define CATALOGUE_H
 
@@ -10,10 +11,10 @@
 #include <stddef.h>
 
 enum ParameterType {
-    PARAMETER_INTEGER, // a whole number, dLeast to dGreatest
-    PARAMETER_REAL,    // a number, dLeast to dGreatest
-    PARAMETER_FLAG,    // yes (1) or no (0)
-    PARAMETER_CHOICE,  // one of pChoices
+    PARAMETER_INTEGER,  // a whole number, dLeast to dGreatest
+    PARAMETER_REAL,     // a number, dLeast to dGreatest
+    PARAMETER_FLAG,     // yes (1) or no (0)
+    PARAMETER_CHOICE,   // one of pChoices
 };
 
 // nCount consecutive values from nValue on. One value goes by its name; of several, the first goes
@@ -27,11 +28,11 @@ struct NamedValue {
 };
 
 struct FilterParameter {
-    const char *pName; // as in "--kernel"
+    const char *pName;  // as in "--kernel"
     ParameterType nType;
-    double dLeast, dGreatest; // of numbers
+    double dLeast, dGreatest;  // of numbers
     double dDefault;
-    const char *pMeaning; // may be several sentences
+    const char *pMeaning;  // may be several sentences
     const NamedValue *pChoices;
     size_t nChoices;
 };
@@ -57,22 +58,22 @@ struct FilterCall {
 };
 
 struct CatalogueFilter {
-    const char *pName;        // what a user calls it: "gauss"
-    const char *pExport;      // "FilterGauss"
-    const char *pArguments;   // the export's arguments, as in C
-    const char *pDialogEntry; // of the parameter dialog; null when it has none
-    const char *pSummary;     // one line: "blurs with ..."
-    const char *pDetails;     // what else a user should know, in whole sentences
+    const char *pName;         // what a user calls it: "gauss"
+    const char *pExport;       // "FilterGauss"
+    const char *pArguments;    // the export's arguments, as in C
+    const char *pDialogEntry;  // of the parameter dialog; null when it has none
+    const char *pSummary;      // one line: "blurs with ..."
+    const char *pDetails;      // what else a user should know, in whole sentences
     int nImages;
-    unsigned nDepths; // what the export accepts
+    unsigned nDepths;  // what the export accepts
     const FilterParameter *pParameters;
     size_t nParameters;
     HGLOBAL (*Run)(const FilterCall *call);
 };
 
 struct CatalogueFamily {
-    const char *pName;  // "convolution"
-    const char *pTitle; // a heading
+    const char *pName;   // "convolution"
+    const char *pTitle;  // a heading
     const CatalogueFilter *pFilters;
     size_t nFilters;
 };

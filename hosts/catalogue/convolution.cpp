@@ -72,20 +72,20 @@ static const char EDGE_DETAILS[] =
     "Border pixels repeat the pixel next to them, the four corners stay as they are.";
 
 static const CatalogueFilter FILTERS[] = {
-    {"laplace", "FilterLaplace", KERNEL_ARGUMENTS, "LaplaceUI",
-     "finds edges by second differences", EDGE_DETAILS, 1, DEPTHS, LAPLACE_PARAMETERS,
-     std::size(LAPLACE_PARAMETERS), RunLaplace},
+    {"laplace", "FilterLaplace", KERNEL_ARGUMENTS, "LaplaceUI", "finds edges by second differences",
+     EDGE_DETAILS, 1, DEPTHS, LAPLACE_PARAMETERS, std::size(LAPLACE_PARAMETERS), RunLaplace},
     {"gradient", "FilterGradient", KERNEL_ARGUMENTS, "GradientUI",
      "finds edges that face one direction", EDGE_DETAILS, 1, DEPTHS, GRADIENT_PARAMETERS,
      std::size(GRADIENT_PARAMETERS), RunGradient},
     {"enhance", "FilterEnhance", PLAIN_ARGUMENTS, "EnhanceUI", "sharpens",
      "Five times the pixel less its four neighbours.", 1, DEPTHS, nullptr, 0, RunEnhance},
-    {"uniform", "FilterUniform", PLAIN_ARGUMENTS, "UniformUI", "blurs with the mean of 3 x 3 pixels",
-     "The picture is mirrored at its edges.", 1, DEPTHS, nullptr, 0, RunUniform},
+    {"uniform", "FilterUniform", PLAIN_ARGUMENTS, "UniformUI",
+     "blurs with the mean of 3 x 3 pixels", "The picture is mirrored at its edges.", 1, DEPTHS,
+     nullptr, 0, RunUniform},
     {"gauss", "FilterGauss", PLAIN_ARGUMENTS, "GaussUI",
      "blurs with a 3 x 3 Gaussian (1 2 1, 2 4 2, 1 2 1)", "The picture is mirrored at its edges.",
      1, DEPTHS, nullptr, 0, RunGauss},
 };
 
-const CatalogueFamily CONVOLUTION_FAMILY = {"convolution", "Convolution with 3 x 3 kernels", FILTERS,
-                                            std::size(FILTERS)};
+const CatalogueFamily CONVOLUTION_FAMILY = {"convolution", "Convolution with 3 x 3 kernels",
+                                            FILTERS, std::size(FILTERS)};

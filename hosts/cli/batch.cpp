@@ -10,10 +10,11 @@
 // Says what happened to a file, unless it was the user who stopped the work.
 static ExitCode Fail(ExitCode code, const std::string &path, const char *sentence)
 {
-    if (WasInterrupted())
+    if (WasInterrupted()) {
         return EXIT_INTERRUPTED;
-    Say("%s: %s", path == "-" ? code == EXIT_UNREADABLE ? "standard input" : "standard output"
-                              : path.c_str(), sentence);
+    }
+    const char *stream = code == EXIT_UNREADABLE ? "standard input" : "standard output";
+    Say("%s: %s", path == "-" ? stream : path.c_str(), sentence);
     return code;
 }
 
@@ -23,10 +24,12 @@ static ExitCode ReadInput(const CommandOptions *options, const std::string &path
 {
     ImageMessages messages;
     *hDib = ReadImageFile(path.c_str(), format, &messages);
-    if (!*hDib)
+    if (!*hDib) {
         return Fail(EXIT_UNREADABLE, path, messages.szError);
-    if (*messages.szNotice && !options->bQuiet)
+    }
+    if (*messages.szNotice && !options->bQuiet) {
         Say("%s: %s", path.c_str(), messages.szNotice);
+    }
 
     const BITMAPINFOHEADER *header = static_cast<const BITMAPINFOHEADER *>(GlobalLock(*hDib));
     int bits = header->biBitCount;
@@ -34,19 +37,22 @@ static ExitCode ReadInput(const CommandOptions *options, const std::string &path
     unsigned depths = options->pFilter->nDepths;
     if (bits == 4 && !(depths & DEPTH_4) && (depths & DEPTH_8)) {
         HGLOBAL hWide = WidenDib4To8(*hDib);
-        if (!hWide)
+        if (!hWide) {
             return Fail(EXIT_FAILED, path, "not enough memory");
+        }
         GlobalFree(*hDib);
         *hDib = hWide;
         return EXIT_DONE;
     }
-    if (depths & DepthBit(bits))
+    if (depths & DepthBit(bits)) {
         return EXIT_DONE;
+    }
     char accepted[80];
     DescribeDepths(depths, accepted, sizeof accepted);
     return Fail(EXIT_FAILED, path,
                 Text("%s takes %s pictures, and this one has %d bit%s a pixel",
-                     options->pFilter->pName, accepted, bits, bits == 1 ? "" : "s").c_str());
+                     options->pFilter->pName, accepted, bits, bits == 1 ? "" : "s")
+                    .c_str());
 }
 
 static HGLOBAL RunFilter(const CommandOptions *options, const HGLOBAL *images, const char *label)
@@ -83,11 +89,13 @@ static ExitCode WriteOutput(const CommandOptions *options, const std::string &pa
                             ImageFormat format)
 {
     ImageMessages messages;
-    if (WasInterrupted())
+    if (WasInterrupted()) {
         return EXIT_INTERRUPTED;
+    }
     if (!WriteImageFile(hDib, path.c_str(), format, options->nQuality, options->bKeepExisting,
-                        &messages))
+                        &messages)) {
         return Fail(EXIT_FAILED, path, messages.szError);
+    }
     return EXIT_DONE;
 }
 
@@ -100,20 +108,26 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
     ImageFormat found[FILTER_IMAGES_MOST] = {};
     ExitCode code = EXIT_DONE;
     // Asked early, so that no work is done in vain; the writing asks again.
-    if (options->bKeepExisting && output != "-" && KindOfPath(output.c_str()) == PATH_FILE)
+    if (options->bKeepExisting && output != "-" && KindOfPath(output.c_str()) == PATH_FILE) {
         return Fail(EXIT_FAILED, output, "exists already and is kept");
-    for (int i = 0; i < options->pFilter->nImages && code == EXIT_DONE; i++)
+    }
+    for (int i = 0; i < options->pFilter->nImages && code == EXIT_DONE; i++) {
         code = ReadInput(options, inputs[i], &images[i], &found[i]);
-    if (code == EXIT_DONE && WasInterrupted())
+    }
+    if (code == EXIT_DONE && WasInterrupted()) {
         code = EXIT_INTERRUPTED;
+    }
     if (code == EXIT_DONE) {
         hResult = RunFilter(options, images, BaseName(inputs[0]).c_str());
-        if (!hResult)
+        if (!hResult) {
             code = Fail(EXIT_FAILED, inputs[0], NoResult(options, images[0]).c_str());
+        }
     }
-    for (HGLOBAL hDib : images)
-        if (hDib)
+    for (HGLOBAL hDib : images) {
+        if (hDib) {
             GlobalFree(hDib);
+        }
+    }
     if (hResult) {
         code = WriteOutput(options, output, hResult, format ? format : found[0]);
         GlobalFree(hResult);
@@ -126,8 +140,9 @@ static std::string NameInFolder(const CommandOptions *options, const std::string
 {
     std::string name = BaseName(input);
     if (options->nFormat && ImageFormatOfName(name.c_str()) != options->nFormat) {
-        if (ImageFormatOfName(name.c_str()) != IMAGE_UNKNOWN)
+        if (ImageFormatOfName(name.c_str()) != IMAGE_UNKNOWN) {
             name.resize(name.rfind('.'));
+        }
         name += ImageFormatEnding(options->nFormat);
     }
     const std::string &folder = options->output;
@@ -138,42 +153,50 @@ static ExitCode RunIntoFolder(const CommandOptions *options)
 {
     ExitCode worst = EXIT_DONE;
     std::vector<std::string> outputs;
-    if (!MakeFolder(options->output.c_str()))
+    if (!MakeFolder(options->output.c_str())) {
         return Fail(EXIT_FAILED, options->output, strerror(errno));
+    }
     for (const std::string &input : options->inputs) {
         std::string output = NameInFolder(options, input);
         ImageFormat format =
             options->nFormat ? options->nFormat : ImageFormatOfName(output.c_str());
         ExitCode code = EXIT_FAILED;
         bool bTaken = false;
-        for (const std::string &earlier : outputs)
+        for (const std::string &earlier : outputs) {
             bTaken = bTaken || earlier == output;
-        if (WasInterrupted())
+        }
+        if (WasInterrupted()) {
             code = EXIT_INTERRUPTED;
-        else if (bTaken)
+        } else if (bTaken) {
             Fail(code, input, "another input has the same name, and its result would be lost");
-        else if (format == IMAGE_UNKNOWN)
+        } else if (format == IMAGE_UNKNOWN) {
             Fail(code, input, "does not end in .bmp, .png or .jpg; choose with --format");
-        else
+        } else {
             code = RunPicture(options, &input, output, format);
-        if (code == EXIT_DONE)
+        }
+        if (code == EXIT_DONE) {
             outputs.push_back(output);
-        if (code == EXIT_INTERRUPTED || options->inputs.size() == 1)
+        }
+        if (code == EXIT_INTERRUPTED || options->inputs.size() == 1) {
             return code;
-        if (code != EXIT_DONE)
+        }
+        if (code != EXIT_DONE) {
             worst = EXIT_FAILED;
+        }
     }
-    if (worst == EXIT_FAILED && !options->bQuiet)
+    if (worst == EXIT_FAILED && !options->bQuiet) {
         Say("%d of %d pictures done", int(outputs.size()), int(options->inputs.size()));
+    }
     return worst;
 }
 
 int RunBatch(const CommandOptions *options)
 {
     ExitCode code = options->bFolder ? RunIntoFolder(options)
-                                     : RunPicture(options, options->inputs.data(),
-                                                  options->output, options->nFormat);
-    if (code == EXIT_INTERRUPTED)
+                                     : RunPicture(options, options->inputs.data(), options->output,
+                                                  options->nFormat);
+    if (code == EXIT_INTERRUPTED) {
         Say("interrupted");
+    }
     return code;
 }

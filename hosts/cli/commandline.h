@@ -33,12 +33,12 @@ enum ProgressWish { PROGRESS_AUTO, PROGRESS_ALWAYS, PROGRESS_NEVER };
 
 struct CommandOptions {
     Action nAction;
-    const CatalogueFilter *pFilter; // may be null unless the action is to run one
+    const CatalogueFilter *pFilter;  // may be null unless the action is to run one
     ParameterValue values[FILTER_PARAMETERS_MOST];
-    std::vector<std::string> inputs; // expanded
-    std::string output;              // a file, or the folder of -o
+    std::vector<std::string> inputs;  // expanded
+    std::string output;               // a file, or the folder of -o
     bool bFolder;
-    ImageFormat nFormat; // IMAGE_UNKNOWN: by the output's name
+    ImageFormat nFormat;  // IMAGE_UNKNOWN: by the output's name
     int nQuality;
     bool bQuiet, bKeepExisting;
     ProgressWish nProgress;
@@ -47,10 +47,10 @@ struct CommandOptions {
 // An option that every filter knows. Apply puts the value into the options; false: not accepted.
 struct CommonOption {
     const char *pName;
-    char cLetter; // 0: none
-    const char *pValueName; // null: takes no value
+    char cLetter;            // 0: none
+    const char *pValueName;  // null: takes no value
     const char *pMeaning;
-    const char *pAccepted; // what the value may be, for the sentence that refuses it
+    const char *pAccepted;  // what the value may be, for the sentence that refuses it
     bool (*Apply)(CommandOptions *options, const char *value);
 };
 extern const CommonOption COMMON_OPTIONS[];

@@ -36,8 +36,9 @@ static void PrintWrapped(const char *text, size_t indent, size_t column)
 static void PrintEntry(const std::string &name, size_t indent, const char *meaning)
 {
     Print("%s", name.c_str());
-    if (name.size() + 2 > indent)
+    if (name.size() + 2 > indent) {
         Print("\n");
+    }
     PrintWrapped(meaning, indent, name.size() + 2 > indent ? 0 : name.size());
 }
 
@@ -47,8 +48,9 @@ static void PrintOptions()
         const CommonOption *option = &COMMON_OPTIONS[i];
         std::string name = option->cLetter ? Text("  -%c, --%s", option->cLetter, option->pName)
                                            : Text("      --%s", option->pName);
-        if (option->pValueName)
+        if (option->pValueName) {
             name += Text(" %s", option->pValueName);
+        }
         PrintEntry(name, 26, option->pMeaning);
     }
 }
@@ -114,20 +116,23 @@ void PrintFilterHelp(const CatalogueFilter *filter)
     char depths[80];
     DescribeDepths(filter->nDepths, depths, sizeof depths);
     std::string parameters;
-    for (size_t i = 0; i < filter->nParameters; i++)
+    for (size_t i = 0; i < filter->nParameters; i++) {
         parameters += Text(" [--%s %s]", filter->pParameters[i].pName,
                            filter->pParameters[i].nType == PARAMETER_CHOICE ? "NAME" : "NUMBER");
+    }
     Print("%s - %s\n\n", filter->pName, filter->pSummary);
-    if (filter->nImages == 2)
+    if (filter->nImages == 2) {
         Print("  vexafilter %s IN IN OUT%s\n\n", filter->pName, parameters.c_str());
-    else
+    } else {
         Print("  vexafilter %s IN OUT%s\n  vexafilter %s IN... -o DIR%s\n\n", filter->pName,
               parameters.c_str(), filter->pName, parameters.c_str());
+    }
     std::string details = Text("%s Takes %s pictures. In the library: %s.", filter->pDetails,
                                depths, filter->pExport);
     PrintWrapped(details.c_str(), 0, 0);
-    for (size_t i = 0; i < filter->nParameters; i++)
+    for (size_t i = 0; i < filter->nParameters; i++) {
         PrintParameter(&filter->pParameters[i]);
+    }
     Print("\n'vexafilter --help' lists the options that all filters share.\n");
 }
 

@@ -53,8 +53,9 @@ static bool ApplyQuality(CommandOptions *options, const char *value)
     static const FilterParameter QUALITY = {
         "quality", PARAMETER_INTEGER, 1, 100, JPEG_QUALITY_DEFAULT, nullptr, nullptr, 0};
     ParameterValue parsed;
-    if (!ParseParameterValue(&QUALITY, value, &parsed))
+    if (!ParseParameterValue(&QUALITY, value, &parsed)) {
         return false;
+    }
     options->nQuality = parsed.nValue;
     return true;
 }
@@ -65,11 +66,12 @@ static bool ApplyProgress(CommandOptions *options, const char *value)
         const char *pWord;
         ProgressWish nWish;
     } WISHES[] = {{"auto", PROGRESS_AUTO}, {"always", PROGRESS_ALWAYS}, {"never", PROGRESS_NEVER}};
-    for (const auto &wish : WISHES)
+    for (const auto &wish : WISHES) {
         if (strcmp(value, wish.pWord) == 0) {
             options->nProgress = wish.nWish;
             return true;
         }
+    }
     return false;
 }
 
@@ -77,8 +79,8 @@ const CommonOption COMMON_OPTIONS[] = {
     {"output", 'o', "DIR", "write the results into this folder, under the inputs' names",
      "the name of a folder", ApplyOutput},
     {"no-clobber", 'n', nullptr, "never replace an existing file", nullptr, ApplyNoClobber},
-    {"format", 0, "FORMAT", "write bmp, png or jpeg, whatever the name ends in",
-     "bmp, png or jpeg", ApplyFormat},
+    {"format", 0, "FORMAT", "write bmp, png or jpeg, whatever the name ends in", "bmp, png or jpeg",
+     ApplyFormat},
     {"quality", 0, "N", "quality of a JPEG file, 1 to 100 (default 90)",
      "a whole number from 1 to 100", ApplyQuality},
     {"progress", 0, "WHEN", "show a progress bar: auto (on a terminal), always or never",
@@ -93,9 +95,9 @@ const size_t COMMON_OPTION_COUNT = std::size(COMMON_OPTIONS);
 // One argument taken apart.
 struct Argument {
     bool bOption;
-    std::string name;  // of the option without its dashes, or the whole argument
-    bool bAttached;    // "--name=value"
-    std::string value; // attached
+    std::string name;   // of the option without its dashes, or the whole argument
+    bool bAttached;     // "--name=value"
+    std::string value;  // attached
     const CommonOption *pCommon;
     const FilterParameter *pParameter;
 };
@@ -104,11 +106,14 @@ static const FilterParameter *FindAnyParameter(const char *name)
 {
     size_t count = 0;
     const CatalogueFamily *const *families = CatalogueFamilies(&count);
-    for (size_t i = 0; i < count; i++)
-        for (size_t j = 0; j < families[i]->nFilters; j++)
+    for (size_t i = 0; i < count; i++) {
+        for (size_t j = 0; j < families[i]->nFilters; j++) {
             if (const FilterParameter *found =
-                    FindFilterParameter(&families[i]->pFilters[j], name))
+                    FindFilterParameter(&families[i]->pFilters[j], name)) {
                 return found;
+            }
+        }
+    }
     return nullptr;
 }
 
@@ -116,8 +121,9 @@ static const FilterParameter *FindAnyParameter(const char *name)
 static Argument TakeApart(const char *text, const CatalogueFilter *filter)
 {
     Argument argument = {false, text, false, "", nullptr, nullptr};
-    if (text[0] != '-' || text[1] == 0)
+    if (text[0] != '-' || text[1] == 0) {
         return argument;
+    }
     argument.bOption = true;
     bool bLong = text[1] == '-';
     argument.name = text + (bLong ? 2 : 1);
@@ -127,23 +133,28 @@ static Argument TakeApart(const char *text, const CatalogueFilter *filter)
         argument.value = argument.name.substr(split + (bLong ? 1 : 0));
         argument.name.resize(split);
     }
-    for (const CommonOption &option : COMMON_OPTIONS)
+    for (const CommonOption &option : COMMON_OPTIONS) {
         if (bLong ? argument.name == option.pName
-                  : option.cLetter && argument.name[0] == option.cLetter)
+                  : option.cLetter && argument.name[0] == option.cLetter) {
             argument.pCommon = &option;
-    if (!argument.pCommon && bLong)
+        }
+    }
+    if (!argument.pCommon && bLong) {
         argument.pParameter = filter ? FindFilterParameter(filter, argument.name.c_str())
                                      : FindAnyParameter(argument.name.c_str());
+    }
     return argument;
 }
 
 // A flag may stand alone: "--invert".
 static bool TakesNextArgument(const Argument *argument)
 {
-    if (argument->bAttached)
+    if (argument->bAttached) {
         return false;
-    if (argument->pCommon)
+    }
+    if (argument->pCommon) {
         return argument->pCommon->pValueName != nullptr;
+    }
     return argument->pParameter && argument->pParameter->nType != PARAMETER_FLAG;
 }
 
@@ -151,13 +162,16 @@ static bool TakesNextArgument(const Argument *argument)
 static int FindFirstName(int argc, char **argv)
 {
     for (int i = 1; i < argc; i++) {
-        if (strcmp(argv[i], "--") == 0)
+        if (strcmp(argv[i], "--") == 0) {
             return i + 1 < argc ? i + 1 : argc;
+        }
         Argument argument = TakeApart(argv[i], nullptr);
-        if (!argument.bOption)
+        if (!argument.bOption) {
             return i;
-        if (TakesNextArgument(&argument))
+        }
+        if (TakesNextArgument(&argument)) {
             i++;
+        }
     }
     return argc;
 }
@@ -167,30 +181,36 @@ static bool RefuseFilter(const char *name)
     std::vector<const char *> names = {"list", "help"};
     size_t count = 0;
     const CatalogueFamily *const *families = CatalogueFamilies(&count);
-    for (size_t i = 0; i < count; i++)
-        for (size_t j = 0; j < families[i]->nFilters; j++)
+    for (size_t i = 0; i < count; i++) {
+        for (size_t j = 0; j < families[i]->nFilters; j++) {
             names.push_back(families[i]->pFilters[j].pName);
+        }
+    }
     const char *nearest = NearestName(name, names);
-    if (nearest)
+    if (nearest) {
         Say("there is no filter '%s'; did you mean '%s'?", name, nearest);
-    else
+    } else {
         Say("there is no filter '%s'; 'vexafilter list' names them all", name);
+    }
     return false;
 }
 
 static bool RefuseOption(const char *text, const Argument *argument, const CatalogueFilter *filter)
 {
     std::vector<const char *> names;
-    for (const CommonOption &option : COMMON_OPTIONS)
+    for (const CommonOption &option : COMMON_OPTIONS) {
         names.push_back(option.pName);
-    for (size_t i = 0; filter && i < filter->nParameters; i++)
+    }
+    for (size_t i = 0; filter && i < filter->nParameters; i++) {
         names.push_back(filter->pParameters[i].pName);
+    }
     const char *nearest = NearestName(argument->name.c_str(), names);
     std::string subject = filter ? std::string(filter->pName) : "vexafilter";
-    if (nearest)
+    if (nearest) {
         Say("%s has no option '%s'; did you mean '--%s'?", subject.c_str(), text, nearest);
-    else
+    } else {
         Say("%s has no option '%s'; --help names them all", subject.c_str(), text);
+    }
     return false;
 }
 
@@ -202,15 +222,17 @@ static bool ApplyArgument(const Argument *argument, const char *value, CommandOp
         return false;
     }
     if (argument->pCommon) {
-        if (argument->pCommon->Apply(options, value))
+        if (argument->pCommon->Apply(options, value)) {
             return true;
+        }
         Say("'%s' is not a value of --%s, which takes %s", value, argument->pCommon->pName,
             argument->pCommon->pAccepted);
         return false;
     }
     size_t index = size_t(parameter - options->pFilter->pParameters);
-    if (ParseParameterValue(parameter, value, &options->values[index]))
+    if (ParseParameterValue(parameter, value, &options->values[index])) {
         return true;
+    }
     char accepted[1000];
     DescribeAccepted(parameter, accepted, sizeof accepted);
     Say("'%s' is not a value of --%s, which takes %s", value, parameter->pName, accepted);
@@ -231,8 +253,9 @@ static bool WalkArguments(int argc, char **argv, CommandOptions *options,
             names->push_back(argv[i]);
             continue;
         }
-        if (!argument.pCommon && !argument.pParameter)
+        if (!argument.pCommon && !argument.pParameter) {
             return RefuseOption(argv[i], &argument, options->pFilter);
+        }
         const char *value = argument.bAttached ? argument.value.c_str() : "yes";
         if (TakesNextArgument(&argument)) {
             if (++i == argc) {
@@ -241,8 +264,9 @@ static bool WalkArguments(int argc, char **argv, CommandOptions *options,
             }
             value = argv[i];
         }
-        if (!ApplyArgument(&argument, value, options))
+        if (!ApplyArgument(&argument, value, options)) {
             return false;
+        }
     }
     return true;
 }
@@ -256,15 +280,18 @@ static bool ShareNames(const std::vector<std::string> *names, CommandOptions *op
         options->output = names->back();
         inputs--;
     }
-    for (size_t i = 0; i < inputs; i++)
+    for (size_t i = 0; i < inputs; i++) {
         ExpandName((*names)[i].c_str(), &options->inputs);
+    }
     const char *name = options->pFilter->pName;
     if (images == 2 ? options->inputs.size() != 2 || options->bFolder : options->inputs.empty()) {
-        if (images == 2)
+        if (images == 2) {
             Say("give two pictures and an output: vexafilter %s IN IN OUT", name);
-        else
+        } else {
             Say("give a picture and an output: vexafilter %s IN OUT, or several pictures and a "
-                "folder: vexafilter %s IN... -o DIR", name, name);
+                "folder: vexafilter %s IN... -o DIR",
+                name, name);
+        }
         return false;
     }
     if (images == 1 && !options->bFolder && options->inputs.size() > 1) {
@@ -278,11 +305,12 @@ static bool CheckOutput(const CommandOptions *options)
 {
     const char *output = options->output.c_str();
     if (options->bFolder) {
-        for (const std::string &input : options->inputs)
+        for (const std::string &input : options->inputs) {
             if (input == "-") {
                 Say("standard input has no name to write under in a folder");
                 return false;
             }
+        }
         if (KindOfPath(output) != PATH_DIRECTORY && ImageFormatOfName(output) != IMAGE_UNKNOWN) {
             Say("-o takes a folder, and '%s' looks like a picture", output);
             return false;
@@ -309,23 +337,29 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
     const char *word = first < argc ? argv[first] : "";
     bool bList = strcmp(word, "list") == 0, bHelp = strcmp(word, "help") == 0;
     options->pFilter = *word && !bList && !bHelp ? FindCatalogueFilter(word) : nullptr;
-    if (*word && !bList && !bHelp && !options->pFilter)
+    if (*word && !bList && !bHelp && !options->pFilter) {
         return RefuseFilter(word);
-    for (size_t i = 0; options->pFilter && i < options->pFilter->nParameters; i++)
+    }
+    for (size_t i = 0; options->pFilter && i < options->pFilter->nParameters; i++) {
         DefaultParameterValue(&options->pFilter->pParameters[i], &options->values[i]);
+    }
 
     std::vector<std::string> names;
-    if (!WalkArguments(argc, argv, options, &names))
+    if (!WalkArguments(argc, argv, options, &names)) {
         return false;
+    }
     if (bHelp && names.size() > 1) {
         options->pFilter = FindCatalogueFilter(names[1].c_str());
-        if (!options->pFilter)
+        if (!options->pFilter) {
             return RefuseFilter(names[1].c_str());
+        }
     }
-    if (bHelp)
+    if (bHelp) {
         options->nAction = ACTION_HELP;
-    if (options->nAction != ACTION_RUN)
+    }
+    if (options->nAction != ACTION_RUN) {
         return true;
+    }
     if (bList) {
         options->nAction = ACTION_LIST;
         return true;
@@ -335,9 +369,11 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
         return false;
     }
     names.erase(names.begin());
-    if (!ShareNames(&names, options))
+    if (!ShareNames(&names, options)) {
         return false;
-    if (!options->bFolder && options->nFormat == IMAGE_UNKNOWN && options->output != "-")
+    }
+    if (!options->bFolder && options->nFormat == IMAGE_UNKNOWN && options->output != "-") {
         options->nFormat = ImageFormatOfName(options->output.c_str());
+    }
     return CheckOutput(options);
 }

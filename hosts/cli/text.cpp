@@ -7,7 +7,8 @@
 #include <stdio.h>
 #include <string.h>
 
-__attribute__((format(printf, 1, 0))) static std::string TextV(const char *format, va_list arguments)
+__attribute__((format(printf, 1, 0))) static std::string TextV(const char *format,
+                                                               va_list arguments)
 {
     va_list again;
     va_copy(again, arguments);
@@ -48,8 +49,9 @@ void Print(const char *format, ...)
 std::string BaseName(const std::string &path)
 {
     size_t start = path.size();
-    while (start > 0 && !IsPathSeparator(path[start - 1]))
+    while (start > 0 && !IsPathSeparator(path[start - 1])) {
         start--;
+    }
     return path.substr(start);
 }
 
@@ -59,10 +61,12 @@ static size_t EditDistance(const char *a, const char *b)
     static const size_t LENGTH_MOST = 40;
     size_t row[LENGTH_MOST + 1];
     size_t width = strlen(b);
-    if (width > LENGTH_MOST)
+    if (width > LENGTH_MOST) {
         return width;
-    for (size_t j = 0; j <= width; j++)
+    }
+    for (size_t j = 0; j <= width; j++) {
         row[j] = j;
+    }
     for (size_t i = 1; a[i - 1]; i++) {
         size_t diagonal = row[0];
         row[0] = i;

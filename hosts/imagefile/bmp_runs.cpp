@@ -9,20 +9,24 @@
 
 static void PaintIndex(DibView *view, int x, int y, unsigned index)
 {
-    if (x >= view->nWidth)
+    if (x >= view->nWidth) {
         return;
+    }
     BYTE *row = view->pBits + view->nStride * unsigned(y);
-    if (view->nBitCount == 8)
+    if (view->nBitCount == 8) {
         row[x] = BYTE(index);
-    else
-        row[x >> 1] = BYTE(x & 1 ? (row[x >> 1] & 0xF0) | index : (row[x >> 1] & 0x0F) | index << 4);
+    } else {
+        row[x >> 1] =
+            BYTE(x & 1 ? (row[x >> 1] & 0xF0) | index : (row[x >> 1] & 0x0F) | index << 4);
+    }
 }
 
 // Pixel i of a row of packed pixels (a literal run, or a run's one value over and over).
 static unsigned PackedIndex(const DibView *view, const BYTE *data, unsigned i)
 {
-    if (view->nBitCount == 8)
+    if (view->nBitCount == 8) {
         return data[i];
+    }
     return (data[i >> 1] >> (i & 1 ? 0 : 4)) & 15u;
 }
 
@@ -37,9 +41,10 @@ bool DecodeBmpRuns(const BYTE *bytes, size_t length, DibView *view, ImageMessage
         const BYTE *data = bytes + at + 1;
         at += 2;
         if (count > 0) {
-            for (unsigned i = 0; i < count; i++)
+            for (unsigned i = 0; i < count; i++) {
                 PaintIndex(view, x + int(i), y,
                            PackedIndex(view, data, view->nBitCount == 8 ? 0 : i & 1));
+            }
             x += int(count);
         } else if (value == 0) {
             x = 0;
@@ -47,24 +52,28 @@ bool DecodeBmpRuns(const BYTE *bytes, size_t length, DibView *view, ImageMessage
         } else if (value == 1) {
             return true;
         } else if (value == 2) {
-            if (length - at < 2)
+            if (length - at < 2) {
                 break;
+            }
             x += bytes[at];
             y += bytes[at + 1];
             at += 2;
         } else {
             size_t literal = (value * unsigned(view->nBitCount) + 7) / 8;
             literal += literal & 1;
-            if (length - at < literal)
+            if (length - at < literal) {
                 break;
-            for (unsigned i = 0; i < value; i++)
+            }
+            for (unsigned i = 0; i < value; i++) {
                 PaintIndex(view, x + int(i), y, PackedIndex(view, bytes + at, i));
+            }
             x += int(value);
             at += literal;
         }
         x = x > view->nWidth ? view->nWidth : x;
     }
-    if (y >= view->nHeight || (y == view->nHeight - 1 && x >= view->nWidth))
+    if (y >= view->nHeight || (y == view->nHeight - 1 && x >= view->nWidth)) {
         return true;
+    }
     return FailImage(messages, "the BMP file ends before its pixels do");
 }

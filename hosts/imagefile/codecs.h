@@ -9,7 +9,7 @@ struct DibView {
     HGLOBAL hDib;
     BITMAPINFOHEADER *pHeader;
     RGBQUAD *pColours;
-    unsigned nColours; // entries that a pixel can name; indexes past them are black
+    unsigned nColours;  // entries that a pixel can name; indexes past them are black
     BYTE *pBits;
     size_t nStride;
     int nWidth, nHeight, nBitCount;
@@ -21,6 +21,9 @@ bool FailImage(ImageMessages *messages, const char *format, ...)
 
 // Adds to messages->szNotice.
 void NoteImage(ImageMessages *messages, const char *text);
+
+// The user wants it to stop; the sentence is set.
+bool ImageStopped(ImageMessages *messages);
 
 size_t DibStride(int width, int bitCount);
 
@@ -65,8 +68,8 @@ HGLOBAL OrientDib(HGLOBAL hDib, int orientation, ImageMessages *messages);
 struct ImageMetadata {
     int nXPelsPerMeter, nYPelsPerMeter;
     int nOrientation;
-    bool bGray, bTransparent; // of a PNG file
-    bool bComplete;           // the file reaches its end mark
+    bool bGray, bTransparent;  // of a PNG file
+    bool bComplete;            // the file reaches its end mark
 };
 void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);
 void ReadJpegMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);

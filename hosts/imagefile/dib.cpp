@@ -49,17 +49,21 @@ bool CreateDib(int width, int height, int bitCount, unsigned colours, DibView *v
 {
     uint64_t size = sizeof(BITMAPINFOHEADER) + uint64_t(colours) * sizeof(RGBQUAD) +
                     WideStride(width, bitCount) * unsigned(height);
-    if (size > DIB_BYTES_MOST)
-        return FailImage(messages, "the picture is too large: %d x %d pixels of %d bits pass 2 GiB",
-                         width, height, bitCount);
+    if (size > DIB_BYTES_MOST) {
+        FailImage(messages, "the picture is too large: %d x %d pixels of %d bits pass 2 GiB", width,
+                  height, bitCount);
+        return false;
+    }
     memset(view, 0, sizeof *view);
     view->hDib = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, SIZE_T(size));
     view->pHeader = view->hDib ? static_cast<BITMAPINFOHEADER *>(GlobalLock(view->hDib)) : nullptr;
     if (!view->pHeader) {
-        if (view->hDib)
+        if (view->hDib) {
             GlobalFree(view->hDib);
-        return FailImage(messages, "not enough memory for %d x %d pixels of %d bits", width, height,
-                         bitCount);
+        }
+        FailImage(messages, "not enough memory for %d x %d pixels of %d bits", width, height,
+                  bitCount);
+        return false;
     }
     BITMAPINFOHEADER *header = view->pHeader;
     header->biSize = sizeof(BITMAPINFOHEADER);
@@ -86,8 +90,9 @@ bool OpenDib(HGLOBAL hDib, DibView *view, ImageMessages *messages)
     uint64_t size = hDib ? GlobalSize(hDib) : 0;
     BITMAPINFOHEADER *header =
         size >= sizeof *header ? static_cast<BITMAPINFOHEADER *>(GlobalLock(hDib)) : nullptr;
-    if (!header)
+    if (!header) {
         return FailImage(messages, "there is no picture");
+    }
     int bits = header->biBitCount;
     bool bSound = header->biSize == sizeof *header && header->biWidth > 0 && header->biHeight > 0 &&
                   header->biCompression == BI_RGB &&
@@ -112,8 +117,9 @@ bool OpenDib(HGLOBAL hDib, DibView *view, ImageMessages *messages)
 
 void CloseDib(DibView *view)
 {
-    if (view->hDib)
+    if (view->hDib) {
         GlobalUnlock(view->hDib);
+    }
     view->pHeader = nullptr;
 }
 
@@ -160,19 +166,24 @@ void SetGrayRamp(DibView *view)
 
 bool HasGrayTable(const DibView *view)
 {
-    for (unsigned index = 0; index < view->nColours; index++)
-        if (!IsGray(view->pColours[index]))
+    for (unsigned index = 0; index < view->nColours; index++) {
+        if (!IsGray(view->pColours[index])) {
             return false;
+        }
+    }
     return view->nBitCount <= 8;
 }
 
 bool HasGrayRamp(const DibView *view)
 {
-    if (view->nColours != FullTable(view->nBitCount) || !HasGrayTable(view))
+    if (view->nColours != FullTable(view->nBitCount) || !HasGrayTable(view)) {
         return false;
-    for (unsigned index = 0; index < view->nColours; index++)
-        if (view->pColours[index].rgbRed != RampLevel(view, index))
+    }
+    for (unsigned index = 0; index < view->nColours; index++) {
+        if (view->pColours[index].rgbRed != RampLevel(view, index)) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -186,8 +197,9 @@ void ExpandRow(const DibView *view, int y, bool bGray, BYTE *out)
     for (int x = 0; x < view->nWidth; x++) {
         RGBQUAD colour = DibColour(view, DibPixelIndex(view, row, x));
         *out++ = colour.rgbBlue;
-        if (bGray)
+        if (bGray) {
             continue;
+        }
         *out++ = colour.rgbGreen;
         *out++ = colour.rgbRed;
     }
@@ -208,9 +220,11 @@ void FlipDib(DibView *view)
 void InksToColours(const BYTE *inks, int width, bool bInverted, BYTE *out)
 {
     int flip = bInverted ? 0 : 255;
-    for (int x = 0; x < width; x++, inks += 4, out += 3)
-        for (int c = 0; c < 3; c++)
+    for (int x = 0; x < width; x++, inks += 4, out += 3) {
+        for (int c = 0; c < 3; c++) {
             out[2 - c] = BYTE(((inks[c] ^ flip) * (inks[3] ^ flip) + 127) / 255);
+        }
+    }
 }
 
 unsigned DibColoursInUse(const DibView *view)
@@ -220,8 +234,9 @@ unsigned DibColoursInUse(const DibView *view)
         const BYTE *row = DibRow(view, y);
         for (int x = 0; x < view->nWidth; x++) {
             unsigned index = DibPixelIndex(view, row, x);
-            if (index >= colours)
+            if (index >= colours) {
                 colours = index + 1;
+            }
         }
     }
     return colours;
@@ -236,8 +251,9 @@ HGLOBAL WidenDib4To8(HGLOBAL hDib)
 {
     ImageMessages messages;
     DibView src, dst;
-    if (!OpenDib(hDib, &src, &messages))
+    if (!OpenDib(hDib, &src, &messages)) {
         return nullptr;
+    }
     bool bGray = HasGrayTable(&src);
     unsigned colours = bGray ? 256 : src.nColours;
     if (src.nBitCount != 4 || !CreateDib(src.nWidth, src.nHeight, 8, colours, &dst, &messages)) {
@@ -246,18 +262,21 @@ HGLOBAL WidenDib4To8(HGLOBAL hDib)
     }
     dst.pHeader->biXPelsPerMeter = src.pHeader->biXPelsPerMeter;
     dst.pHeader->biYPelsPerMeter = src.pHeader->biYPelsPerMeter;
-    if (bGray)
+    if (bGray) {
         SetGrayRamp(&dst);
-    else
+    } else {
         memcpy(dst.pColours, src.pColours, colours * sizeof(RGBQUAD));
+    }
     for (int y = 0; y < src.nHeight; y++) {
         const BYTE *in = DibRow(&src, y);
         BYTE *out = DibRow(&dst, y);
-        if (bGray)
+        if (bGray) {
             ExpandRow(&src, y, true, out);
-        else
-            for (int x = 0; x < src.nWidth; x++)
+        } else {
+            for (int x = 0; x < src.nWidth; x++) {
                 out[x] = BYTE(DibPixelIndex(&src, in, x));
+            }
+        }
     }
     CloseDib(&dst);
     CloseDib(&src);
@@ -269,8 +288,9 @@ HGLOBAL OrientDib(HGLOBAL hDib, int orientation, ImageMessages *messages)
     // The tag names where the stored picture's first row and first column belong; in terms of a
     // pixel (x, y) of the upright picture: read the stored one at (x, y) or, from 5 on, at (y, x),
     // counted from the far side where the tag is listed below.
-    if (orientation < 2 || orientation > 8)
+    if (orientation < 2 || orientation > 8) {
         return hDib;
+    }
     bool bSwap = orientation >= 5;
     bool bFarX = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
     bool bFarY = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;

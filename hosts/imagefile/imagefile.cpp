@@ -8,48 +8,57 @@
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
+#include <strings.h>
+
+static bool (*g_Stop)();
+
+void SetImageStop(bool (*Stop)())
+{
+    g_Stop = Stop;
+}
+
+bool ImageStopped(ImageMessages *messages)
+{
+    if (!g_Stop || !g_Stop()) {
+        return false;
+    }
+    FailImage(messages, "interrupted");
+    return true;
+}
 
 struct FormatName {
-    const char *pEnding; // without its dot, in small letters
+    const char *pEnding;  // without its dot, in small letters
     ImageFormat nFormat;
 };
 
 // The first name of each format is its usual ending.
 static const FormatName FORMAT_NAMES[] = {
-    {"bmp", IMAGE_BMP},   {"dib", IMAGE_BMP},   {"rle", IMAGE_BMP}, {"png", IMAGE_PNG},
-    {"jpg", IMAGE_JPEG},  {"jpeg", IMAGE_JPEG}, {"jpe", IMAGE_JPEG}, {"jfif", IMAGE_JPEG},
+    {"bmp", IMAGE_BMP},  {"dib", IMAGE_BMP},   {"rle", IMAGE_BMP},  {"png", IMAGE_PNG},
+    {"jpg", IMAGE_JPEG}, {"jpeg", IMAGE_JPEG}, {"jpe", IMAGE_JPEG}, {"jfif", IMAGE_JPEG},
 };
-
-static char LowerCase(char c)
-{
-    return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
-}
-
-static bool SameWord(const char *a, const char *b)
-{
-    for (; *a && *b; a++, b++)
-        if (LowerCase(*a) != LowerCase(*b))
-            return false;
-    return *a == *b;
-}
 
 ImageFormat ImageFormatOfName(const char *name)
 {
     const char *dot = strrchr(name, '.');
-    for (const FormatName &format : FORMAT_NAMES)
-        if (dot && SameWord(dot + 1, format.pEnding))
+    for (const FormatName &format : FORMAT_NAMES) {
+        if (dot && strcasecmp(dot + 1, format.pEnding) == 0) {
             return format.nFormat;
+        }
+    }
     return IMAGE_UNKNOWN;
 }
 
 ImageFormat ImageFormatOfBytes(const BYTE *bytes, size_t length)
 {
-    if (length >= 2 && memcmp(bytes, "BM", 2) == 0)
+    if (length >= 2 && memcmp(bytes, "BM", 2) == 0) {
         return IMAGE_BMP;
-    if (length >= 8 && memcmp(bytes, "\x89PNG\r\n\x1A\n", 8) == 0)
+    }
+    if (length >= 8 && memcmp(bytes, "\x89PNG\r\n\x1A\n", 8) == 0) {
         return IMAGE_PNG;
-    if (length >= 3 && memcmp(bytes, "\xFF\xD8\xFF", 3) == 0)
+    }
+    if (length >= 3 && memcmp(bytes, "\xFF\xD8\xFF", 3) == 0) {
         return IMAGE_JPEG;
+    }
     return IMAGE_UNKNOWN;
 }
 
@@ -68,20 +77,23 @@ static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t le
                                 ImageMessages *messages)
 {
     ImageMetadata metadata = {};
-    if (format == IMAGE_PNG)
+    if (format == IMAGE_PNG) {
         ReadPngMetadata(bytes, length, &metadata);
-    else
+    } else {
         ReadJpegMetadata(bytes, length, &metadata);
+    }
     if (!metadata.bComplete) {
         FailImage(messages, "the %s file ends too early", ImageFormatTitle(format));
         return nullptr;
     }
     HGLOBAL hDib = format == IMAGE_PNG ? DecodePng(bytes, length, metadata.bGray, messages)
                                        : DecodeJpeg(bytes, length, messages);
-    if (!hDib)
+    if (!hDib) {
         return nullptr;
-    if (metadata.bTransparent)
+    }
+    if (metadata.bTransparent) {
         NoteImage(messages, "the transparency was dropped");
+    }
     BITMAPINFOHEADER *header = static_cast<BITMAPINFOHEADER *>(GlobalLock(hDib));
     header->biXPelsPerMeter = metadata.nXPelsPerMeter;
     header->biYPelsPerMeter = metadata.nYPelsPerMeter;
@@ -93,10 +105,12 @@ HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages)
 {
     memset(messages, 0, sizeof *messages);
     ImageFormat format = ImageFormatOfBytes(bytes, length);
-    if (format == IMAGE_BMP)
+    if (format == IMAGE_BMP) {
         return DecodeBmp(bytes, length, messages);
-    if (format != IMAGE_UNKNOWN)
+    }
+    if (format != IMAGE_UNKNOWN) {
         return DecodeCompressed(format, bytes, length, messages);
+    }
     FailImage(messages, length > 0 ? "it is not a BMP, PNG or JPEG file" : "the file is empty");
     return nullptr;
 }
@@ -107,8 +121,9 @@ bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes
     memset(messages, 0, sizeof *messages);
     memset(bytes, 0, sizeof *bytes);
     DibView view;
-    if (!OpenDib(hDib, &view, messages))
+    if (!OpenDib(hDib, &view, messages)) {
         return false;
+    }
     bool bDone = false;
     switch (format) {
     case IMAGE_BMP:
@@ -150,14 +165,16 @@ static bool ReadStream(FILE *file, size_t hint, FileBytes *bytes, ImageMessages 
         if (bytes->nLength == room) {
             room = room == 0 ? hint + 65536 : room < SIZE_MAX / 2 ? room * 2 : 0;
             BYTE *grown = room ? static_cast<BYTE *>(realloc(bytes->pData, room)) : nullptr;
-            if (!grown)
+            if (!grown) {
                 return FailImage(messages, "not enough memory to read the file");
+            }
             bytes->pData = grown;
         }
         size_t count = fread(bytes->pData + bytes->nLength, 1, room - bytes->nLength, file);
         bytes->nLength += count;
-        if (count == 0 || ferror(file)) // an interrupt ends a read halfway
+        if (count == 0 || ferror(file)) {  // an interrupt ends a read halfway
             break;
+        }
     }
     return !ferror(file) || FailImage(messages, "cannot be read: %s", strerror(errno));
 }
@@ -178,13 +195,15 @@ HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *mess
     FileBytes bytes;
     HGLOBAL hDib = nullptr;
     if (ReadStream(file, bStandard ? 0 : LengthHint(file), &bytes, messages)) {
-        if (format)
+        if (format) {
             *format = ImageFormatOfBytes(bytes.pData, bytes.nLength);
+        }
         hDib = DecodeImage(bytes.pData, bytes.nLength, messages);
     }
     free(bytes.pData);
-    if (!bStandard)
+    if (!bStandard) {
         fclose(file);
+    }
     return hDib;
 }
 
@@ -207,15 +226,18 @@ static bool WriteBeside(const char *path, const FileBytes *bytes, bool bKeepExis
 {
     std::string target = TargetOfPath(path), temporary;
     FILE *file = CreateTemporary(target.c_str(), &temporary);
-    if (!file)
+    if (!file) {
         return FailImage(messages, "cannot be written: %s", strerror(errno));
+    }
     bool bDone = WriteStream(file, bytes, true, messages);
-    if (bDone && !MoveIntoPlace(temporary.c_str(), target.c_str(), bKeepExisting))
+    if (bDone && !MoveIntoPlace(temporary.c_str(), target.c_str(), bKeepExisting)) {
         bDone = errno == EEXIST && bKeepExisting
                     ? FailImage(messages, "exists already and is kept")
                     : FailImage(messages, "cannot be written: %s", strerror(errno));
-    if (!bDone)
+    }
+    if (!bDone) {
         RemovePath(temporary.c_str());
+    }
     return bDone;
 }
 
@@ -223,8 +245,9 @@ bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int qual
                     bool bKeepExisting, ImageMessages *messages)
 {
     FileBytes bytes;
-    if (!EncodeImage(hDib, format, quality, &bytes, messages))
+    if (!EncodeImage(hDib, format, quality, &bytes, messages)) {
         return false;
+    }
     bool bDone = false;
     PathKind kind = strcmp(path, "-") == 0 ? PATH_DEVICE : KindOfPath(path);
     if (kind == PATH_DIRECTORY) {

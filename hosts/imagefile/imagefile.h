@@ -20,7 +20,7 @@ static const int JPEG_QUALITY_DEFAULT = 90;
 
 struct ImageMessages {
     char szError[400];
-    char szNotice[200]; // empty when nothing was lost
+    char szNotice[200];  // empty when nothing was lost
 };
 
 // A file's content in memory. pData is released with free().
@@ -55,6 +55,10 @@ HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *mess
 // is complete, and an older one stays until then; bKeepExisting refuses to replace it.
 bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int quality,
                     bool bKeepExisting, ImageMessages *messages);
+
+// Asked between rows while a PNG or JPEG file is read or written; true makes the call fail. Null,
+// as at the beginning: never asked. For the whole process.
+void SetImageStop(bool (*Stop)());
 
 // A 4-bit DIB as an 8-bit one with the same colours: a full gray ramp when all of them are gray,
 // else the same table. Null: not a 4-bit DIB, or no memory.

@@ -51,8 +51,9 @@ void CatchInterrupts()
         struct sigaction action = {}, before = {};
         action.sa_handler = OnSignal;
         action.sa_flags = int(SA_RESETHAND);
-        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
             sigaction(number, &action, nullptr);
+        }
     }
 }
 

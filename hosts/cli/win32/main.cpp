@@ -11,15 +11,20 @@ int main()
 {
     int count = 0;
     wchar_t **wide = CommandLineToArgvW(GetCommandLineW(), &count);
-    if (!wide)
+    if (!wide) {
         return EXIT_USAGE;
+    }
     std::vector<std::string> texts;
-    for (int i = 0; i < count; i++)
+    texts.reserve(size_t(count));
+    for (int i = 0; i < count; i++) {
         texts.push_back(NarrowText(wide[i]));
+    }
     LocalFree(wide);
     std::vector<char *> arguments;
-    for (std::string &text : texts)
+    arguments.reserve(texts.size() + 1);
+    for (std::string &text : texts) {
         arguments.push_back(&text[0]);
+    }
     arguments.push_back(nullptr);
     CatchInterrupts();
     return RunCommandLine(count, arguments.data());

@@ -54,8 +54,9 @@ void ExpandName(const char *name, std::vector<std::string> *names)
     std::string pattern = name;
     WIN32_FIND_DATAW found;
     HANDLE hSearch = INVALID_HANDLE_VALUE;
-    if (pattern.find_first_of("*?") != std::string::npos)
+    if (pattern.find_first_of("*?") != std::string::npos) {
         hSearch = FindFirstFileW(WidePath(name).c_str(), &found);
+    }
     if (hSearch == INVALID_HANDLE_VALUE) {
         names->push_back(pattern);
         return;
@@ -64,12 +65,14 @@ void ExpandName(const char *name, std::vector<std::string> *names)
     std::string folder = slash == std::string::npos ? "" : pattern.substr(0, slash + 1);
     size_t before = names->size();
     do {
-        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) {
             names->push_back(folder + NarrowText(found.cFileName));
+        }
     } while (FindNextFileW(hSearch, &found));
     FindClose(hSearch);
-    if (names->size() == before)
+    if (names->size() == before) {
         names->push_back(pattern);
+    }
 }
 
 // ---- interrupts --------------------------------------------------------------------------------
@@ -92,8 +95,9 @@ void ForgetInterrupt()
 // The second time the system's own handler ends the program.
 static BOOL WINAPI OnConsoleControl(DWORD event)
 {
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
         return FALSE;
+    }
     return InterlockedExchange(&g_bInterrupted, 1) == 0;
 }
 
@@ -117,8 +121,8 @@ static LRESULT CALLBACK HiddenDialogProc(HWND hWindow, UINT message, WPARAM wPar
 static void HideDialog(HWND hDialog)
 {
     g_Watch.hDialog = hDialog;
-    g_Watch.pDialogProc = reinterpret_cast<WNDPROC>(SetWindowLongPtrA(
-        hDialog, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(HiddenDialogProc)));
+    g_Watch.pDialogProc = reinterpret_cast<WNDPROC>(
+        SetWindowLongPtrA(hDialog, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(HiddenDialogProc)));
 }
 
 static LRESULT CALLBACK OnMessage(int code, WPARAM wParam, LPARAM lParam)
@@ -133,8 +137,9 @@ static LRESULT CALLBACK OnMessage(int code, WPARAM wParam, LPARAM lParam)
         }
         if (sent->message == PBM_STEPIT) {
             g_Step(++g_Watch.nPosition, g_Watch.nRange);
-            if (WasInterrupted())
+            if (WasInterrupted()) {
                 PostMessageA(g_Watch.hDialog, WM_COMMAND, IDCANCEL, 0);
+            }
         }
     }
     return CallNextHookEx(g_Watch.hHook, code, wParam, lParam);
@@ -150,7 +155,8 @@ UINT WatchFilter(void (*Step)(int position, int range))
 
 void UnwatchFilter()
 {
-    if (g_Watch.hHook)
+    if (g_Watch.hHook) {
         UnhookWindowsHookEx(g_Watch.hHook);
+    }
     g_Watch.hHook = nullptr;
 }

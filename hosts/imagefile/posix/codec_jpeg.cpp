@@ -47,14 +47,16 @@ static void JpegFailed(j_common_ptr jpeg)
 static void JpegSpoke(j_common_ptr jpeg, int level)
 {
     JpegPass *pass = PassOf(jpeg);
-    if (level >= 0)
+    if (level >= 0) {
         return;
+    }
     if (jpeg->err->msg_code == JWRN_JPEG_EOF || jpeg->err->msg_code == JWRN_HIT_MARKER) {
         FailImage(pass->pMessages, "the JPEG data end too early");
         longjmp(pass->leave, 1);
     }
-    if (!pass->bDamaged)
+    if (!pass->bDamaged) {
         NoteImage(pass->pMessages, "the JPEG data are damaged; what could be read was used");
+    }
     pass->bDamaged = true;
 }
 
@@ -79,8 +81,9 @@ static void MakeLine(j_common_ptr jpeg, size_t length)
 
 static bool ReadJpeg(JpegPass *pass, jpeg_decompress_struct *jpeg, const BYTE *bytes, size_t length)
 {
-    if (setjmp(pass->leave))
+    if (setjmp(pass->leave)) {
         return false;
+    }
     jpeg_create_decompress(jpeg);
     jpeg_mem_src(jpeg, bytes, static_cast<unsigned long>(length));
     jpeg_read_header(jpeg, TRUE);
@@ -89,17 +92,23 @@ static bool ReadJpeg(JpegPass *pass, jpeg_decompress_struct *jpeg, const BYTE *b
     jpeg->out_color_space = bGray ? JCS_GRAYSCALE : bInks ? JCS_CMYK : JCS_EXT_BGR;
     jpeg_start_decompress(jpeg);
     int width = int(jpeg->output_width), height = int(jpeg->output_height);
-    if (!CreateDib(width, height, bGray ? 8 : 24, bGray ? 256 : 0, &pass->view, pass->pMessages))
+    if (!CreateDib(width, height, bGray ? 8 : 24, bGray ? 256 : 0, &pass->view, pass->pMessages)) {
         return false;
+    }
     SetGrayRamp(&pass->view);
-    if (bInks)
+    if (bInks) {
         MakeLine(reinterpret_cast<j_common_ptr>(jpeg), size_t(width) * 4);
+    }
     while (jpeg->output_scanline < jpeg->output_height) {
+        if (ImageStopped(pass->pMessages)) {
+            return false;
+        }
         BYTE *row = DibRow(&pass->view, int(jpeg->output_scanline));
         JSAMPROW line = bInks ? pass->pLine : row;
         jpeg_read_scanlines(jpeg, &line, 1);
-        if (bInks)
+        if (bInks) {
             InksToColours(pass->pLine, width, jpeg->saw_Adobe_marker, row);
+        }
     }
     jpeg_finish_decompress(jpeg);
     return true;
@@ -114,8 +123,9 @@ HGLOBAL DecodeJpeg(const BYTE *bytes, size_t length, ImageMessages *messages)
     jpeg_destroy_decompress(&jpeg);
     free(pass.pLine);
     CloseDib(&pass.view);
-    if (!bDone && pass.view.hDib)
+    if (!bDone && pass.view.hDib) {
         GlobalFree(pass.view.hDib);
+    }
     return bDone ? pass.view.hDib : nullptr;
 }
 
@@ -123,8 +133,9 @@ HGLOBAL DecodeJpeg(const BYTE *bytes, size_t length, ImageMessages *messages)
 static void SetDensity(jpeg_compress_struct *jpeg, const BITMAPINFOHEADER *header)
 {
     int x = DotsPerInch(header->biXPelsPerMeter), y = DotsPerInch(header->biYPelsPerMeter);
-    if (x < 1 || y < 1 || x > 65535 || y > 65535)
+    if (x < 1 || y < 1 || x > 65535 || y > 65535) {
         return;
+    }
     jpeg->density_unit = 1;
     jpeg->X_density = UINT16(x);
     jpeg->Y_density = UINT16(y);
@@ -133,8 +144,9 @@ static void SetDensity(jpeg_compress_struct *jpeg, const BITMAPINFOHEADER *heade
 static bool WriteJpeg(JpegPass *pass, jpeg_compress_struct *jpeg, int quality, BYTE **out,
                       unsigned long *length)
 {
-    if (setjmp(pass->leave))
+    if (setjmp(pass->leave)) {
         return false;
+    }
     const DibView *view = &pass->view;
     bool bGray = HasGrayTable(view);
     jpeg_create_compress(jpeg);
@@ -149,6 +161,9 @@ static bool WriteJpeg(JpegPass *pass, jpeg_compress_struct *jpeg, int quality, B
     jpeg_start_compress(jpeg, TRUE);
     MakeLine(reinterpret_cast<j_common_ptr>(jpeg), size_t(view->nWidth) * 3);
     for (int y = 0; y < view->nHeight; y++) {
+        if (ImageStopped(pass->pMessages)) {
+            return false;
+        }
         ExpandRow(view, y, bGray, pass->pLine);
         JSAMPROW line = pass->pLine;
         jpeg_write_scanlines(jpeg, &line, 1);
@@ -159,9 +174,10 @@ static bool WriteJpeg(JpegPass *pass, jpeg_compress_struct *jpeg, int quality, B
 
 bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessages *messages)
 {
-    if (view->nWidth > JPEG_MAX_DIMENSION || view->nHeight > JPEG_MAX_DIMENSION)
+    if (view->nWidth > JPEG_MAX_DIMENSION || view->nHeight > JPEG_MAX_DIMENSION) {
         return FailImage(messages, "a JPEG file holds at most %d pixels a side",
                          int(JPEG_MAX_DIMENSION));
+    }
     JpegPass pass = {};
     jpeg_compress_struct jpeg = {};
     unsigned long length = 0;
@@ -171,7 +187,8 @@ bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessage
     jpeg_destroy_compress(&jpeg);
     free(pass.pLine);
     bytes->nLength = length;
-    if (!bDone)
-        bytes->pData = nullptr; // may name a block that libjpeg has outgrown and freed
+    if (!bDone) {
+        bytes->pData = nullptr;  // may name a block that libjpeg has outgrown and freed
+    }
     return bDone;
 }

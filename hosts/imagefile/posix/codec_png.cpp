@@ -12,14 +12,17 @@
 #include <stdlib.h>
 #include <string.h>
 
+// A third of the time of zlib's usual 6, for files 3 to 4 % larger (photographs and their edges).
+static const int COMPRESSION_LEVEL = 4;
+
 struct PngPass {
     png_structp pPng;
     png_infop pInfo;
     png_bytep *pRows;
     DibView view;
-    const BYTE *pNext; // reading: what is left of the file
+    const BYTE *pNext;  // reading: what is left of the file
     size_t nLeft;
-    FileBytes *pBytes; // writing: what was made so far
+    FileBytes *pBytes;  // writing: what was made so far
     size_t nRoom;
     ImageMessages *pMessages;
 };
@@ -27,8 +30,9 @@ struct PngPass {
 static void PngFailed(png_structp png, png_const_charp text)
 {
     PngPass *pass = static_cast<PngPass *>(png_get_error_ptr(png));
-    if (pass->pMessages->szError[0] == 0)
+    if (pass->pMessages->szError[0] == 0) {
         FailImage(pass->pMessages, "the PNG data cannot be used (%s)", text);
+    }
     png_longjmp(png, 1);
 }
 
@@ -55,8 +59,9 @@ static void PngWrite(png_structp png, png_bytep data, size_t count)
     if (count > pass->nRoom - bytes->nLength) {
         size_t room = (bytes->nLength + count) / 2 * 3 + 65536;
         BYTE *grown = static_cast<BYTE *>(realloc(bytes->pData, room));
-        if (!grown)
+        if (!grown) {
             png_error(png, "not enough memory");
+        }
         bytes->pData = grown;
         pass->nRoom = room;
     }
@@ -68,14 +73,24 @@ static void PngFlush(png_structp)
 {
 }
 
+static void PngRowDone(png_structp png, png_uint_32, int)
+{
+    PngPass *pass = static_cast<PngPass *>(png_get_error_ptr(png));
+    if (ImageStopped(pass->pMessages)) {
+        png_error(png, "interrupted");
+    }
+}
+
 // The picture's rows from the top, where libpng is to put or find them.
 static void MakeRows(PngPass *pass)
 {
     pass->pRows = static_cast<png_bytep *>(calloc(unsigned(pass->view.nHeight), sizeof(png_bytep)));
-    if (!pass->pRows)
+    if (!pass->pRows) {
         png_error(pass->pPng, "not enough memory");
-    for (int y = 0; y < pass->view.nHeight; y++)
+    }
+    for (int y = 0; y < pass->view.nHeight; y++) {
         pass->pRows[y] = DibRow(&pass->view, y);
+    }
 }
 
 static void ReadPalette(PngPass *pass)
@@ -83,8 +98,9 @@ static void ReadPalette(PngPass *pass)
     png_colorp colours = nullptr;
     int count = 0;
     png_get_PLTE(pass->pPng, pass->pInfo, &colours, &count);
-    for (int i = 0; i < count && unsigned(i) < pass->view.nColours; i++)
+    for (int i = 0; i < count && unsigned(i) < pass->view.nColours; i++) {
         pass->view.pColours[i] = {colours[i].blue, colours[i].green, colours[i].red, 0};
+    }
 }
 
 static unsigned PaletteLength(PngPass *pass, int bitCount)
@@ -98,19 +114,22 @@ static unsigned PaletteLength(PngPass *pass, int bitCount)
 
 static bool ReadPng(PngPass *pass)
 {
-    if (setjmp(png_jmpbuf(pass->pPng)))
+    if (setjmp(png_jmpbuf(pass->pPng))) {
         return false;
+    }
     png_structp png = pass->pPng;
     png_infop info = pass->pInfo;
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
     png_set_read_fn(png, pass, PngRead);
+    png_set_read_status_fn(png, PngRowDone);
     png_read_info(png, info);
     png_uint_32 width = png_get_image_width(png, info), height = png_get_image_height(png, info);
     int bits = png_get_bit_depth(png, info), type = png_get_color_type(png, info);
 
     png_set_strip_alpha(png);
-    if (bits == 16)
+    if (bits == 16) {
         png_set_scale_16(png);
+    }
     int bitCount = bits > 8 ? 8 : bits;
     unsigned colours = 1u << bitCount;
     if (type == PNG_COLOR_TYPE_PALETTE) {
@@ -130,14 +149,17 @@ static bool ReadPng(PngPass *pass)
     }
     png_set_interlace_handling(png);
     png_read_update_info(png, info);
-    if (!CreateDib(int(width), int(height), bitCount, colours, &pass->view, pass->pMessages))
+    if (!CreateDib(int(width), int(height), bitCount, colours, &pass->view, pass->pMessages)) {
         png_error(png, "no picture");
-    if (png_get_rowbytes(png, info) > pass->view.nStride)
+    }
+    if (png_get_rowbytes(png, info) > pass->view.nStride) {
         png_error(png, "unexpected row length");
-    if (type == PNG_COLOR_TYPE_PALETTE)
+    }
+    if (type == PNG_COLOR_TYPE_PALETTE) {
         ReadPalette(pass);
-    else
+    } else {
         SetGrayRamp(&pass->view);
+    }
     MakeRows(pass);
     png_read_image(png, pass->pRows);
     png_read_end(png, nullptr);
@@ -156,8 +178,9 @@ HGLOBAL DecodePng(const BYTE *bytes, size_t length, bool, ImageMessages *message
     png_destroy_read_struct(&pass.pPng, &pass.pInfo, nullptr);
     free(pass.pRows);
     CloseDib(&pass.view);
-    if (!bDone && pass.view.hDib)
+    if (!bDone && pass.view.hDib) {
         GlobalFree(pass.view.hDib);
+    }
     return bDone ? pass.view.hDib : nullptr;
 }
 
@@ -175,25 +198,29 @@ static void WritePalette(PngPass *pass)
 
 static bool WritePng(PngPass *pass)
 {
-    if (setjmp(png_jmpbuf(pass->pPng)))
+    if (setjmp(png_jmpbuf(pass->pPng))) {
         return false;
+    }
     png_structp png = pass->pPng;
     const DibView *view = &pass->view;
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
     png_set_write_fn(png, pass, PngWrite, PngFlush);
+    png_set_write_status_fn(png, PngRowDone);
     int type = view->nBitCount == 24 ? PNG_COLOR_TYPE_RGB
                : HasGrayRamp(view)   ? PNG_COLOR_TYPE_GRAY
                                      : PNG_COLOR_TYPE_PALETTE;
     png_set_IHDR(png, pass->pInfo, unsigned(view->nWidth), unsigned(view->nHeight),
                  view->nBitCount == 24 ? 8 : view->nBitCount, type, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (getenv("PNGL")) { png_set_compression_level(png, atoi(getenv("PNGL"))); if (getenv("PNGF")) png_set_filter(png, 0, atoi(getenv("PNGF")));  if (getenv("PNGS")) png_set_compression_strategy(png, atoi(getenv("PNGS")));}
-    if (type == PNG_COLOR_TYPE_PALETTE)
+    png_set_compression_level(png, COMPRESSION_LEVEL);
+    if (type == PNG_COLOR_TYPE_PALETTE) {
         WritePalette(pass);
+    }
     int perMeterX = view->pHeader->biXPelsPerMeter, perMeterY = view->pHeader->biYPelsPerMeter;
-    if (perMeterX > 0 && perMeterY > 0)
+    if (perMeterX > 0 && perMeterY > 0) {
         png_set_pHYs(png, pass->pInfo, unsigned(perMeterX), unsigned(perMeterY),
                      PNG_RESOLUTION_METER);
+    }
     png_write_info(png, pass->pInfo);
     png_set_bgr(png);
     MakeRows(pass);

@@ -11,10 +11,12 @@
 PathKind KindOfPath(const char *path)
 {
     struct stat status;
-    if (stat(path, &status) != 0)
+    if (stat(path, &status) != 0) {
         return PATH_MISSING;
-    return S_ISDIR(status.st_mode) ? PATH_DIRECTORY : S_ISREG(status.st_mode) ? PATH_FILE
-                                                                              : PATH_DEVICE;
+    }
+    return S_ISDIR(status.st_mode)   ? PATH_DIRECTORY
+           : S_ISREG(status.st_mode) ? PATH_FILE
+                                     : PATH_DEVICE;
 }
 
 FILE *OpenPath(const char *path, const char *mode)
@@ -40,14 +42,15 @@ FILE *CreateTemporary(const char *target, std::string *temporary)
         *temporary = folder + ".vexafilter-" + std::to_string(getpid()) + "-" +
                      std::to_string(attempt) + ".tmp";
         descriptor = open(temporary->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor < 0 && errno != EEXIST)
+        if (descriptor < 0 && errno != EEXIST) {
             return nullptr;
+        }
     }
-    if (descriptor < 0)
+    if (descriptor < 0) {
         return nullptr;
+    }
     struct stat status;
-    bool bModeSet =
-        stat(target, &status) != 0 || fchmod(descriptor, status.st_mode & 07777) == 0;
+    bool bModeSet = stat(target, &status) != 0 || fchmod(descriptor, status.st_mode & 07777) == 0;
     FILE *file = bModeSet ? fdopen(descriptor, "wb") : nullptr;
     if (!file) {
         close(descriptor);
@@ -58,12 +61,15 @@ FILE *CreateTemporary(const char *target, std::string *temporary)
 
 bool MoveIntoPlace(const char *temporary, const char *target, bool bKeepExisting)
 {
-    if (!bKeepExisting)
+    if (!bKeepExisting) {
         return rename(temporary, target) == 0;
-    if (renameat2(AT_FDCWD, temporary, AT_FDCWD, target, RENAME_NOREPLACE) == 0)
+    }
+    if (renameat2(AT_FDCWD, temporary, AT_FDCWD, target, RENAME_NOREPLACE) == 0) {
         return true;
-    if (errno != EINVAL && errno != ENOSYS)
+    }
+    if (errno != EINVAL && errno != ENOSYS) {
         return false;
+    }
     // A file system without that call: look first.
     if (KindOfPath(target) != PATH_MISSING) {
         errno = EEXIST;

@@ -11,7 +11,6 @@
 #include <string.h>
 
 struct WicPass {
-    bool bComStarted;
     IWICImagingFactory *pFactory;
     IWICStream *pInput;
     IWICBitmapDecoder *pDecoder;
@@ -62,10 +61,12 @@ static const int JPEG_SIDE_MOST = 65500;
 
 static bool Done(HRESULT result, WicPass *pass)
 {
-    if (SUCCEEDED(result))
+    if (SUCCEEDED(result)) {
         return true;
-    if (result == E_OUTOFMEMORY || result == WINCODEC_ERR_INSUFFICIENTBUFFER)
+    }
+    if (result == E_OUTOFMEMORY || result == WINCODEC_ERR_INSUFFICIENTBUFFER) {
         return FailImage(pass->pMessages, "not enough memory");
+    }
     return FailImage(pass->pMessages, "the picture data cannot be used (code %08lX)",
                      static_cast<unsigned long>(result));
 }
@@ -74,18 +75,20 @@ static bool Start(WicPass *pass, ImageMessages *messages)
 {
     memset(pass, 0, sizeof *pass);
     pass->pMessages = messages;
-    pass->bComStarted = SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
-    HRESULT result = CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
-                                      IID_IWICImagingFactory,
-                                      reinterpret_cast<void **>(&pass->pFactory));
+    // Never taken back: the component would be unloaded, and loading it costs more than a picture.
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    HRESULT result =
+        CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
+                         IID_IWICImagingFactory, reinterpret_cast<void **>(&pass->pFactory));
     return SUCCEEDED(result) ||
            FailImage(messages, "this system has no imaging component for PNG and JPEG files");
 }
 
 static void Release(IUnknown *object)
 {
-    if (object)
+    if (object) {
         object->Release();
+    }
 }
 
 static void Finish(WicPass *pass)
@@ -100,8 +103,6 @@ static void Finish(WicPass *pass)
     Release(pass->pDecoder);
     Release(pass->pInput);
     Release(pass->pFactory);
-    if (pass->bComStarted)
-        CoUninitialize();
 }
 
 // ---- reading -----------------------------------------------------------------------------------
@@ -112,19 +113,22 @@ static bool ReadPalette(WicPass *pass, int bitCount, RGBQUAD *colours, unsigned 
     UINT entryCount = 0;
     if (!Done(pass->pFactory->CreatePalette(&pass->pPalette), pass) ||
         !Done(pass->pSource->CopyPalette(pass->pPalette), pass) ||
-        !Done(pass->pPalette->GetColors(256, entries, &entryCount), pass))
+        !Done(pass->pPalette->GetColors(256, entries, &entryCount), pass)) {
         return false;
+    }
     UINT most = 1u << bitCount;
     *count = entryCount < 1 ? 1 : entryCount > most ? most : entryCount;
-    for (unsigned i = 0; i < entryCount && i < most; i++)
+    for (unsigned i = 0; i < entryCount && i < most; i++) {
         colours[i] = {BYTE(entries[i]), BYTE(entries[i] >> 8), BYTE(entries[i] >> 16), 0};
+    }
     return true;
 }
 
 static BYTE TakeSample(const BYTE *sample, int bytes)
 {
-    if (bytes == 1)
+    if (bytes == 1) {
         return *sample;
+    }
     unsigned value = sample[0] | unsigned(sample[1]) << 8;
     return BYTE((value * 255 + 32895) >> 16);
 }
@@ -139,11 +143,13 @@ static void ConvertRow(const PixelLayout *layout, const BYTE *in, const DibView 
     for (int x = 0; x < view->nWidth; x++) {
         if (layout->nKind == KIND_SAMPLES) {
             const BYTE *pixel = in + size_t(x) * unsigned(bits / 8);
-            if (view->nBitCount == 24)
+            if (view->nBitCount == 24) {
                 *out++ = TakeSample(pixel + layout->nBlue, layout->nSampleBytes);
+            }
             *out++ = TakeSample(pixel + layout->nGreen, layout->nSampleBytes);
-            if (view->nBitCount == 24)
+            if (view->nBitCount == 24) {
                 *out++ = TakeSample(pixel + layout->nRed, layout->nSampleBytes);
+            }
             continue;
         }
         unsigned most = (1u << bits) - 1;
@@ -162,31 +168,39 @@ static bool ReadRows(WicPass *pass, const PixelLayout *layout, UINT width, UINT 
                     layout->nKind == KIND_INDEX;
     int bitCount = bGray && layout->nResultBits == 24 ? 8 : layout->nResultBits;
     unsigned colours = bitCount == 24 ? 0 : 1u << bitCount;
-    if (bIndexed && !ReadPalette(pass, layout->nBits, table, &colours))
+    if (bIndexed && !ReadPalette(pass, layout->nBits, table, &colours)) {
         return false;
+    }
     DibView *view = &pass->view;
-    if (!CreateDib(int(width), int(height), bitCount, colours, view, pass->pMessages))
+    if (!CreateDib(int(width), int(height), bitCount, colours, view, pass->pMessages)) {
         return false;
-    if (bIndexed)
+    }
+    if (bIndexed) {
         memcpy(view->pColours, table, colours * sizeof(RGBQUAD));
-    else
+    } else {
         SetGrayRamp(view);
+    }
     if (layout->nKind == KIND_SAME && layout->nResultBits == bitCount) {
         UINT size = UINT(view->nStride * height);
-        if (!Done(pass->pSource->CopyPixels(nullptr, UINT(view->nStride), size, view->pBits), pass))
+        if (!Done(pass->pSource->CopyPixels(nullptr, UINT(view->nStride), size, view->pBits),
+                  pass)) {
             return false;
+        }
         FlipDib(view);
         return true;
     }
     ULONGLONG stride = (ULONGLONG(width) * unsigned(layout->nBits) + 31) / 32 * 4;
     ULONGLONG size = stride * height;
     pass->pRows = size < 0x7FFFFFFF ? static_cast<BYTE *>(malloc(size_t(size))) : nullptr;
-    if (!pass->pRows)
+    if (!pass->pRows) {
         return Done(E_OUTOFMEMORY, pass);
-    if (!Done(pass->pSource->CopyPixels(nullptr, UINT(stride), UINT(size), pass->pRows), pass))
+    }
+    if (!Done(pass->pSource->CopyPixels(nullptr, UINT(stride), UINT(size), pass->pRows), pass)) {
         return false;
-    for (UINT y = 0; y < height; y++)
+    }
+    for (UINT y = 0; y < height; y++) {
         ConvertRow(layout, pass->pRows + size_t(stride) * y, view, DibRow(view, int(y)));
+    }
     return true;
 }
 
@@ -194,22 +208,26 @@ static bool ReadPicture(WicPass *pass, const BYTE *bytes, size_t length, bool bG
 {
     GUID format;
     UINT width = 0, height = 0;
-    BYTE *data = const_cast<BYTE *>(bytes); // only read
+    BYTE *data = const_cast<BYTE *>(bytes);  // only read
     if (!Done(pass->pFactory->CreateStream(&pass->pInput), pass) ||
         !Done(pass->pInput->InitializeFromMemory(data, DWORD(length)), pass) ||
-        !Done(pass->pFactory->CreateDecoderFromStream(pass->pInput, nullptr,
-                                                      WICDecodeMetadataCacheOnDemand,
-                                                      &pass->pDecoder), pass) ||
+        !Done(pass->pFactory->CreateDecoderFromStream(
+                  pass->pInput, nullptr, WICDecodeMetadataCacheOnDemand, &pass->pDecoder),
+              pass) ||
         !Done(pass->pDecoder->GetFrame(0, &pass->pSource), pass) ||
         !Done(pass->pSource->GetPixelFormat(&format), pass) ||
-        !Done(pass->pSource->GetSize(&width, &height), pass))
+        !Done(pass->pSource->GetSize(&width, &height), pass)) {
         return false;
-    if (width < 1 || height < 1 || width > 0x7FFFFFFF || height > 0x7FFFFFFF)
+    }
+    if (width < 1 || height < 1 || width > 0x7FFFFFFF || height > 0x7FFFFFFF) {
         return FailImage(pass->pMessages, "the file states a size of %u x %u pixels", width,
                          height);
-    for (const PixelLayout &layout : LAYOUTS)
-        if (IsEqualGUID(format, *layout.pFormat))
+    }
+    for (const PixelLayout &layout : LAYOUTS) {
+        if (IsEqualGUID(format, *layout.pFormat)) {
             return ReadRows(pass, &layout, width, height, bGray);
+        }
+    }
     return FailImage(pass->pMessages, "its pixels have a layout that is not supported");
 }
 
@@ -220,8 +238,9 @@ static HGLOBAL Decode(const BYTE *bytes, size_t length, bool bGray, ImageMessage
     HGLOBAL hDib = pass.view.hDib;
     CloseDib(&pass.view);
     Finish(&pass);
-    if (!bDone && hDib)
+    if (!bDone && hDib) {
         GlobalFree(hDib);
+    }
     return bDone ? hDib : nullptr;
 }
 
@@ -296,12 +315,15 @@ static bool StartTarget(WicPass *pass, const GUID *format, bool bWholeDots)
     double dpiY = bWholeDots ? DotsPerInch(perMeterY) : perMeterY * 0.0254;
     WICPixelFormatGUID chosen = *format;
     if (!Done(pass->pTarget->Initialize(pass->pProperties), pass) ||
-        !Done(pass->pTarget->SetSize(UINT(view->nWidth), UINT(view->nHeight)), pass))
+        !Done(pass->pTarget->SetSize(UINT(view->nWidth), UINT(view->nHeight)), pass)) {
         return false;
-    if (dpiX > 0 && dpiY > 0 && !Done(pass->pTarget->SetResolution(dpiX, dpiY), pass))
+    }
+    if (dpiX > 0 && dpiY > 0 && !Done(pass->pTarget->SetResolution(dpiX, dpiY), pass)) {
         return false;
-    if (!Done(pass->pTarget->SetPixelFormat(&chosen), pass))
+    }
+    if (!Done(pass->pTarget->SetPixelFormat(&chosen), pass)) {
         return false;
+    }
     return IsEqualGUID(chosen, *format) ||
            FailImage(pass->pMessages, "the system cannot write a picture of %d bits",
                      view->nBitCount);
@@ -313,13 +335,15 @@ static bool FinishOutput(WicPass *pass, FileBytes *bytes)
     STATSTG status = {};
     if (!Done(pass->pTarget->Commit(), pass) || !Done(pass->pEncoder->Commit(), pass) ||
         !Done(pass->pOutput->Stat(&status, STATFLAG_NONAME), pass) ||
-        !Done(GetHGlobalFromStream(pass->pOutput, &hMemory), pass))
+        !Done(GetHGlobalFromStream(pass->pOutput, &hMemory), pass)) {
         return false;
+    }
     bytes->nLength = size_t(status.cbSize.QuadPart);
     bytes->pData = static_cast<BYTE *>(malloc(bytes->nLength));
     const void *data = bytes->pData ? GlobalLock(hMemory) : nullptr;
-    if (!data)
+    if (!data) {
         return Done(E_OUTOFMEMORY, pass);
+    }
     memcpy(bytes->pData, data, bytes->nLength);
     GlobalUnlock(hMemory);
     return true;
@@ -331,14 +355,20 @@ static bool WriteRows(WicPass *pass, bool bExpand, bool bGray)
     const DibView *view = &pass->view;
     UINT stride = bExpand ? UINT(DibStride(view->nWidth, bGray ? 8 : 24)) : UINT(view->nStride);
     pass->pRows = static_cast<BYTE *>(calloc(1, stride));
-    if (!pass->pRows)
+    if (!pass->pRows) {
         return Done(E_OUTOFMEMORY, pass);
+    }
     for (int y = 0; y < view->nHeight; y++) {
-        if (bExpand)
-            ExpandRow(view, y, bGray, pass->pRows);
-        BYTE *row = bExpand ? pass->pRows : DibRow(view, y);
-        if (!Done(pass->pTarget->WritePixels(1, stride, stride, row), pass))
+        if (ImageStopped(pass->pMessages)) {
             return false;
+        }
+        if (bExpand) {
+            ExpandRow(view, y, bGray, pass->pRows);
+        }
+        BYTE *row = bExpand ? pass->pRows : DibRow(view, y);
+        if (!Done(pass->pTarget->WritePixels(1, stride, stride, row), pass)) {
+            return false;
+        }
     }
     return true;
 }
@@ -359,8 +389,9 @@ bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages)
 
 bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessages *messages)
 {
-    if (view->nWidth > JPEG_SIDE_MOST || view->nHeight > JPEG_SIDE_MOST)
+    if (view->nWidth > JPEG_SIDE_MOST || view->nHeight > JPEG_SIDE_MOST) {
         return FailImage(messages, "a JPEG file holds at most %d pixels a side", JPEG_SIDE_MOST);
+    }
     WicPass pass;
     bool bGray = HasGrayTable(view);
     const GUID *format = bGray ? &GUID_WICPixelFormat8bppGray : &GUID_WICPixelFormat24bppBGR;

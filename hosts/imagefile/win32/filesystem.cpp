@@ -9,7 +9,7 @@
 #include <io.h>
 #include <sys/stat.h>
 
-static const size_t PATH_SHORT = 240; // room for what the system appends to a folder
+static const size_t PATH_SHORT = 240;  // room for what the system appends to a folder
 
 std::wstring WideText(const char *text)
 {
@@ -32,8 +32,9 @@ std::string NarrowText(const wchar_t *text)
 std::wstring WidePath(const char *path)
 {
     std::wstring wide = WideText(path);
-    if (wide.size() < PATH_SHORT || wide.compare(0, 2, L"\\\\") == 0)
+    if (wide.size() < PATH_SHORT || wide.compare(0, 2, L"\\\\") == 0) {
         return wide;
+    }
     DWORD count = GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
     std::wstring full(count > 0 ? count : 1, L'\0');
     count = GetFullPathNameW(wide.c_str(), count, &full[0], nullptr);
@@ -45,23 +46,25 @@ std::wstring WidePath(const char *path)
 static void SetErrno()
 {
     DWORD error = GetLastError();
-    errno = error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS           ? EEXIST
-            : error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND      ? ENOENT
-            : error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION    ? EACCES
-                                                                                  : EIO;
+    errno = error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS        ? EEXIST
+            : error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND   ? ENOENT
+            : error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION ? EACCES
+                                                                               : EIO;
 }
 
 PathKind KindOfPath(const char *path)
 {
     std::wstring wide = WidePath(path);
     DWORD attributes = GetFileAttributesW(wide.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
         return PATH_DIRECTORY;
+    }
     HANDLE hFile =
         CreateFileW(wide.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, 0, nullptr);
-    if (hFile == INVALID_HANDLE_VALUE)
+    if (hFile == INVALID_HANDLE_VALUE) {
         return attributes == INVALID_FILE_ATTRIBUTES ? PATH_MISSING : PATH_FILE;
+    }
     DWORD type = GetFileType(hFile);
     CloseHandle(hFile);
     return type == FILE_TYPE_DISK ? PATH_FILE : PATH_DEVICE;
@@ -81,18 +84,21 @@ FILE *CreateTemporary(const char *target, std::string *temporary)
 {
     std::string folder = target;
     size_t length = folder.size();
-    while (length > 0 && !IsPathSeparator(folder[length - 1]))
+    while (length > 0 && !IsPathSeparator(folder[length - 1])) {
         length--;
+    }
     folder.resize(length);
     for (int attempt = 0; attempt < 100; attempt++) {
         *temporary = folder + ".vexafilter-" + std::to_string(GetCurrentProcessId()) + "-" +
                      std::to_string(attempt) + ".tmp";
         int descriptor = _wopen(WidePath(temporary->c_str()).c_str(),
                                 _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
-        if (descriptor >= 0)
+        if (descriptor >= 0) {
             return _fdopen(descriptor, "wb");
-        if (errno != EEXIST)
+        }
+        if (errno != EEXIST) {
             return nullptr;
+        }
     }
     return nullptr;
 }
@@ -100,8 +106,9 @@ FILE *CreateTemporary(const char *target, std::string *temporary)
 bool MoveIntoPlace(const char *temporary, const char *target, bool bKeepExisting)
 {
     DWORD flags = bKeepExisting ? 0 : MOVEFILE_REPLACE_EXISTING;
-    if (MoveFileExW(WidePath(temporary).c_str(), WidePath(target).c_str(), flags))
+    if (MoveFileExW(WidePath(temporary).c_str(), WidePath(target).c_str(), flags)) {
         return true;
+    }
     SetErrno();
     return false;
 }
@@ -113,8 +120,9 @@ void RemovePath(const char *path)
 
 bool MakeFolder(const char *path)
 {
-    if (CreateDirectoryW(WidePath(path).c_str(), nullptr))
+    if (CreateDirectoryW(WidePath(path).c_str(), nullptr)) {
         return true;
+    }
     SetErrno();
     return KindOfPath(path) == PATH_DIRECTORY;
 }
