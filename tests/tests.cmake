@@ -55,3 +55,12 @@ if(WIN32)
 else()
   target_link_libraries(vexafilter_internal_tests PRIVATE vexaposix)
 endif()
+
+# The hosts: picture files and the command line, in-process.
+vexa_add_tests(vexafilter_host_tests tests/cli_test.cpp tests/imagefile_test.cpp)
+target_link_libraries(vexafilter_host_tests PRIVATE vexa_hosts vexafilter_import gtest gtest_main)
+if(WIN32)
+  add_dependencies(vexafilter_host_tests vexa_tests_dll)
+else()
+  target_link_libraries(vexafilter_host_tests PRIVATE vexaposix)
+endif()
