@@ -225,10 +225,9 @@ HGLOBAL MakePicture(PictureKind kind, int width, int height)
     if (!LoadPhoto(&photo)) {
         return NULL;
     }
-    const HGLOBAL hDib = GlobalAlloc(GMEM_MOVEABLE, prefix + stride * (size_t)height);
+    const HGLOBAL hDib = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, prefix + stride * (size_t)height);
     BYTE *block = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
     if (block != NULL) {
-        memset(block, 0, prefix);
         FillDib(kind, &photo, width, height, block);
         GlobalUnlock(hDib);
     }

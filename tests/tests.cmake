@@ -64,3 +64,20 @@ if(WIN32)
 else()
   target_link_libraries(vexafilter_host_tests PRIVATE vexaposix)
 endif()
+
+# The public header compiles alone, in both languages.
+foreach(language c c++)
+  set(compiler ${CMAKE_C_COMPILER} -std=c99)
+  if(language STREQUAL c++)
+    set(compiler ${CMAKE_CXX_COMPILER} -std=c++11)
+  endif()
+  if(NOT WIN32)
+    list(APPEND compiler -I ${CMAKE_SOURCE_DIR}/platform/posix)
+  endif()
+  add_test(NAME public_header_${language} COMMAND ${compiler} -x ${language} -Wall -Wextra -Wpedantic
+    -Werror -fsyntax-only ${CMAKE_SOURCE_DIR}/include/VexaFilter.h)
+endforeach()
+
+if(WIN32)
+  add_test(NAME dll COMMAND ${CMAKE_SOURCE_DIR}/scripts/check-dll ${CMAKE_BINARY_DIR})
+endif()
