@@ -2,6 +2,8 @@
 
 #include "filters.h"
 
+#include <string.h>
+
 static HGLOBAL Laplace(HGLOBAL hDib, int nKernel, UINT mode)
 {
     return FilterLaplace(hDib, nKernel, mode, NULL);
@@ -26,6 +28,19 @@ static HGLOBAL Gauss(HGLOBAL hDib, int, UINT mode)
 {
     return FilterGauss(hDib, mode, NULL);
 }
+
+static HGLOBAL WriteBlock(HGLOBAL hDib, int, UINT)
+{
+    const SIZE_T bytes = GlobalSize(hDib);
+    const HGLOBAL hBlock = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes);
+    if (hBlock != NULL) {
+        memset(GlobalLock(hBlock), 1, bytes);
+        GlobalUnlock(hBlock);
+    }
+    return hBlock;
+}
+
+const BenchFilter NEW_BLOCK = {"Memset", WriteBlock, 0};
 
 const BenchFilter CONVOLUTIONS[CONVOLUTION_FILTERS] = {
     {"Laplace-0", Laplace, 0},    {"Laplace-10", Laplace, 10},   {"Gradient-0", Gradient, 0},

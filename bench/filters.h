@@ -13,4 +13,7 @@ struct BenchFilter {
 enum { CONVOLUTION_FILTERS = 9 };
 extern const BenchFilter CONVOLUTIONS[CONVOLUTION_FILTERS];
 
+// Not a filter: a block as large as the image, allocated as results are and written once.
+extern const BenchFilter NEW_BLOCK;
+
 #endif

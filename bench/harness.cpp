@@ -143,17 +143,6 @@ void RegisterOtherPeer(const BenchFilter *pFilter, const char *pPeerName, PeerFi
 
 // ---- new memory alone ----------------------------------------------------------------------------
 
-static HGLOBAL NewBlockLike(HGLOBAL hDib, int, UINT)
-{
-    const SIZE_T bytes = GlobalSize(hDib);
-    const HGLOBAL hBlock = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, bytes);
-    if (hBlock != NULL) {
-        memset(GlobalLock(hBlock), 1, bytes);
-        GlobalUnlock(hBlock);
-    }
-    return hBlock;
-}
-
 static void NewMatLike(const cv::Mat &src, cv::Mat &dst)
 {
     dst.create(src.size(), src.type());
@@ -162,11 +151,10 @@ static void NewMatLike(const cv::Mat &src, cv::Mat &dst)
 
 void RegisterMemoryRows(void)
 {
-    static const BenchFilter MEMSET = {"Memset", NewBlockLike, 0};
     for (const PictureKind kind : {PICTURE_RAMP, PICTURE_COLOR}) {
-        benchmark::RegisterBenchmark(RowName(MEMSET.pName, kind, "2048", "ours").c_str(), RunOurs,
-                                     &MEMSET, kind, (int)SIDE, NEW_PAGES);
-        benchmark::RegisterBenchmark(RowName(MEMSET.pName, kind, "2048", "opencv").c_str(),
+        benchmark::RegisterBenchmark(RowName(NEW_BLOCK.pName, kind, "2048", "ours").c_str(), RunOurs,
+                                     &NEW_BLOCK, kind, (int)SIDE, NEW_PAGES);
+        benchmark::RegisterBenchmark(RowName(NEW_BLOCK.pName, kind, "2048", "opencv").c_str(),
                                      RunPeer, NewMatLike, kind, (int)SIDE, NEW_PAGES);
     }
 }

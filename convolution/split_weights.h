@@ -9,6 +9,8 @@
 
 #include "convolution_kernels.h"
 
+#include <stdint.h>
+
 namespace KERNEL_LEVEL {
 
 enum { LAPLACE = GRADIENT_FAMILIES, ENHANCE, MEAN, ROOT_SIGNS, FAMILIES };

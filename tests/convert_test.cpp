@@ -64,7 +64,8 @@ TEST(Convert, AWholeNeighbourhoodGivesWhiteAndASinglePixelTheKernel)
     const Bytes got = ReadBlock(hGray);
     for (size_t y = 0; y < 6; y++) {
         for (size_t x = 0; x < 5; x++) {
-            EXPECT_EQ(single[y * 5 + x], got[1064 + (5 - y) * 8 + x]) << "x = " << x << ", y = " << y;
+            EXPECT_EQ(single[y * 5 + x], got[1064 + (5 - y) * 8 + x])
+                << "x = " << x << ", y = " << y;
         }
     }
     FreeBlock(hGray);
@@ -138,8 +139,8 @@ TEST(Convert, ManyRowsAndLongRows)
         const Expected want = row.bNull ? ExpectNull() : ExpectBlock(ExpectTo24(dib));
         EXPECT_EQ("", CheckConversion(dib, -1, want)) << row.width << "x" << row.height;
     }
-    for (const TestPicture &picture :
-         {TestPicture{3, 70000, 1, RAMP, 0, 250, 0}, TestPicture{70000, 6, 1, REVERSED, 0, 251, 0}}) {
+    for (const TestPicture &picture : {TestPicture{3, 70000, 1, RAMP, 0, 250, 0},
+                                       TestPicture{70000, 6, 1, REVERSED, 0, 251, 0}}) {
         const Bytes dib = MakeDib(picture);
         for (int method : {0, 2}) {
             const Expected want = ExpectBlock(ExpectMonoToGray(dib, (unsigned)method));

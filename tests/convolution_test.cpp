@@ -141,8 +141,8 @@ TEST(Convolution, OtherSelectorsGiveNull)
 {
     const std::vector<std::vector<int>> wrong = {
         {-1, -10, 3, 4, 5, 6, 7, 8, 9, 15, 16, 20, 100, INT_MIN, INT_MAX, 0x10000, 256},
-        {-1, -7, -10, 8, 9, 18, 19, 28, 29, 38, 39, 48, 49, 58, 59, 68, 69, 70, 77, 100, INT_MIN,
-         INT_MAX, 0x10000, 256}};
+        {-1, -7, -10, 8,  9,  18, 19, 28,  29,      38,      39,      48,
+         49, 58, 59,  68, 69, 70, 77, 100, INT_MIN, INT_MAX, 0x10000, 256}};
     const Bytes dib = MakeDib({5, 5, 8, RAMP, 0, 1, 0});
     for (size_t i = 0; i < wrong.size(); i++) {
         for (int nKernel : wrong[i]) {
@@ -162,8 +162,7 @@ static void CompareAll(int width, int height, unsigned nSeed)
             const size_t nStep = filter.filter == GRADIENT ? 5 : 1;
             for (size_t i = picture.nSeed % nStep; i < selectors.size(); i += nStep) {
                 const Expected want = ExpectFilter(filter.filter, dib, selectors[i]);
-                EXPECT_EQ("", Check(filter, dib, selectors[i], 0, NULL, want))
-                    << Describe(picture);
+                EXPECT_EQ("", Check(filter, dib, selectors[i], 0, NULL, want)) << Describe(picture);
             }
         }
     }
@@ -187,8 +186,8 @@ TEST(Convolution, EveryFilterEqualsTheReferenceOnLargerPictures)
     }
 }
 
-// In a run of pictures with many equal neighbours: where the two root-weighted samples are equal the
-// sum may end just below a whole number.
+// In a run of pictures with many equal neighbours: where the two root-weighted samples are equal
+// the sum may end just below a whole number.
 TEST(Convolution, TheIsotropicGradientTruncatesAfterRoundingEachSum)
 {
     for (unsigned nSeed = 0; nSeed < 24; nSeed++) {

@@ -1,5 +1,5 @@
-// The parameter-dialog library of the tests, for Windows: each entry hands its arguments to the test
-// program. The names of the entries are in dialogs_stub.def.
+// The parameter-dialog library of the tests, for Windows: each entry hands its arguments to the
+// test program. The names of the entries are in dialogs_stub.def.
 
 #include <windows.h>
 

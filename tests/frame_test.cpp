@@ -15,10 +15,13 @@ static const DialogScript NO_LIBRARY = {};
 static const DialogScript GO_ON = {true, true, false, false, 0, NULL, 0, NULL, 0, 0};
 
 struct Frame : testing::Test {
-    void SetUp() override { ResetHost(); }
+    void SetUp() override
+    {
+        ResetHost();
+    }
 };
 
-// ---- state ---------------------------------------------------------------------------------------
+// ---- state --------------------------------------------------------------------------------------
 
 TEST_F(Frame, TheVersionTextHasATerminatorOnlyWhenThereIsRoomForMore)
 {
@@ -59,14 +62,14 @@ TEST_F(Frame, TheErrorCodeIsZeroOnAFreshThreadAndBelongsToTheThread)
     FreeBlock(hDib);
 }
 
-// ---- modes and the parameter dialog --------------------------------------------------------------
+// ---- modes and the parameter dialog -------------------------------------------------------------
 
 TEST_F(Frame, TheModeIsComparedByValue)
 {
     const struct {
         UINT mode;
         int nAsked, nShown;
-    } rows[] = {{0, 0, 0}, {1, 0, 1}, {2, 1, 0}, {3, 1, 1},          {4, 0, 0},
+    } rows[] = {{0, 0, 0}, {1, 0, 1}, {2, 1, 0}, {3, 1, 1},           {4, 0, 0},
                 {5, 0, 0}, {6, 0, 0}, {7, 0, 0}, {0xffffffffu, 0, 0}, {0x10003, 0, 0}};
     const Bytes dib = MakeDib({7, 6, 8, RAMP, 0, 2, 0});
     for (const FilterExport &filter : FILTERS) {
@@ -97,9 +100,9 @@ TEST_F(Frame, TheParameterDialogComesFirstAndGetsTheArgumentsInTheirOrder)
             UINT mode;
             HWND hWnd;
         } *pList = (decltype(pList))g_dialog.second;
-        bInOrder = DialogsOpened() == nShownBefore && IsDialogLibraryLoaded() &&
-                   (pList == NULL ||
-                    (pList->nKernel == 11 && pList->mode == 3 && pList->hWnd == hParent));
+        bInOrder =
+            DialogsOpened() == nShownBefore && IsDialogLibraryLoaded() &&
+            (pList == NULL || (pList->nKernel == 11 && pList->mode == 3 && pList->hWnd == hParent));
     };
     for (const FilterExport &filter : FILTERS) {
         nShownBefore = DialogsOpened();
@@ -129,8 +132,16 @@ TEST_F(Frame, TheParameterDialogDecides)
         {"go on", GO_ON, 10, 10, 1},
         {"cancel", {true, true, true, false, 0, NULL, 0, NULL, 0, 0}, 10, -1, 1},
         {"another kernel", {true, true, false, true, 12, NULL, 0, NULL, 0, 0}, 10, 12, 1},
-        {"a kernel in place of none", {true, true, false, true, 11, NULL, 0, NULL, 0, 0}, -5, 11, 1},
-        {"a kernel that there is not", {true, true, false, true, 99, NULL, 0, NULL, 0, 0}, 10, -1, 1},
+        {"a kernel in place of none",
+         {true, true, false, true, 11, NULL, 0, NULL, 0, 0},
+         -5,
+         11,
+         1},
+        {"a kernel that there is not",
+         {true, true, false, true, 99, NULL, 0, NULL, 0, 0},
+         10,
+         -1,
+         1},
         {"rewritten, but cancelled", {true, true, true, true, 12, NULL, 0, NULL, 0, 0}, 10, -1, 1}};
     const Bytes dib = MakeDib({8, 5, 8, RAMP, 0, 4, 0});
     for (const auto &row : rows) {
@@ -155,11 +166,11 @@ TEST_F(Frame, TheParameterDialogDecides)
     EXPECT_EQ(1, GetLastFilterError());
 }
 
-// ---- progress ------------------------------------------------------------------------------------
+// ---- progress -----------------------------------------------------------------------------------
 
 TEST_F(Frame, TheBarGetsItsRangeAndItsSteps)
 {
-    const int sizes[][2] = {{1, 6}, {2, 1},  {3, 3},   {4, 11},  {11, 4},
+    const int sizes[][2] = {{1, 6}, {2, 1}, {3, 3},   {4, 11},  {11, 4},
                             {5, 6}, {6, 5}, {21, 16}, {16, 21}, {90, 7}};
     size_t nTurn = 0;
     for (const int *size : sizes) {
@@ -179,10 +190,10 @@ TEST_F(Frame, TheBarGetsItsRangeAndItsSteps)
 }
 
 // The two drivers, gray and colour, one bit.
-static const TestPicture DRIVERS[] = {
-    {7, 11, 8, RAMP, 0, 71, 0},      {7, 11, 8, SHUFFLED, 0, 72, 0}, {7, 11, 8, EVEN, 0, 73, 0},
-    {7, 11, 8, COLOURED, 50, 74, 0}, {11, 7, 24, RAMP, 0, 75, 0},    {11, 7, 1, RAMP, 0, 76, 0},
-    {6, 7, 8, FEW, 9, 77, 0}};
+static const TestPicture DRIVERS[] = {{7, 11, 8, RAMP, 0, 71, 0},  {7, 11, 8, SHUFFLED, 0, 72, 0},
+                                      {7, 11, 8, EVEN, 0, 73, 0},  {7, 11, 8, COLOURED, 50, 74, 0},
+                                      {11, 7, 24, RAMP, 0, 75, 0}, {11, 7, 1, RAMP, 0, 76, 0},
+                                      {6, 7, 8, FEW, 9, 77, 0}};
 
 TEST_F(Frame, CancelAtAnyStepGivesNullAndTheParentBack)
 {
@@ -221,7 +232,7 @@ TEST_F(Frame, WithoutAProgressDialogNothingIsDone)
     FreeBlock(hDib);
 }
 
-// ---- windows -------------------------------------------------------------------------------------
+// ---- windows ------------------------------------------------------------------------------------
 
 static struct {
     int nSeen;
@@ -301,7 +312,7 @@ TEST_F(Frame, AQuitMessageMetDuringACallArrivesAfterIt)
     }
 }
 
-// ---- calls inside calls --------------------------------------------------------------------------
+// ---- calls inside calls -------------------------------------------------------------------------
 
 static struct {
     HWND hParent;
@@ -356,8 +367,9 @@ TEST_F(Frame, ACallInsideAnothersProgressIsSilentAndLeavesItAlone)
     DestroyWindow(hHost);
 }
 
-// A host may do anything while its messages go through, or in its dialog: also exchange the sides of
-// the picture in work, which fits the same block. Whatever comes back, nothing outside is touched.
+// A host may do anything while its messages go through, or in its dialog: also exchange the sides
+// of the picture in work, which fits the same block. Whatever comes back, nothing outside is
+// touched.
 static HGLOBAL g_hRewritten;
 
 static void ExchangeSides(HWND)
@@ -411,7 +423,7 @@ TEST_F(Frame, ACallFromTheParameterDialogLeavesTheOuterCodeAlone)
     EXPECT_EQ(1, GetLastFilterError());
 }
 
-// ---- failures ------------------------------------------------------------------------------------
+// ---- failures -----------------------------------------------------------------------------------
 
 // Kept: when the expansion of a 1-bit image fails, the progress dialog stays open and the parent
 // disabled, until the user presses Cancel.
@@ -479,7 +491,7 @@ TEST_F(Frame, EachLockMayFail)
     }
 }
 
-// ---- hostile blocks ------------------------------------------------------------------------------
+// ---- hostile blocks -----------------------------------------------------------------------------
 
 // A good picture with one field changed, or cut off, or both.
 struct Hostile {
@@ -559,8 +571,8 @@ TEST_F(Frame, HostileBlocksGiveNullBeforeAnyDialogOpens)
         for (const FilterExport &filter : FILTERS) {
             SetDialogs(GO_ON);
             const int nShown = DialogsOpened();
-            const Expected want = hostile.bAccepted ? ExpectFilter(filter.filter, dib, 10)
-                                                    : ExpectNull();
+            const Expected want =
+                hostile.bAccepted ? ExpectFilter(filter.filter, dib, 10) : ExpectNull();
             EXPECT_EQ("", Check(filter, dib, 10, 3, hParent, want)) << hostile.pName;
             EXPECT_EQ(hostile.bAccepted, g_dialog.nCalls == 1) << hostile.pName;
             EXPECT_EQ(hostile.bAccepted, DialogsOpened() > nShown) << hostile.pName;
@@ -606,19 +618,21 @@ TEST_F(Frame, HandlesOfEveryKind)
     }
 }
 
-// Sides past 16 bits are exact; only the expansion to 24 bits counts rows and strides in 16.
+// Sides past 16 bits are exact; only the expansion to 24 bits counts rows and strides in 16. Header
+// and colour table together end at 65535 bytes.
 TEST_F(Frame, SidesPastSixteenBits)
 {
     const struct {
         TestPicture picture;
         bool bNull;
-    } rows[] = {{{3, 70000, 8, RAMP, 0, 90, 0}, false},      {{70000, 3, 8, SHUFFLED, 0, 91, 0}, false},
-                {{3, 66000, 8, FEW, 0, 92, 0}, false},       {{30000, 3, 24, COLOURED, 0, 93, 0}, false},
-                {{3, 70000, 24, COLOURED, 0, 94, 0}, false}, {{600000, 3, 1, RAMP, 0, 95, 0}, false},
-                {{3, 70000, 1, RAMP, 0, 96, 0}, false},      {{21844, 3, 8, COLOURED, 0, 97, 0}, false},
-                {{21845, 3, 8, COLOURED, 0, 98, 0}, true},   {{3, 32767, 8, COLOURED, 0, 99, 0}, false},
-                {{3, 32768, 8, COLOURED, 0, 100, 0}, false}, {{3, 65535, 8, COLOURED, 0, 101, 0}, false},
-                {{3, 65536, 8, COLOURED, 0, 102, 0}, true},  {{3, 65539, 8, COLOURED, 0, 103, 0}, true}};
+    } rows[] = {
+        {{3, 70000, 8, RAMP, 0, 90, 0}, false},      {{70000, 3, 8, SHUFFLED, 0, 91, 0}, false},
+        {{3, 66000, 8, FEW, 0, 92, 0}, false},       {{30000, 3, 24, COLOURED, 0, 93, 0}, false},
+        {{3, 70000, 24, COLOURED, 0, 94, 0}, false}, {{600000, 3, 1, RAMP, 0, 95, 0}, false},
+        {{3, 70000, 1, RAMP, 0, 96, 0}, false},      {{21844, 3, 8, COLOURED, 0, 97, 0}, false},
+        {{21845, 3, 8, COLOURED, 0, 98, 0}, true},   {{3, 32767, 8, COLOURED, 0, 99, 0}, false},
+        {{3, 32768, 8, COLOURED, 0, 100, 0}, false}, {{3, 65535, 8, COLOURED, 0, 101, 0}, false},
+        {{3, 65536, 8, COLOURED, 0, 102, 0}, true},  {{3, 65539, 8, COLOURED, 0, 103, 0}, true}};
     for (const auto &row : rows) {
         const Bytes dib = MakeDib(row.picture);
         for (Filter filter : {GRADIENT, GAUSS}) {
@@ -629,7 +643,7 @@ TEST_F(Frame, SidesPastSixteenBits)
     }
 }
 
-// ---- floating-point controls ---------------------------------------------------------------------
+// ---- floating-point controls --------------------------------------------------------------------
 
 struct Controls {
     unsigned short x87;
@@ -651,7 +665,8 @@ static void WriteControls(Controls controls)
 TEST_F(Frame, AHostWithOtherFloatingPointControlsGetsThemBack)
 {
     // Every trap unmasked and rounding up, down, to zero; flushing to zero; few bits.
-    const Controls hosts[] = {{0x0a40, 0x4000}, {0x0440, 0x2000}, {0x0c40, 0xe040}, {0x007f, 0x7f80}};
+    const Controls hosts[] = {
+        {0x0a40, 0x4000}, {0x0440, 0x2000}, {0x0c40, 0xe040}, {0x007f, 0x7f80}};
     const Controls usual = ReadControls();
     for (const TestPicture &picture : DRIVERS) {
         const Bytes dib = MakeDib(picture);
@@ -675,7 +690,7 @@ TEST_F(Frame, AHostWithOtherFloatingPointControlsGetsThemBack)
     }
 }
 
-// ---- threads -------------------------------------------------------------------------------------
+// ---- threads ------------------------------------------------------------------------------------
 
 TEST_F(Frame, EightThreadsAtOnceGetTheResultsOfOne)
 {
@@ -707,7 +722,7 @@ TEST_F(Frame, EightThreadsAtOnceGetTheResultsOfOne)
     }
 }
 
-// ---- the tests themselves ------------------------------------------------------------------------
+// ---- the tests themselves -----------------------------------------------------------------------
 
 TEST(Comparison, NamesThePlaceOfAPlantedDifference)
 {

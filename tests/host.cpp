@@ -18,21 +18,8 @@ const std::vector<FilterExport> FILTERS = {
 
 HGLOBAL NewBlock(const Bytes &bytes, UINT flags)
 {
-    const HGLOBAL hBlock = GlobalAlloc(flags, bytes.size());
     NoteNewBlock();
-    if (hBlock != NULL && !bytes.empty()) {
-        memcpy(GlobalLock(hBlock), bytes.data(), bytes.size());
-        GlobalUnlock(hBlock);
-    }
-    return hBlock;
-}
-
-Bytes ReadBlock(HGLOBAL hBlock)
-{
-    const BYTE *pBytes = (const BYTE *)GlobalLock(hBlock);
-    Bytes bytes(pBytes, pBytes + GlobalSize(hBlock));
-    GlobalUnlock(hBlock);
-    return bytes;
+    return MakeBlock(bytes, flags);
 }
 
 int AnswerDialog(const char *pEntry, UINT_PTR first, UINT_PTR second)
@@ -62,7 +49,8 @@ std::string Compare(HGLOBAL hResult, const Expected &expected)
         return expected.bNull ? "" : "want a result, got null";
     }
     const Bytes got = ReadBlock(hResult);
-    const bool bMovable = (GlobalFlags(hResult) & GMEM_LOCKCOUNT) == 0 && hResult != GlobalLock(hResult);
+    const bool bMovable =
+        (GlobalFlags(hResult) & GMEM_LOCKCOUNT) == 0 && hResult != GlobalLock(hResult);
     GlobalUnlock(hResult);
     FreeBlock(hResult);
     return expected.bNull ? "want null, got a result"
@@ -77,7 +65,8 @@ std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UIN
     const int nBlocks = LiveBlocks();
     const int nLocks = LocksHeld();
     const BOOL bEnabled = IsWindowEnabled(hParent);
-    const HCURSOR hCursor = GetCursor();
+    const HCURSOR hCursor = LoadCursorA(NULL, IDC_ARROW);
+    SetCursor(hCursor);
     std::string fault = Compare(CallFilter(filter, hDib, nKernel, mode, hParent), expected);
     if (fault.empty() && LiveBlocks() != nBlocks) {
         fault = "blocks left: " + std::to_string(LiveBlocks() - nBlocks);
@@ -93,7 +82,8 @@ std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UIN
         fault = "the cursor has changed";
     }
     FreeBlock(hDib);
-    return fault.empty() ? "" : std::string(filter.pName) + " " + std::to_string(nKernel) + ": " + fault;
+    return fault.empty() ? ""
+                         : std::string(filter.pName) + " " + std::to_string(nKernel) + ": " + fault;
 }
 
 int main(int argc, char **argv)

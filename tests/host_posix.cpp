@@ -42,7 +42,7 @@ void FailLock(int nth)
     TestFailLock(nth);
 }
 
-// ---- dialogs -------------------------------------------------------------------------------------
+// ---- dialogs ------------------------------------------------------------------------------------
 
 typedef void (*AnyFunction)(void);
 
@@ -111,7 +111,7 @@ void FailDialogs(bool bFail)
     TestFailDialogs(bFail);
 }
 
-// ---- windows -------------------------------------------------------------------------------------
+// ---- windows ------------------------------------------------------------------------------------
 
 static void OnWindowMessage(HWND hWnd, UINT message, WPARAM, LPARAM, void *pContext)
 {

@@ -26,7 +26,7 @@ static HWND g_hDialog;
 std::vector<std::string> g_loaded;
 bool g_bOwnerDisabledAtDestroy;
 
-// ---- what the DLL calls instead of the system ----------------------------------------------------
+// ---- what the DLL calls instead of the system ---------------------------------------------------
 
 static bool IsDue(std::atomic<int> *pCallsLeft)
 {
@@ -148,7 +148,7 @@ static int ReplaceImports(BYTE *pModule)
     return nReplaced;
 }
 
-// ---- the messages sent to the bar ----------------------------------------------------------------
+// ---- the messages sent to the bar ---------------------------------------------------------------
 
 static LRESULT CALLBACK OnSentMessage(int nCode, WPARAM wParam, LPARAM lParam)
 {
@@ -157,8 +157,7 @@ static LRESULT CALLBACK OnSentMessage(int nCode, WPARAM wParam, LPARAM lParam)
     if (pSent->message == WM_DESTROY && pSent->hwnd == g_hDialog) {
         g_bOwnerDisabledAtDestroy = !IsWindowEnabled(GetWindow(g_hDialog, GW_OWNER));
     }
-    if ((bRange || pSent->message == PBM_STEPIT) &&
-        GetDlgCtrlID(pSent->hwnd) == PROGRESS_BAR_ID) {
+    if ((bRange || pSent->message == PBM_STEPIT) && GetDlgCtrlID(pSent->hwnd) == PROGRESS_BAR_ID) {
         if (bRange) {
             g_hDialog = GetParent(pSent->hwnd);
             g_nRange = (int)pSent->lParam;
@@ -174,7 +173,7 @@ static LRESULT CALLBACK OnSentMessage(int nCode, WPARAM wParam, LPARAM lParam)
     return CallNextHookEx(NULL, nCode, wParam, lParam);
 }
 
-// ---- blocks --------------------------------------------------------------------------------------
+// ---- blocks -------------------------------------------------------------------------------------
 
 void NoteNewBlock(void)
 {
@@ -213,7 +212,7 @@ void FailLock(int nth)
     g_nFailLock = nth;
 }
 
-// ---- dialogs -------------------------------------------------------------------------------------
+// ---- dialogs ------------------------------------------------------------------------------------
 
 extern "C" __declspec(dllexport) int AnswerStub(UINT_PTR first, UINT_PTR second);
 
@@ -269,7 +268,7 @@ void FailDialogs(bool bFail)
     g_bFailDialogs = bFail;
 }
 
-// ---- windows -------------------------------------------------------------------------------------
+// ---- windows ------------------------------------------------------------------------------------
 
 static LRESULT CALLBACK HostWindowProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam)
 {

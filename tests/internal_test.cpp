@@ -1,5 +1,5 @@
-// The library's own parts, linked straight in: kernels at every level of the processor, palette maps
-// and matrices, the layout of DIBs, the codes that no export returns, attach and detach.
+// The library's own parts, linked straight in: kernels at every level of the processor, palette
+// maps and matrices, the layout of DIBs, the codes that no export returns, attach and detach.
 
 #include "picture.h"
 #include "reference/reference.h"
@@ -23,7 +23,7 @@
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD nReason, LPVOID pReserved);
 
-// ---- kernels -------------------------------------------------------------------------------------
+// ---- kernels ------------------------------------------------------------------------------------
 
 struct Level {
     const char *pName;
@@ -105,7 +105,8 @@ static void RunKernelCase(const KernelCase &c, const char *pLevel, size_t count,
     }
 }
 
-struct KernelTest : testing::TestWithParam<Level> {};
+struct KernelTest : testing::TestWithParam<Level> {
+};
 
 TEST_P(KernelTest, EqualsThePlainDefinition)
 {
@@ -115,7 +116,8 @@ TEST_P(KernelTest, EqualsThePlainDefinition)
     }
     for (const KernelCase &c : KernelsOf(level)) {
         unsigned nSeed = 0;
-        for (size_t count : {1, 2, 3, 5, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 66, 96, 99, 1500}) {
+        for (size_t count :
+             {1, 2, 3, 5, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 66, 96, 99, 1500}) {
             for (size_t step : {1, 3}) {
                 RunKernelCase(c, level.pName, count, step, nSeed++);
             }
@@ -187,7 +189,7 @@ TEST(Kernels, TheStrongestSupportedLevelIsChosen)
     ChooseConvolutionKernels(DetectCpuFeatures());
 }
 
-// ---- layout --------------------------------------------------------------------------------------
+// ---- layout -------------------------------------------------------------------------------------
 
 TEST(Layout, ColoursOfEveryHeader)
 {
@@ -195,9 +197,10 @@ TEST(Layout, ColoursOfEveryHeader)
         DWORD nSize;
         WORD nBits;
         DWORD nUsed, nColors, nBytes;
-    } rows[] = {{40, 1, 0, 2, 8},     {40, 4, 0, 16, 64},   {40, 8, 0, 256, 1024}, {40, 24, 0, 0, 0},
-                {40, 16, 0, 0, 0},    {40, 8, 16, 16, 64},  {40, 24, 5, 5, 20},    {40, 8, 300, 300, 1200},
-                {12, 1, 99, 2, 6},    {12, 4, 99, 16, 48},  {12, 8, 99, 256, 768}, {12, 24, 99, 0, 0}};
+    } rows[] = {{40, 1, 0, 2, 8},    {40, 4, 0, 16, 64},      {40, 8, 0, 256, 1024},
+                {40, 24, 0, 0, 0},   {40, 16, 0, 0, 0},       {40, 8, 16, 16, 64},
+                {40, 24, 5, 5, 20},  {40, 8, 300, 300, 1200}, {12, 1, 99, 2, 6},
+                {12, 4, 99, 16, 48}, {12, 8, 99, 256, 768},   {12, 24, 99, 0, 0}};
     for (const auto &row : rows) {
         BITMAPINFOHEADER header = {};
         header.biSize = row.nSize;
@@ -212,34 +215,18 @@ TEST(Layout, ColoursOfEveryHeader)
     }
 }
 
-static HGLOBAL BlockOf(const Bytes &bytes)
-{
-    const HGLOBAL hBlock = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
-    memcpy(GlobalLock(hBlock), bytes.data(), bytes.size());
-    GlobalUnlock(hBlock);
-    return hBlock;
-}
-
-static Bytes BytesOf(HGLOBAL hBlock)
-{
-    const BYTE *pBytes = (const BYTE *)GlobalLock(hBlock);
-    const Bytes bytes(pBytes, pBytes + GlobalSize(hBlock));
-    GlobalUnlock(hBlock);
-    return bytes;
-}
-
 TEST(Layout, DuplicateDibCopiesTheWholeBlock)
 {
     const Bytes dib = MakeDib({5, 4, 8, FEW, 9, 1, 13});
-    const HGLOBAL hDib = BlockOf(dib);
+    const HGLOBAL hDib = MakeBlock(dib);
     const HGLOBAL hCopy = DuplicateDib(hDib);
-    EXPECT_EQ("", FirstDifference(dib, BytesOf(hCopy)));
+    EXPECT_EQ("", FirstDifference(dib, ReadBlock(hCopy)));
     EXPECT_TRUE(DuplicateDib(NULL) == NULL);
     GlobalFree(hCopy);
     GlobalFree(hDib);
 }
 
-// ---- palette maps and matrices -------------------------------------------------------------------
+// ---- palette maps and matrices ------------------------------------------------------------------
 
 TEST(LevelMaps, TheHighestOfEqualEntriesWinsAndAMissingLevelTakesItsNumber)
 {
@@ -265,7 +252,7 @@ TEST(Matrix, LoadsAndStoresEveryPixelAndNothingElse)
         for (int height : {1, 2, 7}) {
             const Bytes gray = MakeDib({width, height, 8, SHUFFLED, 0, 2, 3});
             const Bytes color = MakeDib({width, height, 24, COLOURED, 4, 3, 2});
-            const HGLOBAL hGray = BlockOf(gray), hColor = BlockOf(color);
+            const HGLOBAL hGray = MakeBlock(gray), hColor = MakeBlock(color);
             GrayMatrix g;
             ColorMatrix c;
             ASSERT_TRUE(LoadGrayMatrix(hGray, &g, 0) && LoadColorMatrix(hColor, &c, 0));
@@ -291,8 +278,8 @@ TEST(Matrix, LoadsAndStoresEveryPixelAndNothingElse)
                     }
                 }
             }
-            EXPECT_EQ("", FirstDifference(wantGray, BytesOf(hGray)));
-            EXPECT_EQ("", FirstDifference(wantColor, BytesOf(hColor)));
+            EXPECT_EQ("", FirstDifference(wantGray, ReadBlock(hGray)));
+            EXPECT_EQ("", FirstDifference(wantColor, ReadBlock(hColor)));
             FreeGrayMatrix(&g);
             FreeColorMatrix(&c);
             GlobalFree(hGray);
@@ -301,17 +288,24 @@ TEST(Matrix, LoadsAndStoresEveryPixelAndNothingElse)
     }
 }
 
-// ---- progress ------------------------------------------------------------------------------------
+// ---- progress -----------------------------------------------------------------------------------
 
 static int BarPosition(void)
 {
-    return (int)SendMessageA(GetDlgItem(GetFilterThreadState()->hProgressDlg, 1000), PBM_GETPOS, 0, 0);
+    return (int)SendMessageA(GetDlgItem(GetFilterThreadState()->hProgressDlg, 1000), PBM_GETPOS, 0,
+                             0);
 }
 
 // Dialogs are opened inside a call.
 struct Progress : testing::Test {
-    void SetUp() override { BeginCall(&running); }
-    void TearDown() override { EndCall(&running); }
+    void SetUp() override
+    {
+        BeginCall(&running);
+    }
+    void TearDown() override
+    {
+        EndCall(&running);
+    }
     RunningCall running;
 };
 
@@ -321,8 +315,8 @@ TEST_F(Progress, EveryPassStepsOnEveryFifthUnit)
     for (const int *size : sizes) {
         const int columns = (size[0] + 4) / 5;
         const int rows = (size[1] - 1 + 4) / 5;
-        const HGLOBAL hGray = BlockOf(MakeDib({size[0], size[1], 8, RAMP, 0, 4, 0}));
-        const HGLOBAL hColor = BlockOf(MakeDib({size[0], size[1], 24, RAMP, 0, 4, 0}));
+        const HGLOBAL hGray = MakeBlock(MakeDib({size[0], size[1], 8, RAMP, 0, 4, 0}));
+        const HGLOBAL hColor = MakeBlock(MakeDib({size[0], size[1], 24, RAMP, 0, 4, 0}));
         GrayMatrix g, h;
         ColorMatrix c, d;
         ASSERT_TRUE(OpenProgressDialog(NULL, 5000));
@@ -369,7 +363,7 @@ TEST_F(Progress, TheRangeIsAFifthOfTheTotalAndOneMore)
     }
 }
 
-// ---- codes ---------------------------------------------------------------------------------------
+// ---- codes --------------------------------------------------------------------------------------
 
 TEST(Codes, TheConvertersReportTheFirstFaultInTheLastError)
 {
@@ -396,7 +390,7 @@ TEST(Codes, TheConvertersReportTheFirstFaultInTheLastError)
     for (const auto &row : rows) {
         Bytes dib = MakeDib({6, 5, row.bits, RAMP, 0, 5, 0});
         memcpy(&dib[row.nField], &row.nValue, sizeof row.nValue);
-        const HGLOBAL hDib = BlockOf(dib);
+        const HGLOBAL hDib = MakeBlock(dib);
         pState->nLastError = pState->nCurrentError = -77;
         const HGLOBAL hMono = ConvertMonoDibToGrayScale(hDib, 0);
         EXPECT_EQ(row.nMono, pState->nLastError) << row.pName;
@@ -421,7 +415,7 @@ TEST(Codes, TheConvertersReportTheFirstFaultInTheLastError)
 TEST(Codes, AFilterCopiesItsCodeUnlessItWasCancelledOrRefused)
 {
     FilterThreadState *pState = GetFilterThreadState();
-    const HGLOBAL hDib = BlockOf(MakeDib({6, 5, 8, RAMP, 0, 6, 0}));
+    const HGLOBAL hDib = MakeBlock(MakeDib({6, 5, 8, RAMP, 0, 6, 0}));
     pState->nLastError = -77;
     EXPECT_TRUE(FilterGauss(NULL, 0, NULL) == NULL);
     EXPECT_EQ(-77, pState->nLastError);
@@ -433,7 +427,7 @@ TEST(Codes, AFilterCopiesItsCodeUnlessItWasCancelledOrRefused)
     GlobalFree(hDib);
 }
 
-// ---- attach --------------------------------------------------------------------------------------
+// ---- attach -------------------------------------------------------------------------------------
 
 TEST(Attach, OtherReasonsAreRefusedAndThreadsGetARecordOfTheirOwn)
 {

@@ -28,7 +28,25 @@ void SetHeader(Bytes *pDib, const BITMAPINFOHEADER &header)
     memcpy(pDib->data(), &header, sizeof header);
 }
 
-// ---- layout --------------------------------------------------------------------------------------
+HGLOBAL MakeBlock(const Bytes &bytes, UINT flags)
+{
+    const HGLOBAL hBlock = GlobalAlloc(flags, bytes.size());
+    if (hBlock != NULL && !bytes.empty()) {
+        memcpy(GlobalLock(hBlock), bytes.data(), bytes.size());
+        GlobalUnlock(hBlock);
+    }
+    return hBlock;
+}
+
+Bytes ReadBlock(HGLOBAL hBlock)
+{
+    const BYTE *pBytes = (const BYTE *)GlobalLock(hBlock);
+    const Bytes bytes(pBytes, pBytes + GlobalSize(hBlock));
+    GlobalUnlock(hBlock);
+    return bytes;
+}
+
+// ---- layout -------------------------------------------------------------------------------------
 
 struct Layout {
     size_t nColors, nBits, stride, nEnd;
@@ -59,7 +77,7 @@ static Bytes EmptyDib(int width, int height, int bits, DWORD nColors, int nSpare
     return dib;
 }
 
-// ---- colour tables -------------------------------------------------------------------------------
+// ---- colour tables ------------------------------------------------------------------------------
 
 static void FillColors(const TestPicture &picture, std::mt19937 *pRandom, RGBQUAD *pColors,
                        size_t nColors)
@@ -86,7 +104,7 @@ static void FillColors(const TestPicture &picture, std::mt19937 *pRandom, RGBQUA
     }
 }
 
-// ---- pixels --------------------------------------------------------------------------------------
+// ---- pixels -------------------------------------------------------------------------------------
 
 static BYTE Sample(std::mt19937 *pRandom, unsigned tone)
 {
@@ -96,8 +114,8 @@ static BYTE Sample(std::mt19937 *pRandom, unsigned tone)
 
 Bytes MakeDib(const TestPicture &picture)
 {
-    Bytes dib = EmptyDib(picture.width, picture.height, picture.bits, picture.nColors,
-                         picture.nSpare);
+    Bytes dib =
+        EmptyDib(picture.width, picture.height, picture.bits, picture.nColors, picture.nSpare);
     std::mt19937 random(BaseSeed() + picture.nSeed);
     BITMAPINFOHEADER header = HeaderOf(dib);
     const Layout layout = LayoutOf(header);
@@ -155,7 +173,7 @@ std::vector<TestPicture> EveryKind(int width, int height, unsigned nSeed)
     return kinds;
 }
 
-// ---- words ---------------------------------------------------------------------------------------
+// ---- words --------------------------------------------------------------------------------------
 
 static std::string Text(const char *pBefore, size_t n)
 {
@@ -164,8 +182,8 @@ static std::string Text(const char *pBefore, size_t n)
 
 std::string Describe(const TestPicture &p)
 {
-    static const char *const NAMES[] = {"ramp", "reversed", "shuffled", "even levels", "few levels",
-                                        "coloured", "one red"};
+    static const char *const NAMES[] = {"ramp",       "reversed", "shuffled", "even levels",
+                                        "few levels", "coloured", "one red"};
     return Text("", (size_t)p.width) + Text("x", (size_t)p.height) +
            Text(", bits ", (size_t)p.bits) + ", " + NAMES[p.palette] +
            Text(", biClrUsed ", p.nColors) + Text(", spare ", (size_t)p.nSpare) +

@@ -1,5 +1,5 @@
-// The pictures that the tests hand in: packed DIBs made from a short description, and the comparison
-// of two blocks that says in words where they first differ.
+// The pictures that the tests hand in: packed DIBs made from a short description, and the
+// comparison of two blocks that says in words where they first differ.
 #ifndef TESTS_PICTURE_H
 #define TESTS_PICTURE_H
 
@@ -47,6 +47,10 @@ std::string FirstDifference(const Bytes &want, const Bytes &got);
 
 BITMAPINFOHEADER HeaderOf(const Bytes &dib);
 void SetHeader(Bytes *pDib, const BITMAPINFOHEADER &header);
+
+// Bytes to a new block and back.
+HGLOBAL MakeBlock(const Bytes &bytes, UINT flags = GMEM_MOVEABLE);
+Bytes ReadBlock(HGLOBAL hBlock);
 
 // What every random picture of this run starts from; VEXA_TEST_SEED in the environment sets it.
 unsigned BaseSeed(void);

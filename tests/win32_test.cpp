@@ -7,7 +7,7 @@
 #include <commctrl.h>
 #include <gtest/gtest.h>
 
-// ---- the progress dialog -------------------------------------------------------------------------
+// ---- the progress dialog ------------------------------------------------------------------------
 
 struct Control {
     int nId;
@@ -63,7 +63,8 @@ TEST(Windows, TheProgressDialogLooksAsItsTemplate)
     g_hParent = NewWindow(NULL);
     ResetHost();
     PostMessageA(hHost, WM_APP, 0, 0);
-    EXPECT_EQ("", Check(FILTERS[GAUSS], dib, 0, MODE_PROGRESS, g_hParent, ExpectFilter(GAUSS, dib, 0)));
+    EXPECT_EQ("",
+              Check(FILTERS[GAUSS], dib, 0, MODE_PROGRESS, g_hParent, ExpectFilter(GAUSS, dib, 0)));
     EXPECT_FALSE(g_bOwnerDisabledAtDestroy) << "else another program gets the focus";
     CancelAtStep(1);
     EXPECT_EQ("", Check(FILTERS[GAUSS], dib, 0, MODE_PROGRESS, g_hParent, ExpectNull()));
@@ -84,7 +85,7 @@ TEST(Windows, TheDialogLibraryIsLookedForBesideTheDllFirst)
     FreeBlock(hDib);
 }
 
-// ---- registers and stack -------------------------------------------------------------------------
+// ---- registers and stack ------------------------------------------------------------------------
 
 struct Registers {
     DWORD ebx, esi, edi, ebp;
@@ -112,8 +113,8 @@ __asm__(".globl _CallOffAlignment\n"
         "    leal (,%ecx,4), %ebx\n"
         "    andl $-16, %esp\n"
         "    subl $256, %esp\n"
-        "    addl %ebx, %esp\n"       // the arguments end on a multiple of 16,
-        "    subl 20(%ebp), %esp\n"   // less nOff
+        "    addl %ebx, %esp\n"      // the arguments end on a multiple of 16,
+        "    subl 20(%ebp), %esp\n"  // less nOff
         "    movl %ebp, _g_savedFrame\n"
         "    movl %esp, _g_savedStack\n"
         "1:  testl %ecx, %ecx\n"
@@ -158,7 +159,8 @@ TEST(Windows, EveryExportKeepsTheRegistersAndTheStackAtAnyAlignment)
         const TestPicture &picture = kinds[i];
         const Bytes dib = MakeDib(picture);
         const Expected to24 = picture.bits == 8 ? ExpectBlock(ExpectTo24(dib)) : ExpectNull();
-        const Expected gray = picture.bits == 1 ? ExpectBlock(ExpectMonoToGray(dib, 2)) : ExpectNull();
+        const Expected gray =
+            picture.bits == 1 ? ExpectBlock(ExpectMonoToGray(dib, 2)) : ExpectNull();
         const StackCall calls[] = {
             {"GetLastFilterError", {}, ExpectNull(), false},
             {"GetVexaFilterVersion", {(DWORD)(UINT_PTR)version, 20}, ExpectNull(), false},
@@ -178,8 +180,8 @@ TEST(Windows, EveryExportKeepsTheRegistersAndTheStackAtAnyAlignment)
                 for (DWORD &argument : arguments) {
                     argument = argument == DIB ? (DWORD)(UINT_PTR)hDib : argument;
                 }
-                const DWORD result = CallOffAlignment(function, arguments.data(),
-                                                      (int)arguments.size(), nOff);
+                const DWORD result =
+                    CallOffAlignment(function, arguments.data(), (int)arguments.size(), nOff);
                 const Registers r = g_registers;
                 EXPECT_TRUE(r.ebx == 0x11111111 && r.esi == 0x22222222 && r.edi == 0x33333333 &&
                             r.ebp == 0x44444444 && r.nStackMoved == 0)

@@ -1,6 +1,6 @@
-// Fuzz target of the frame and the convolution filters: makes a DIB, honest or hostile, and arguments
-// from the input, calls every export with them, and sees that the source is as it was and that no
-// block, lock or dialog is left.
+// Fuzz target of the frame and the convolution filters: makes a DIB, honest or hostile, and
+// arguments from the input, calls every export with them, and sees that the source is as it was and
+// that no block, lock or dialog is left.
 
 #include "VexaFilter.h"
 #include "platform/posix/headless.h"

@@ -9,7 +9,7 @@
 
 typedef std::vector<BYTE> Bytes;
 
-// ---- kernels -------------------------------------------------------------------------------------
+// ---- kernels ------------------------------------------------------------------------------------
 
 struct Kernel {
     int nSelector;
@@ -92,7 +92,7 @@ std::vector<int> ValidSelectors(Filter filter)
     return selectors;
 }
 
-// ---- one channel of a picture --------------------------------------------------------------------
+// ---- one channel of a picture -------------------------------------------------------------------
 
 // Cells are palette indices; a colour channel is its own palette of all levels in order.
 struct Plane {
@@ -128,7 +128,7 @@ static int IndexFor(Plane *pPlane, int level)
     return pPlane->indexOf[level];
 }
 
-// ---- one pixel -----------------------------------------------------------------------------------
+// ---- one pixel ----------------------------------------------------------------------------------
 
 static int Weighted(Plane *p, int x, int y, const double *weights)
 {
@@ -180,7 +180,7 @@ int ExpectLevel(Filter filter, int nKernel, const BYTE window[9])
     return pKernel != NULL ? LevelAt(filter, *pKernel, &plane, 1, 1) : -1;
 }
 
-// ---- one plane -----------------------------------------------------------------------------------
+// ---- one plane ----------------------------------------------------------------------------------
 
 static bool IsEdgeDetector(Filter filter)
 {
@@ -222,7 +222,7 @@ static Plane FilterPlane(Filter filter, const Kernel &kernel, Plane *pSource)
     return result;
 }
 
-// ---- blocks --------------------------------------------------------------------------------------
+// ---- blocks -------------------------------------------------------------------------------------
 
 struct View {
     BITMAPINFOHEADER header;
@@ -289,7 +289,7 @@ Bytes ExpectTo24(const Bytes &dib)
     return result;
 }
 
-// ---- 1 bit to gray -------------------------------------------------------------------------------
+// ---- 1 bit to gray ------------------------------------------------------------------------------
 
 static const int SMOOTHING[3][5][5] = {
     {{0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 255, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}},
@@ -323,10 +323,11 @@ Bytes ExpectMonoToGray(const Bytes &dib, unsigned method)
             int sum = 0;
             for (int dy = -2; dy <= 2; dy++) {
                 for (int dx = -2; dx <= 2; dx++) {
-                    const bool bInside = x + dx >= 0 && x + dx < reach && y + dy >= 0 &&
-                                         y + dy < from.height;
+                    const bool bInside =
+                        x + dx >= 0 && x + dx < reach && y + dy >= 0 && y + dy < from.height;
                     const int weight = SMOOTHING[method][dy + 2][dx + 2];
-                    sum += weight != 0 && bInside && IsWhite(dib, from, x + dx, y + dy) ? weight : 0;
+                    sum +=
+                        weight != 0 && bInside && IsWhite(dib, from, x + dx, y + dy) ? weight : 0;
                 }
             }
             result[At(to, x, y)] = (BYTE)sum;
@@ -335,7 +336,7 @@ Bytes ExpectMonoToGray(const Bytes &dib, unsigned method)
     return result;
 }
 
-// ---- progress ------------------------------------------------------------------------------------
+// ---- progress -----------------------------------------------------------------------------------
 
 // How many of the numbers first to end - 1 are multiples of five: each is a step.
 static int Fives(int first, int end)
@@ -361,7 +362,7 @@ static int RangeOf(Filter filter, int width, int height, bool bColor)
     return (units + 4) / 5 * 5 / 5 + 1;
 }
 
-// ---- the whole call ------------------------------------------------------------------------------
+// ---- the whole call -----------------------------------------------------------------------------
 
 // An 8-bit block with all its 256 colours.
 static Bytes WithFullTable(const Bytes &dib)

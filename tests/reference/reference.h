@@ -1,5 +1,6 @@
-// What the exports must answer, computed the slow and obvious way: pixel by pixel at (x, y), from the
-// left and from the top, over whole blocks. Shares nothing with the library but the public header.
+// What the exports must answer, computed the slow and obvious way: pixel by pixel at (x, y), from
+// the left and from the top, over whole blocks. Shares nothing with the library but the public
+// header.
 #ifndef TESTS_REFERENCE_REFERENCE_H
 #define TESTS_REFERENCE_REFERENCE_H
 
