@@ -9,6 +9,7 @@
 // passes, spread over the rows.
 
 #include "dib.h"
+#include "levels.h"
 #include "matrix.h"
 #include "neighbourhood.h"
 #include "platform/workmemory.h"
@@ -54,11 +55,8 @@ static void FillRing(LineRun *pRun, int nTopRow)
     const int nLowest = nTopRow < 0 ? 0 : nTopRow;
     while (pRun->nLowestMapped > nLowest) {
         const int y = --pRun->nLowestMapped;
-        const BYTE *src = PictureRow(&pRun->source, y);
         BYTE *line = pRun->ring + (size_t)(y % pRun->nSlots) * (size_t)width;
-        for (int x = 0; x < width; x++) {
-            line[x] = pRun->pMaps->levels[src[x]];
-        }
+        MapBytes(pRun->pMaps->levels, PictureRow(&pRun->source, y), line, (size_t)width);
     }
 }
 
@@ -121,9 +119,7 @@ static void RunKernel(LineRun *pRun, LineKernel kernel, BYTE *dst)
 static void MapBack(const LineRun *pRun, BYTE *pixels, int count)
 {
     if (pRun->pMaps != NULL) {
-        for (int i = 0; i < count; i++) {
-            pixels[i] = pRun->indexOf[pixels[i]];
-        }
+        MapBytes(pRun->indexOf, pixels, pixels, (size_t)count);
     }
 }
 
