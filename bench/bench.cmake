@@ -25,7 +25,22 @@ target_include_directories(convolution_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
 target_link_libraries(convolution_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
   ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
 
+add_executable(point_bench bench/point_bench.cpp bench/harness.cpp)
+target_include_directories(point_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
+target_link_libraries(point_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+  ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
+
+foreach(family tonal histogram)
+  add_executable(${family}_bench bench/${family}_bench.cpp bench/harness.cpp)
+  target_include_directories(${family}_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
+  target_link_libraries(${family}_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+    ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
+endforeach()
+
 # One iteration of each row, so that the benchmarks do not rot.
 enable_testing()
 add_test(NAME convolution_bench COMMAND convolution_bench --benchmark_min_time=0)
+add_test(NAME point_bench COMMAND point_bench --benchmark_min_time=0)
+add_test(NAME tonal_bench COMMAND tonal_bench --benchmark_min_time=0)
+add_test(NAME histogram_bench COMMAND histogram_bench --benchmark_min_time=0)
 add_test(NAME peak_memory COMMAND peak_memory)

@@ -32,15 +32,16 @@ DWORD DibPaletteSize(const BITMAPINFOHEADER *pHeader)
     return DibNumColors(pHeader) * bytesPerEntry;
 }
 
-static int ShapeOf(const BITMAPINFOHEADER *pHeader, size_t nBlockBytes, DibShape *pShape)
+static int ShapeOf(const BITMAPINFOHEADER *pHeader, unsigned bitCount, size_t nBlockBytes,
+                   DibShape *pShape)
 {
-    if (nBlockBytes < DIB_HEADER_BYTES || pHeader->biSize != DIB_HEADER_BYTES ||
-        pHeader->biCompression != BI_RGB || pHeader->biWidth <= 0 || pHeader->biHeight <= 0) {
+    if (pHeader->biSize != DIB_HEADER_BYTES || pHeader->biCompression != BI_RGB ||
+        pHeader->biWidth <= 0 || pHeader->biHeight <= 0) {
         return 0;
     }
     const DWORD nColors = DibNumColors(pHeader);
     const uint64_t prefix = DIB_HEADER_BYTES + (uint64_t)nColors * sizeof(RGBQUAD);
-    const uint64_t stride = RowStride((uint64_t)pHeader->biWidth, pHeader->biBitCount);
+    const uint64_t stride = RowStride((uint64_t)pHeader->biWidth, bitCount);
     // width x 16-bit depth x height stays below 2^31 x 2^13 x 2^31 and cannot overflow.
     const uint64_t rows = stride * (uint64_t)pHeader->biHeight;
     if (stride == 0 || prefix > LARGEST_PREFIX || rows > LARGEST_BLOCK ||
@@ -50,7 +51,7 @@ static int ShapeOf(const BITMAPINFOHEADER *pHeader, size_t nBlockBytes, DibShape
     memset(pShape, 0, sizeof *pShape);  // shapes are compared byte by byte
     pShape->width = pHeader->biWidth;
     pShape->height = pHeader->biHeight;
-    pShape->bitCount = pHeader->biBitCount;
+    pShape->bitCount = (int)bitCount;
     pShape->nPlanes = pHeader->biPlanes;
     pShape->nColors = nColors;
     pShape->stride = (size_t)stride;
@@ -67,7 +68,7 @@ static void ViewOf(HGLOBAL hDib, BYTE *pBlock, DibView *pView)
     pView->pBits = pBlock + pView->shape.nBitsOffset;
 }
 
-int LockDib(HGLOBAL hDib, DibView *pView)
+static int LockAtDepth(HGLOBAL hDib, unsigned depthMask, DibView *pView)
 {
     if (hDib == NULL) {
         return 0;
@@ -76,12 +77,25 @@ int LockDib(HGLOBAL hDib, DibView *pView)
     if (pBlock == NULL) {
         return 0;
     }
-    if (!ShapeOf((const BITMAPINFOHEADER *)(void *)pBlock, GlobalSize(hDib), &pView->shape)) {
+    const BITMAPINFOHEADER *pHeader = (const BITMAPINFOHEADER *)(void *)pBlock;
+    const SIZE_T nBlockBytes = GlobalSize(hDib);
+    if (nBlockBytes < DIB_HEADER_BYTES ||
+        !ShapeOf(pHeader, pHeader->biBitCount & depthMask, nBlockBytes, &pView->shape)) {
         GlobalUnlock(hDib);
         return 0;
     }
     ViewOf(hDib, pBlock, pView);
     return 1;
+}
+
+int LockDib(HGLOBAL hDib, DibView *pView)
+{
+    return LockAtDepth(hDib, 0xffff, pView);
+}
+
+int LockDibByLowDepth(HGLOBAL hDib, DibView *pView)
+{
+    return LockAtDepth(hDib, 0xff, pView);
 }
 
 void UnlockDib(DibView *pView)

@@ -36,10 +36,21 @@ struct DibView {
 // Checks and locks. 0, nothing locked, unless the block is a 40-byte-header, uncompressed,
 // bottom-up DIB with positive sides whose colour table and rows all lie inside it.
 int LockDib(HGLOBAL hDib, DibView *pView);
+
+// The same where only the low byte of biBitCount counts: the shape's bitCount and stride are formed
+// from that byte, and the block is checked against them.
+int LockDibByLowDepth(HGLOBAL hDib, DibView *pView);
+
 void UnlockDib(DibView *pView);
 
 // The check alone.
 int ReadDibShape(HGLOBAL hDib, DibShape *pShape);
+
+// Some operations count rows and keep the stride in 16 bits and are not defined past that.
+static inline int FitsSixteenBits(const DibShape *pShape)
+{
+    return pShape->height <= 0xffff && pShape->stride <= 0xffff;
+}
 
 // Colour-table entries and bytes that a header announces; core headers (12 bytes) are understood
 // here and nowhere else.

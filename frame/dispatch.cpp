@@ -3,10 +3,16 @@
 #include "dispatch.h"
 
 #include "convolution/convolution_kernels.h"
+#include "frame/levels.h"
 #include "platform/cpu.h"
+#include "point/arithmetic_kernels.h"
+#include "tonal/tonal_kernels.h"
 
 void ChooseKernels(void)
 {
     const unsigned features = DetectCpuFeatures();
+    ChooseLevelKernels(features);
     ChooseConvolutionKernels(features);
+    ChoosePointKernels(features);
+    ChooseTonalKernels(features);
 }

@@ -9,6 +9,7 @@
 // passes, spread over the rows.
 
 #include "dib.h"
+#include "levels.h"
 #include "matrix.h"
 #include "neighbourhood.h"
 #include "platform/workmemory.h"
@@ -55,14 +56,6 @@ static inline void CopyPixel(BYTE *dst, const BYTE *src, size_t channels)
     }
 }
 
-// dst may be src.
-static void MapSamples(const BYTE *map, const BYTE *src, BYTE *dst, int count)
-{
-    for (int i = 0; i < count; i++) {
-        dst[i] = map[src[i]];
-    }
-}
-
 static const BYTE *SourceLine(LineRun *pRun, int y)
 {
     if (pRun->pMaps == NULL) {
@@ -84,9 +77,8 @@ static void FillRing(LineRun *pRun, int nTopRow)
     const int nLowest = nTopRow < 0 ? 0 : nTopRow;
     while (pRun->nLowestMapped > nLowest) {
         const int y = --pRun->nLowestMapped;
-        const BYTE *src = PictureRow(&pRun->source, y);
         BYTE *line = pRun->ring + (size_t)(y % pRun->nSlots) * (size_t)width;
-        MapSamples(pRun->pMaps->levels, src, line, width);
+        MapBytes(pRun->pMaps->levels, PictureRow(&pRun->source, y), line, (size_t)width);
     }
 }
 
@@ -165,7 +157,7 @@ static void RunKernel(LineRun *pRun, LineKernel kernel, BYTE *dst)
 static void MapBack(const LineRun *pRun, BYTE *pixels, int count)
 {
     if (pRun->pMaps != NULL) {
-        MapSamples(pRun->indexOf, pixels, pixels, count);
+        MapBytes(pRun->indexOf, pixels, pixels, (size_t)count);
     }
 }
 

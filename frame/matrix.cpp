@@ -30,6 +30,15 @@ int HasAllLevels(const LevelMaps *pMaps)
     return bAll;
 }
 
+int IsGrayRamp(const LevelMaps *pMaps)
+{
+    int bRamp = 1;
+    for (int i = 0; i < GRAY_LEVELS; i++) {
+        bRamp &= pMaps->levels[i] == i;
+    }
+    return bRamp;
+}
+
 int GrayLevelToIndex(LevelMaps *pMaps, int level)
 {
     if (pMaps->indexOf[level] == -1) {

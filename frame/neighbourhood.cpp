@@ -43,15 +43,6 @@ LineKernel KernelAt(const NeighbourhoodFilter *pFilter, int bEdgeColumn, int bEd
     return kernel != NULL ? kernel : pFilter->Kernel;
 }
 
-static int IsRamp(const LevelMaps *pMaps)
-{
-    int bRamp = 1;
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        bRamp &= pMaps->levels[i] == i;
-    }
-    return bRamp;
-}
-
 static HGLOBAL FilterExpanded(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
                               int height, int bProgress)
 {
@@ -84,7 +75,7 @@ HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib
         return NULL;  // the call frame hands over none such
     }
     if (HasAllLevels(&maps)) {
-        return RunLinePipeline(pFilter, hDib, IsRamp(&maps) ? NULL : &maps, bProgress);
+        return RunLinePipeline(pFilter, hDib, IsGrayRamp(&maps) ? NULL : &maps, bProgress);
     }
     return RunMatrixOrder(pFilter, hDib, bProgress);
 }

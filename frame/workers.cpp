@@ -4,6 +4,7 @@
 
 typedef HGLOBAL (*PlainWorker)(HGLOBAL hDib, int width, int height, int bProgress);
 typedef HGLOBAL (*IntWorker)(HGLOBAL hDib, int nValue, int width, int height, int bProgress);
+typedef HGLOBAL (*SidesIntWorker)(HGLOBAL hDib, int width, int height, int nValue, int bProgress);
 
 HGLOBAL CallPlainWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
                         const void *pArguments, int bProgress)
@@ -42,4 +43,11 @@ HGLOBAL RunIntFilter(const FilterFrame *pFrame, HGLOBAL hDib, int nValue, UINT m
     call.mode = mode;
     call.pParent = &arguments.hParent;
     return RunFilter(pFrame, &call);
+}
+
+HGLOBAL CallSidesIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
+                           const void *pArguments, int bProgress)
+{
+    const int nValue = ((const IntArguments *)pArguments)->nValue;
+    return ((SidesIntWorker)worker)(hDib, width, height, nValue, bProgress);
 }

@@ -22,4 +22,8 @@ HGLOBAL CallIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
 HGLOBAL RunIntFilter(const FilterFrame *pFrame, HGLOBAL hDib, int nValue, UINT mode,
                      HWND hParent);
 
+// The same for a worker that takes the image's sides before its parameter.
+HGLOBAL CallSidesIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
+                           const void *pArguments, int bProgress);
+
 #endif

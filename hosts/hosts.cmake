@@ -3,6 +3,9 @@
 set(VEXA_HOST_SOURCES
   hosts/catalogue/catalogue.cpp
   hosts/catalogue/convolution.cpp
+  hosts/catalogue/histogram.cpp
+  hosts/catalogue/point.cpp
+  hosts/catalogue/tonal.cpp
   hosts/cli/batch.cpp
   hosts/cli/help.cpp
   hosts/cli/options.cpp

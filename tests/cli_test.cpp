@@ -360,7 +360,11 @@ TEST(Catalogue, RowsAreSound)
                 DefaultParameterValue(parameter, &standard);
                 DescribeValue(parameter, &standard, text, sizeof text);
                 EXPECT_TRUE(ParseParameterValue(parameter, text, &parsed)) << text;
-                EXPECT_EQ(parsed.nValue, standard.nValue) << parameter->pName;
+                if (parameter->nType == PARAMETER_REAL) {
+                    EXPECT_EQ(parsed.dValue, standard.dValue) << parameter->pName;
+                } else {
+                    EXPECT_EQ(parsed.nValue, standard.nValue) << parameter->pName;
+                }
                 DescribeAccepted(parameter, accepted, sizeof accepted);
                 EXPECT_LT(strlen(accepted), sizeof accepted - 1) << parameter->pName;
             }

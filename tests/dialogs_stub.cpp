@@ -3,23 +3,47 @@
 
 #include <windows.h>
 
-typedef int (*Answer)(UINT_PTR first, UINT_PTR second);
+typedef UINT_PTR A;
+typedef int (*Answer)(const A *pArguments, int nArguments);
 
-extern "C" int WINAPI PlainEntry(UINT_PTR first);
-extern "C" int WINAPI KernelEntry(UINT_PTR first, UINT_PTR second);
+extern "C" int WINAPI Entry1(A a);
+extern "C" int WINAPI Entry2(A a, A b);
+extern "C" int WINAPI Entry3(A a, A b, A c);
+extern "C" int WINAPI Entry4(A a, A b, A c, A d);
+extern "C" int WINAPI Entry7(A a, A b, A c, A d, A e, A f, A g);
 
-static int AskTests(UINT_PTR first, UINT_PTR second)
+static int AskTests(const A *pArguments, int nArguments)
 {
     const FARPROC answer = GetProcAddress(GetModuleHandleA(NULL), "AnswerStub");
-    return ((Answer)(void (*)(void))answer)(first, second);
+    return ((Answer)(void (*)(void))answer)(pArguments, nArguments);
 }
 
-int WINAPI PlainEntry(UINT_PTR first)
+int WINAPI Entry1(A a)
 {
-    return AskTests(first, 0);
+    const A all[] = {a};
+    return AskTests(all, 1);
 }
 
-int WINAPI KernelEntry(UINT_PTR first, UINT_PTR second)
+int WINAPI Entry2(A a, A b)
 {
-    return AskTests(first, second);
+    const A all[] = {a, b};
+    return AskTests(all, 2);
+}
+
+int WINAPI Entry3(A a, A b, A c)
+{
+    const A all[] = {a, b, c};
+    return AskTests(all, 3);
+}
+
+int WINAPI Entry4(A a, A b, A c, A d)
+{
+    const A all[] = {a, b, c, d};
+    return AskTests(all, 4);
+}
+
+int WINAPI Entry7(A a, A b, A c, A d, A e, A f, A g)
+{
+    const A all[] = {a, b, c, d, e, f, g};
+    return AskTests(all, 7);
 }

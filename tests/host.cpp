@@ -22,17 +22,22 @@ HGLOBAL NewBlock(const Bytes &bytes, UINT flags)
     return MakeBlock(bytes, flags);
 }
 
-int AnswerDialog(const char *pEntry, UINT_PTR first, UINT_PTR second)
+int AnswerDialog(const char *pEntry, const UINT_PTR *pArguments, int nArguments)
 {
     g_dialog.nCalls++;
     g_dialog.pEntry = pEntry;
-    g_dialog.first = first;
-    g_dialog.second = second;
+    g_dialog.nArguments = nArguments;
+    for (int i = 0; i < 7; i++) {
+        g_dialog.arguments[i] = i < nArguments ? pArguments[i] : 0;
+    }
+    g_dialog.first = g_dialog.arguments[0];
+    g_dialog.second = g_dialog.arguments[1];
+    g_dialog.third = g_dialog.arguments[2];
     if (g_dialog.OnCall != NULL) {
         g_dialog.OnCall();
     }
     if (g_dialog.bRewrite) {
-        *(int *)second = g_dialog.nValue;
+        *(int *)g_dialog.second = g_dialog.nValue;
     }
     return !g_dialog.bCancel;
 }

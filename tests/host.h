@@ -38,6 +38,9 @@ struct DialogScript {
     int nCalls;
     const char *pEntry;
     UINT_PTR first, second;
+    UINT_PTR third = 0;
+    UINT_PTR arguments[7] = {};  // all of them
+    int nArguments = 0;
 };
 extern DialogScript g_dialog;
 
@@ -45,7 +48,7 @@ extern DialogScript g_dialog;
 void SetDialogs(const DialogScript &script);
 
 // What every entry of the library that the tests supply runs.
-int AnswerDialog(const char *pEntry, UINT_PTR first, UINT_PTR second);
+int AnswerDialog(const char *pEntry, const UINT_PTR *pArguments, int nArguments);
 
 // VexaDlgs.dll is loaded now.
 bool IsDialogLibraryLoaded(void);

@@ -46,24 +46,36 @@ void FailLock(int nth)
 
 typedef void (*AnyFunction)(void);
 
-// A parameter dialog does not learn its own name: one function for each.
-template <int INDEX> static int WINAPI PlainEntry(UINT_PTR first)
+static const char *const ENTRY_NAMES[] = {
+    "LaplaceUI",     "GradientUI",   "EnhanceUI",      "UniformUI",    "GaussUI",
+    "ARITHUI",       "ARITHCONSTUI", "AUTOCONTRASTUI", "PARABOLAUI",   "SOLARIZINGUI",
+    "POSTERIZINGUI", "LEVELSUI",     "AUTOLEVELSUI",   "DIFFERENCEUI", "HistSlideUI",
+    "HistStretchUI", "ThresholdUI",  "HistTransformUI"};
+
+// A parameter dialog does not learn its own name: one function for each name and number of
+// arguments.
+template <int NAME, typename... ARGUMENTS> static int WINAPI Entry(ARGUMENTS... arguments)
 {
-    return AnswerDialog(FILTERS[INDEX].pEntry, first, 0);
+    const UINT_PTR all[] = {arguments...};
+    return AnswerDialog(ENTRY_NAMES[NAME], all, sizeof...(arguments));
 }
 
-template <int INDEX> static int WINAPI KernelEntry(UINT_PTR first, UINT_PTR second)
+template <int NAME, typename... ARGUMENTS> static TestEntry EntryOf(void)
 {
-    return AnswerDialog(FILTERS[INDEX].pEntry, first, second);
+    return {ENTRY_NAMES[NAME], (FARPROC)(AnyFunction)Entry<NAME, ARGUMENTS...>};
 }
 
 void SetDialogs(const DialogScript &script)
 {
-    static const TestEntry ENTRIES[] = {{"LaplaceUI", (FARPROC)(AnyFunction)KernelEntry<0>},
-                                        {"GradientUI", (FARPROC)(AnyFunction)KernelEntry<1>},
-                                        {"EnhanceUI", (FARPROC)(AnyFunction)PlainEntry<2>},
-                                        {"UniformUI", (FARPROC)(AnyFunction)PlainEntry<3>},
-                                        {"GaussUI", (FARPROC)(AnyFunction)PlainEntry<4>}};
+    typedef UINT_PTR A;
+    static const TestEntry ENTRIES[] = {
+        EntryOf<0, A, A>(),        EntryOf<1, A, A>(),  EntryOf<2, A>(),
+        EntryOf<3, A>(),           EntryOf<4, A>(),     EntryOf<5, A, A, A>(),
+        EntryOf<6, A, A, A>(),     EntryOf<7, A>(),     EntryOf<8, A, A>(),
+        EntryOf<9, A, A>(),        EntryOf<10, A, A>(), EntryOf<11, A, A, A, A, A, A, A>(),
+        EntryOf<12, A, A>(),       EntryOf<13, A, A>(), EntryOf<14, A, A, A, A>(),
+        EntryOf<15, A, A, A, A>(), EntryOf<16, A, A>(), EntryOf<17, A, A>(),
+    };
     g_dialog = script;
     TestClearDialogLibrary();
     if (script.bLibrary) {

@@ -214,12 +214,12 @@ void FailLock(int nth)
 
 // ---- dialogs ------------------------------------------------------------------------------------
 
-extern "C" __declspec(dllexport) int AnswerStub(UINT_PTR first, UINT_PTR second);
+extern "C" __declspec(dllexport) int AnswerStub(const UINT_PTR *pArguments, int nArguments);
 
 // Called by the stub, which does not tell its entries apart: the name is the one asked for.
-int AnswerStub(UINT_PTR first, UINT_PTR second)
+int AnswerStub(const UINT_PTR *pArguments, int nArguments)
 {
-    return AnswerDialog(g_dialog.pEntry, first, second);
+    return AnswerDialog(g_dialog.pEntry, pArguments, nArguments);
 }
 
 void SetDialogs(const DialogScript &script)

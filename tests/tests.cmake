@@ -21,10 +21,16 @@ vexa_add_tests(vexafilter_tests
   tests/host.cpp
   tests/picture.cpp
   tests/reference/reference.cpp
+  tests/reference/histogram.cpp
+  tests/reference/tonal.cpp
   tests/frame_test.cpp
   tests/convert_test.cpp
-  tests/convolution_test.cpp)
-target_link_libraries(vexafilter_tests PRIVATE vexafilter_import gtest)
+  tests/convolution_test.cpp
+  tests/point_test.cpp
+  tests/tonal_test.cpp
+  tests/histogram_test.cpp)
+target_link_libraries(vexafilter_tests PRIVATE vexafilter_import gtest
+  point_kernels_sse2 point_kernels_avx2)
 if(WIN32)
   target_sources(vexafilter_tests PRIVATE tests/host_win32.cpp tests/win32_test.cpp)
   add_library(vexa_dialogs_stub MODULE tests/dialogs_stub.cpp tests/dialogs_stub.def)

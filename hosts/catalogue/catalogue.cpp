@@ -13,6 +13,9 @@
 
 static const CatalogueFamily *const FAMILIES[] = {
     &CONVOLUTION_FAMILY,
+    &POINT_FAMILY,
+    &TONAL_FAMILY,
+    &HISTOGRAM_FAMILY,
 };
 
 const CatalogueFamily *const *CatalogueFamilies(size_t *count)

@@ -108,5 +108,8 @@ bool ParseParameterValue(const FilterParameter *parameter, const char *text, Par
 
 // The table's families. Private to this folder.
 extern const CatalogueFamily CONVOLUTION_FAMILY;
+extern const CatalogueFamily POINT_FAMILY;
+extern const CatalogueFamily TONAL_FAMILY;
+extern const CatalogueFamily HISTOGRAM_FAMILY;
 
 #endif

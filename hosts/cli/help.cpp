@@ -111,6 +111,14 @@ static void PrintParameter(const FilterParameter *parameter)
     PrintWrapped(parameter->pMeaning, 6, 0);
 }
 
+// One way to call a filter; what does not fit the line goes on below the names.
+static void PrintCall(const CatalogueFilter *filter, const char *names, const std::string &parameters)
+{
+    const std::string start = Text("  vexafilter %s", filter->pName);
+    Print("%s", start.c_str());
+    PrintWrapped((names + parameters).c_str(), 6, start.size());
+}
+
 void PrintFilterHelp(const CatalogueFilter *filter)
 {
     char depths[80];
@@ -121,12 +129,11 @@ void PrintFilterHelp(const CatalogueFilter *filter)
                            filter->pParameters[i].nType == PARAMETER_CHOICE ? "NAME" : "NUMBER");
     }
     Print("%s - %s\n\n", filter->pName, filter->pSummary);
-    if (filter->nImages == 2) {
-        Print("  vexafilter %s IN IN OUT%s\n\n", filter->pName, parameters.c_str());
-    } else {
-        Print("  vexafilter %s IN OUT%s\n  vexafilter %s IN... -o DIR%s\n\n", filter->pName,
-              parameters.c_str(), filter->pName, parameters.c_str());
+    PrintCall(filter, filter->nImages == 2 ? "IN IN OUT" : "IN OUT", parameters);
+    if (filter->nImages == 1) {
+        PrintCall(filter, "IN... -o DIR", parameters);
     }
+    Print("\n");
     std::string details = Text("%s Takes %s pictures. In the library: %s.", filter->pDetails,
                                depths, filter->pExport);
     PrintWrapped(details.c_str(), 0, 0);

@@ -1,6 +1,6 @@
 // See reference.h.
 
-#include "reference.h"
+#include "planes.h"
 
 #include <algorithm>
 
@@ -94,16 +94,7 @@ std::vector<int> ValidSelectors(Filter filter)
 
 // ---- one channel of a picture -------------------------------------------------------------------
 
-// Cells are palette indices; a colour channel is its own palette of all levels in order.
-struct Plane {
-    int width, height;
-    Bytes cells;
-    int levels[256];
-    int indexOf[256];
-    bool bPaletteChanged;
-};
-
-static BYTE *Cell(Plane *pPlane, int x, int y)
+BYTE *Cell(Plane *pPlane, int x, int y)
 {
     return &pPlane->cells[(size_t)y * (size_t)pPlane->width + (size_t)x];
 }
@@ -118,7 +109,7 @@ static int P(Plane *pPlane, int x, int y)
     return pPlane->levels[*Cell(pPlane, Mirrored(x, pPlane->width), Mirrored(y, pPlane->height))];
 }
 
-static int IndexFor(Plane *pPlane, int level)
+int IndexFor(Plane *pPlane, int level)
 {
     if (pPlane->indexOf[level] == -1) {
         pPlane->levels[level] = level;
@@ -224,13 +215,7 @@ static Plane FilterPlane(Filter filter, const Kernel &kernel, Plane *pSource)
 
 // ---- blocks -------------------------------------------------------------------------------------
 
-struct View {
-    BITMAPINFOHEADER header;
-    int width, height, bits;
-    size_t nColors, nBits, stride;
-};
-
-static View Look(const Bytes &dib)
+View Look(const Bytes &dib)
 {
     View view;
     memcpy(&view.header, dib.data(), sizeof view.header);
@@ -245,8 +230,7 @@ static View Look(const Bytes &dib)
     return view;
 }
 
-// The offset of a pixel's first byte; of the byte that holds it at 1 bit.
-static size_t At(const View &view, int x, int y)
+size_t At(const View &view, int x, int y)
 {
     return view.nBits + (size_t)(view.height - 1 - y) * view.stride +
            (size_t)x * (size_t)view.bits / 8;
@@ -338,8 +322,7 @@ Bytes ExpectMonoToGray(const Bytes &dib, unsigned method)
 
 // ---- progress -----------------------------------------------------------------------------------
 
-// How many of the numbers first to end - 1 are multiples of five: each is a step.
-static int Fives(int first, int end)
+int Fives(int first, int end)
 {
     int n = 0;
     for (int i = first; i < end; i++) {
@@ -388,7 +371,19 @@ static bool IsGray(const Bytes &dib)
     return bGray;
 }
 
-static Plane ReadPlane(const Bytes &dib, size_t channel)
+Bytes AsWorkedOn(const Bytes &dib)
+{
+    if (Look(dib).bits == 1) {
+        return ExpectMonoToGray(dib, 0);
+    }
+    if (Look(dib).bits != 8) {
+        return dib;
+    }
+    const Bytes full = WithFullTable(dib);
+    return IsGray(full) ? full : ExpectTo24(full);
+}
+
+Plane ReadPlane(const Bytes &dib, size_t channel)
 {
     const View view = Look(dib);
     Plane plane = {view.width, view.height, Bytes(), {}, {}, false};
@@ -405,7 +400,7 @@ static Plane ReadPlane(const Bytes &dib, size_t channel)
     return plane;
 }
 
-static void WritePlane(Bytes *pDib, size_t channel, Plane *pPlane, const Plane &palette)
+void WritePlane(Bytes *pDib, size_t channel, Plane *pPlane, const Plane &palette)
 {
     const View view = Look(*pDib);
     for (int y = 0; y < view.height; y++) {
@@ -426,12 +421,7 @@ Expected ExpectFilter(Filter filter, const Bytes &dib, int nKernel)
         return expected;
     }
     Bytes &block = expected.block;
-    if (Look(block).bits == 1) {
-        block = ExpectMonoToGray(dib, 0);
-    } else if (Look(block).bits == 8) {
-        block = WithFullTable(dib);
-        block = IsGray(block) ? block : ExpectTo24(block);
-    }
+    block = AsWorkedOn(dib);
     const View view = Look(block);
     for (size_t channel = 0; channel < (size_t)view.bits / 8; channel++) {
         Plane source = ReadPlane(block, channel);
