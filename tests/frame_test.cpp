@@ -632,7 +632,9 @@ TEST_F(Frame, SidesPastSixteenBits)
         {{3, 70000, 1, RAMP, 0, 96, 0}, false},      {{21844, 3, 8, COLOURED, 0, 97, 0}, false},
         {{21845, 3, 8, COLOURED, 0, 98, 0}, true},   {{3, 32767, 8, COLOURED, 0, 99, 0}, false},
         {{3, 32768, 8, COLOURED, 0, 100, 0}, false}, {{3, 65535, 8, COLOURED, 0, 101, 0}, false},
-        {{3, 65536, 8, COLOURED, 0, 102, 0}, true},  {{3, 65539, 8, COLOURED, 0, 103, 0}, true}};
+        {{3, 65536, 8, COLOURED, 0, 102, 0}, true},  {{3, 65539, 8, COLOURED, 0, 103, 0}, true},
+        {{4, 3, 24, RAMP, 16373, 104, 0}, false},    {{4, 3, 24, RAMP, 16374, 105, 0}, true},
+        {{4, 3, 8, RAMP, 16373, 106, 0}, false},     {{4, 3, 8, RAMP, 16374, 107, 0}, true}};
     for (const auto &row : rows) {
         const Bytes dib = MakeDib(row.picture);
         for (Filter filter : {GRADIENT, GAUSS}) {
