@@ -1,8 +1,8 @@
 // The 3 x 3 convolution filters beside OpenCV, and their kernels at each level.
 //
 // For each filter the peer is the fastest of OpenCV's calls that does the same work (tried:
-// filter2D, sepFilter2D, Laplacian, Sobel to 8 bits, Sobel to 16 bits and convertTo, subtract of two
-// overlapping views; blur; GaussianBlur), to 8 bits, borders reflected. Before anything is
+// filter2D, sepFilter2D, Laplacian, Sobel to 8 bits, Sobel to 16 bits and convertTo, subtract of
+// two overlapping views; blur; GaussianBlur), to 8 bits, borders reflected. Before anything is
 // timed the results are compared inside the picture: whole-number kernels must agree exactly, and
 // where the peer rounds to nearest and we round down they may differ by one.
 
@@ -15,7 +15,7 @@
 
 #include <string>
 
-// ---- the peer ------------------------------------------------------------------------------------
+// ---- the peer -----------------------------------------------------------------------------------
 
 static const cv::Point CENTRE(-1, -1);
 
@@ -115,18 +115,17 @@ static const struct {
     PeerFilter Run;
     int nTolerance;
 } PEERS[CONVOLUTION_FILTERS] = {
-    {PeerLaplace4, 0},   {PeerLaplace8, 0}, {PeerIsotropic, 1}, {PeerKirsch, 0}, {PeerDifference, 0},
-    {PeerSobel, 0},      {PeerEnhance, 0},  {PeerUniform, 1},   {PeerGauss, 1},
+    {PeerLaplace4, 0}, {PeerLaplace8, 0}, {PeerIsotropic, 1}, {PeerKirsch, 0}, {PeerDifference, 0},
+    {PeerSobel, 0},    {PeerEnhance, 0},  {PeerUniform, 1},   {PeerGauss, 1},
 };
 
-// ---- the kernels ---------------------------------------------------------------------------------
+// ---- the kernels --------------------------------------------------------------------------------
 
 static void RegisterLevel(const char *pLevel, const WeightedKernels *pWeighted,
                           const MeanKernels *pMean)
 {
-    static const char *const LAPLACE_NAMES[LAPLACE_KERNELS] = {"laplace-0", "laplace-10",
-                                                               "laplace-1", "laplace-2",
-                                                               "laplace-13", "laplace-14"};
+    static const char *const LAPLACE_NAMES[LAPLACE_KERNELS] = {
+        "laplace-0", "laplace-10", "laplace-1", "laplace-2", "laplace-13", "laplace-14"};
     static const char *const FAMILY_NAMES[GRADIENT_FAMILIES] = {
         "isotropic", "kirsch", "neighbour", "prewitt", "central", "sobel", "neighbour-turned"};
     static const char *const ENHANCE_NAMES[ENHANCE_KERNELS] = {"enhance", "enhance-edge-row",

@@ -1,11 +1,12 @@
-// Whole calls beside a peer, and new memory alone. See harness.h, and README.md for how to read them.
+// Whole calls beside a peer, and new memory alone. See harness.h, and README.md for how to read
+// them.
 //
 // All times are the thread's own processor time, so that other work on the machine disturbs less;
 // everything here runs on one thread.
 //
-// New pages: our blocks of 512 KiB and more are mapped and kept for reuse when freed, and GlobalCompact
-// gives back what is kept. The peer's come from the C heap, which is told to map large blocks
-// and to keep nothing. Reused: the C heap is told to keep everything.
+// New pages: our blocks of 512 KiB and more are mapped and kept for reuse when freed, and
+// GlobalCompact gives back what is kept. The peer's come from the C heap, which is told to map
+// large blocks and to keep nothing. Reused: the C heap is told to keep everything.
 
 #include "harness.h"
 
@@ -25,7 +26,7 @@ enum { SIDE = 2048, SMALL_SIDE = 256 };
 
 enum Memory { NEW_PAGES, REUSED };
 
-// ---- pictures and memory -------------------------------------------------------------------------
+// ---- pictures and memory ------------------------------------------------------------------------
 
 // A DIB's rows turned to top first, in the peer's own memory.
 static cv::Mat PeerPicture(HGLOBAL hDib, PictureKind kind, int side)
@@ -56,7 +57,7 @@ static void CountPixels(benchmark::State &state, int64_t pixels)
     state.SetItemsProcessed(state.iterations() * pixels);
 }
 
-// ---- whole calls ---------------------------------------------------------------------------------
+// ---- whole calls --------------------------------------------------------------------------------
 
 static void RunOurs(benchmark::State &state, const BenchFilter *pFilter, PictureKind kind, int side,
                     Memory memory)
@@ -115,8 +116,8 @@ void RegisterWholeCalls(const BenchFilter *pFilter, const char *pPeerName, PeerF
         const char *pName;
         int side;
         Memory memory;
-    } SETTINGS[] = {{"2048", SIDE, NEW_PAGES}, {"2048-reused", SIDE, REUSED},
-                    {"256", SMALL_SIDE, REUSED}};
+    } SETTINGS[] = {
+        {"2048", SIDE, NEW_PAGES}, {"2048-reused", SIDE, REUSED}, {"256", SMALL_SIDE, REUSED}};
     for (const PictureKind kind : {PICTURE_RAMP, PICTURE_COLOR}) {
         for (const auto &setting : SETTINGS) {
             benchmark::RegisterBenchmark(
@@ -128,8 +129,8 @@ void RegisterWholeCalls(const BenchFilter *pFilter, const char *pPeerName, PeerF
         }
     }
     for (const PictureKind kind : {PICTURE_SHUFFLED, PICTURE_INCOMPLETE}) {
-        benchmark::RegisterBenchmark(RowName(pFilter->pName, kind, "2048", "ours").c_str(),
-                                     RunOurs, pFilter, kind, (int)SIDE, NEW_PAGES);
+        benchmark::RegisterBenchmark(RowName(pFilter->pName, kind, "2048", "ours").c_str(), RunOurs,
+                                     pFilter, kind, (int)SIDE, NEW_PAGES);
     }
 }
 
@@ -141,7 +142,7 @@ void RegisterOtherPeer(const BenchFilter *pFilter, const char *pPeerName, PeerFi
     }
 }
 
-// ---- new memory alone ----------------------------------------------------------------------------
+// ---- new memory alone ---------------------------------------------------------------------------
 
 static void NewMatLike(const cv::Mat &src, cv::Mat &dst)
 {
@@ -152,14 +153,14 @@ static void NewMatLike(const cv::Mat &src, cv::Mat &dst)
 void RegisterMemoryRows(void)
 {
     for (const PictureKind kind : {PICTURE_RAMP, PICTURE_COLOR}) {
-        benchmark::RegisterBenchmark(RowName(NEW_BLOCK.pName, kind, "2048", "ours").c_str(), RunOurs,
-                                     &NEW_BLOCK, kind, (int)SIDE, NEW_PAGES);
+        benchmark::RegisterBenchmark(RowName(NEW_BLOCK.pName, kind, "2048", "ours").c_str(),
+                                     RunOurs, &NEW_BLOCK, kind, (int)SIDE, NEW_PAGES);
         benchmark::RegisterBenchmark(RowName(NEW_BLOCK.pName, kind, "2048", "opencv").c_str(),
                                      RunPeer, NewMatLike, kind, (int)SIDE, NEW_PAGES);
     }
 }
 
-// ---- the same work? ------------------------------------------------------------------------------
+// ---- the same work? -----------------------------------------------------------------------------
 
 static int MostDifferent(const BYTE *ours, const cv::Mat &peer)
 {

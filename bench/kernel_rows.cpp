@@ -13,9 +13,9 @@
 
 enum { SIDE = 2048, BAND_BYTES = 400 << 10 };
 
-// Rows from the middle of the picture, copied to where the cache lines start, and one row of output:
-// the same alignment for all kernels. They fill most of a second-level cache of 512 KiB; fewer, and
-// the processor learns the branches of kernels that have some.
+// Rows from the middle of the picture, copied to where the cache lines start, and one row of
+// output: the same alignment for all kernels. They fill most of a second-level cache of 512 KiB;
+// fewer, and the processor learns the branches of kernels that have some.
 static void RunKernel(benchmark::State &state, LineKernel kernel, PictureKind kind,
                       unsigned nFeatures)
 {
@@ -49,4 +49,3 @@ void RegisterKernel(const char *pName, const char *pLevel, LineKernel kernel)
         benchmark::RegisterBenchmark(name.c_str(), RunKernel, kernel, kind, nFeatures);
     }
 }
-

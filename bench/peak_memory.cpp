@@ -4,8 +4,8 @@
 //
 // The call shows its progress, and at each step of the bar the bytes in live blocks are
 // read: a temporary that lives from one step to a later one, as an image-sized one must, is seen.
-// The exit status is 1 when a call on colours or on a palette with all levels (the usual path) takes
-// more than a sixteenth of a picture.
+// The exit status is 1 when a call on colours or on a palette with all levels (the usual path)
+// takes more than a sixteenth of a picture.
 
 #include "filters.h"
 #include "pictures.h"

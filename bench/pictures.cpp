@@ -4,8 +4,8 @@
 // Eight octaves of smooth noise, from cells of 512 pixels down to 4, with amplitudes that fall with
 // the cell as in natural scenes; one disc in each square of 128 pixels, for edges two pixels soft;
 // clipping at black and white, for flat areas; sensor noise of at most two levels. The channels
-// share the light and differ in slow colour casts. Whole numbers only, so every build makes the same
-// bytes.
+// share the light and differ in slow colour casts. Whole numbers only, so every build makes the
+// same bytes.
 //
 // VEXA_BENCH_PICTURE=FILE takes a real photograph instead: a binary PPM (P6, 8 bits a channel),
 // mirrored at its edges until it fills the size asked for.
@@ -28,11 +28,12 @@ struct Photo {
     BYTE *pPixels;  // RGB, top row first; null: the made picture
 };
 
-// ---- the made picture ----------------------------------------------------------------------------
+// ---- the made picture ---------------------------------------------------------------------------
 
 static uint32_t Hash(int x, int y, int seed)
 {
-    uint32_t h = (uint32_t)x * 0x9E3779B1u ^ (uint32_t)y * 0x85EBCA77u ^ (uint32_t)seed * 0xC2B2AE3Du;
+    uint32_t h =
+        (uint32_t)x * 0x9E3779B1u ^ (uint32_t)y * 0x85EBCA77u ^ (uint32_t)seed * 0xC2B2AE3Du;
     h = (h ^ (h >> 15)) * 0x2C1B3C6Du;
     h = (h ^ (h >> 12)) * 0x297A2D39u;
     return h ^ (h >> 15);
@@ -110,7 +111,7 @@ static void MadePixel(int x, int y, BYTE *rgb)
     rgb[2] = Clip(light - warmth + SensorNoise(x, y, 2));
 }
 
-// ---- a photograph --------------------------------------------------------------------------------
+// ---- a photograph -------------------------------------------------------------------------------
 
 // 0 when a picture is named and cannot be read.
 static int LoadPhoto(Photo *pPhoto)
@@ -122,9 +123,8 @@ static int LoadPhoto(Photo *pPhoto)
     }
     FILE *file = fopen(name, "rb");
     size_t bytes = 0;
-    if (file != NULL &&
-        fscanf(file, "P6 %d %d 255", &pPhoto->width, &pPhoto->height) == 2 && fgetc(file) != EOF &&
-        pPhoto->width > 0 && pPhoto->width < 32768 && pPhoto->height > 0 &&
+    if (file != NULL && fscanf(file, "P6 %d %d 255", &pPhoto->width, &pPhoto->height) == 2 &&
+        fgetc(file) != EOF && pPhoto->width > 0 && pPhoto->width < 32768 && pPhoto->height > 0 &&
         pPhoto->height < 32768) {
         bytes = (size_t)pPhoto->width * (size_t)pPhoto->height * 3;
         pPhoto->pPixels = (BYTE *)malloc(bytes);
@@ -150,12 +150,12 @@ static int Fold(int position, int size)
 
 static void PhotoPixel(const Photo *pPhoto, int x, int y, BYTE *rgb)
 {
-    const size_t pixel = (size_t)Fold(y, pPhoto->height) * (size_t)pPhoto->width +
-                         (size_t)Fold(x, pPhoto->width);
+    const size_t pixel =
+        (size_t)Fold(y, pPhoto->height) * (size_t)pPhoto->width + (size_t)Fold(x, pPhoto->width);
     memcpy(rgb, pPhoto->pPixels + pixel * 3, 3);
 }
 
-// ---- DIBs ----------------------------------------------------------------------------------------
+// ---- DIBs ---------------------------------------------------------------------------------------
 
 // The gray level of each colour.
 static void FillColors(PictureKind kind, BYTE *levels)
@@ -225,7 +225,8 @@ HGLOBAL MakePicture(PictureKind kind, int width, int height)
     if (!LoadPhoto(&photo)) {
         return NULL;
     }
-    const HGLOBAL hDib = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, prefix + stride * (size_t)height);
+    const HGLOBAL hDib =
+        GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, prefix + stride * (size_t)height);
     BYTE *block = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
     if (block != NULL) {
         FillDib(kind, &photo, width, height, block);

@@ -69,7 +69,7 @@ static inline void Store(BYTE *out, __m256i levels)
 
 // Adds one pair of weights; nothing behind the last.
 template <int FAMILY, int KERNEL, int PAIR>
-static inline Sums AddPair(Sums sums, const BYTE *const *lines, size_t at, ptrdiff_t step)
+static inline __attribute__((always_inline)) Sums AddPair(Sums sums, const BYTE *const *lines, size_t at, ptrdiff_t step)
 {
     constexpr int A = TAPS.weights[FAMILY][KERNEL][2 * PAIR];
     constexpr int B = TAPS.weights[FAMILY][KERNEL][2 * PAIR + 1];
@@ -90,7 +90,7 @@ static inline Sums AddPair(Sums sums, const BYTE *const *lines, size_t at, ptrdi
 }
 
 template <int FAMILY, int KERNEL>
-static inline Sums WeightedSums(const BYTE *const *lines, size_t at, ptrdiff_t step)
+static inline __attribute__((always_inline)) Sums WeightedSums(const BYTE *const *lines, size_t at, ptrdiff_t step)
 {
     static_assert(PAIRS == 5, "a line for each pair");
     Sums sums = {_mm256_setzero_si256(), _mm256_setzero_si256()};
@@ -111,7 +111,7 @@ static inline __m256i Divide(__m256i sums)
 
 // The levels of the 32 samples from out[at] on.
 template <int FAMILY, int KERNEL>
-static inline void IntegerBlock(const BYTE *const *lines, size_t at, ptrdiff_t step, BYTE *out)
+static inline __attribute__((always_inline)) void IntegerBlock(const BYTE *const *lines, size_t at, ptrdiff_t step, BYTE *out)
 {
     constexpr int A = TAPS.weights[FAMILY][KERNEL][0];
     constexpr int B = TAPS.weights[FAMILY][KERNEL][1];
@@ -131,6 +131,22 @@ static inline void IntegerBlock(const BYTE *const *lines, size_t at, ptrdiff_t s
     Store(out + at, _mm256_packus_epi16(sums.low, sums.high));
 }
 
+// At least one block; the last overlaps the one before.
+template <int FAMILY, int KERNEL>
+static inline __attribute__((always_inline)) void IntegerBlocks(const BYTE *const *run,
+                                                                ptrdiff_t step, BYTE *out,
+                                                                size_t count)
+{
+    size_t at = 0;
+    for (; at + LANES <= count; at += LANES) {
+        IntegerBlock<FAMILY, KERNEL>(run, at, step, out);
+    }
+    if (at < count) {
+        IntegerBlock<FAMILY, KERNEL>(run, count - LANES, step, out);
+    }
+}
+
+// The two steps are constants to the compiler: 32-bit code has too few registers to carry them.
 template <int FAMILY, int KERNEL>
 static void IntegerKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restrict out,
                           size_t count, const void *pParameters)
@@ -149,8 +165,10 @@ static void IntegerKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__rest
         memcpy(out, whole, count);
         return;
     }
-    for (size_t i = 0; i < count; i += LANES) {
-        IntegerBlock<FAMILY, KERNEL>(run, i + LANES <= count ? i : count - LANES, step, out);
+    if (step == 1) {
+        IntegerBlocks<FAMILY, KERNEL>(run, 1, out, count);
+    } else {
+        IntegerBlocks<FAMILY, KERNEL>(run, MOST_STEP, out, count);
     }
 }
 

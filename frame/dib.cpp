@@ -7,6 +7,7 @@
 #include "dib.h"
 
 #include "intops.h"
+#include "thread_state.h"
 
 #include <string.h>
 
@@ -194,6 +195,60 @@ HGLOBAL CopyWithFullTable(HGLOBAL hDib)
     }
     UnlockDib(&source);
     return hFull;
+}
+
+static void FillBlank(BITMAPINFOHEADER *pHeader, size_t nPixelBytes, int bWhite)
+{
+    const unsigned bitCount = pHeader->biBitCount;
+    RGBQUAD *pColors = (RGBQUAD *)(void *)(pHeader + 1);
+    BYTE *pBits = (BYTE *)(void *)pColors + DibPaletteSize(pHeader);
+    const RGBQUAD white = {255, 255, 255, 0};
+    if (bitCount == 8) {
+        pColors[0] = white;
+        memset(pBits, bWhite ? 0 : 2, nPixelBytes);
+        return;
+    }
+    if (bitCount == 1) {
+        pColors[1] = white;
+    }
+    memset(pBits, bWhite ? 255 : 0, nPixelBytes);
+}
+
+HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount, int bWhite)
+{
+    static const double INCHES_PER_METER = 39.37;
+    FilterThreadState *pState = GetFilterThreadState();
+    const int bDepth = bitCount == 1 || bitCount == 8 || bitCount == 24;
+    if (width < 1 || height < 0 || xDpi < 0 || yDpi < 0 || !bDepth) {
+        pState->nLastError = CONVERT_BAD_ARGUMENT;
+        return NULL;
+    }
+    BITMAPINFOHEADER header;
+    memset(&header, 0, sizeof header);
+    const uint64_t nPixelBytes = RowStride((uint64_t)width, bitCount) * (uint64_t)height;
+    header.biSize = DIB_HEADER_BYTES;
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = bitCount;
+    header.biSizeImage = (DWORD)nPixelBytes;
+    header.biXPelsPerMeter = TruncateToInt(xDpi * INCHES_PER_METER + 0.5);
+    header.biYPelsPerMeter = TruncateToInt(yDpi * INCHES_PER_METER + 0.5);
+    // Kept: four spare bytes at the end.
+    const HGLOBAL hBlank =
+        AllocBlock(nPixelBytes + DibPaletteSize(&header) + DIB_HEADER_BYTES + 4);
+    void *pBlock = hBlank != NULL ? GlobalLock(hBlank) : NULL;
+    if (pBlock == NULL) {
+        pState->nLastError = CONVERT_NO_MEMORY;
+        if (hBlank != NULL) {
+            GlobalFree(hBlank);
+        }
+        return NULL;
+    }
+    memcpy(pBlock, &header, sizeof header);
+    FillBlank((BITMAPINFOHEADER *)pBlock, (size_t)nPixelBytes, bWhite);
+    GlobalUnlock(hBlank);
+    return hBlank;
 }
 
 int IsGrayPalette(HGLOBAL hDib)

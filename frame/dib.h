@@ -77,6 +77,12 @@ HGLOBAL CopyWithFullTable(HGLOBAL hDib);
 // A new movable, zeroed block of that many bytes; null past 2^31 - 1.
 HGLOBAL AllocBlock(unsigned long long nBytes);
 
+// A new image of one colour: 1, 8 or 24 bits, white or black. The resolutions are dots per inch. Null
+// for a width below 1, a negative resolution or another depth (code 8 in nLastError), for a height
+// below 0, and without memory (code 1). Kept: at 8 bits entry 0 of the colour table is white and all
+// others are black; a black image is full of index 2.
+HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount, int bWhite);
+
 // 1 if all colours of an 8-bit image have equal components (missing entries count as black).
 int IsGrayPalette(HGLOBAL hDib);
 

@@ -18,6 +18,7 @@
 
 #include <string.h>
 
+#include <array>
 #include <random>
 #include <thread>
 
@@ -227,6 +228,43 @@ TEST(Layout, DuplicateDibCopiesTheWholeBlock)
 }
 
 // ---- palette maps and matrices ------------------------------------------------------------------
+
+TEST(Layout, BlankPicturesOfEveryDepth)
+{
+    const struct {
+        BYTE bits;
+        int bWhite;
+        size_t nBlock, nBits, nPixels;
+        BYTE fill;
+    } rows[] = {{1, 1, 40 + 8 + 24 + 4, 48, 24, 255},   {1, 0, 40 + 8 + 24 + 4, 48, 24, 0},
+                {8, 1, 40 + 1024 + 108 + 4, 1064, 108, 0}, {8, 0, 40 + 1024 + 108 + 4, 1064, 108, 2},
+                {24, 1, 40 + 324 + 4, 40, 324, 255},       {24, 0, 40 + 324 + 4, 40, 324, 0}};
+    for (const auto &row : rows) {
+        const HGLOBAL hBlank = CreateBlankDib(35, 3, 72, 300, row.bits, row.bWhite);
+        ASSERT_TRUE(hBlank != NULL);
+        const BYTE *pBlock = (const BYTE *)GlobalLock(hBlank);
+        const BITMAPINFOHEADER *pHeader = (const BITMAPINFOHEADER *)(const void *)pBlock;
+        EXPECT_EQ(row.nBlock, GlobalSize(hBlank));
+        EXPECT_EQ(row.nPixels, pHeader->biSizeImage);
+        EXPECT_EQ(2835, pHeader->biXPelsPerMeter);
+        EXPECT_EQ(11811, pHeader->biYPelsPerMeter);
+        EXPECT_EQ(0u, pHeader->biClrUsed);
+        for (size_t i = 0; i < row.nPixels; i++) {
+            EXPECT_EQ(row.fill, pBlock[row.nBits + i]) << i;
+        }
+        if (row.bits < 24) {
+            EXPECT_EQ(row.bits == 8 ? 255 : 0, pBlock[40]);
+            EXPECT_EQ(row.bits == 8 ? 0 : 255, pBlock[44]);
+        }
+        GlobalUnlock(hBlank);
+        GlobalFree(hBlank);
+    }
+    for (const auto &bad : {std::array<int, 4>{0, 1, 72, 8}, {1, -1, 72, 8}, {1, 1, -1, 8},
+                            {1, 1, 72, 4}}) {
+        EXPECT_TRUE(CreateBlankDib(bad[0], bad[1], bad[2], 72, (BYTE)bad[3], 1) == NULL);
+        EXPECT_EQ((int)CONVERT_BAD_ARGUMENT, GetFilterThreadState()->nLastError);
+    }
+}
 
 TEST(LevelMaps, TheHighestOfEqualEntriesWinsAndAMissingLevelTakesItsNumber)
 {
