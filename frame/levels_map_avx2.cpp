@@ -240,10 +240,12 @@ static void MapColorRun(const BYTE (*tables)[GRAY_LEVELS], const BYTE *src, BYTE
     for (; i + BLOCK <= count; i += BLOCK) {
         MapBlock(split, &masks, src + i, dst + i);
     }
-    memset(rest, 0, sizeof rest);
-    memcpy(rest, src + i, count - i);
-    MapBlock(split, &masks, rest, rest);
-    memcpy(dst + i, rest, count - i);
+    if (i < count) {
+        memset(rest, 0, sizeof rest);
+        memcpy(rest, src + i, count - i);
+        MapBlock(split, &masks, rest, rest);
+        memcpy(dst + i, rest, count - i);
+    }
 }
 
 const MapKernels MAP_KERNELS = {MapRun, MapColorRun};

@@ -52,6 +52,7 @@ endif()
 # The library's parts, linked straight in.
 vexa_add_tests(vexafilter_internal_tests
   tests/internal_test.cpp
+  tests/levels_test.cpp
   tests/picture.cpp
   tests/reference/reference.cpp)
 target_link_libraries(vexafilter_internal_tests PRIVATE gtest ${VEXA_PARTS} ${VEXA_KERNELS})
