@@ -12,15 +12,16 @@ target_link_options(vexafilter_library PRIVATE
   -Wl,--enable-stdcall-fixup -Wl,--nxcompat -Wl,--dynamicbase -Wl,--no-seh)
 
 # The linker's own import library lacks the @N that callers' objects refer to.
+set(VEXA_PART_OBJECTS ${VEXA_PARTS})
+list(TRANSFORM VEXA_PART_OBJECTS REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>")
 find_program(VEXA_DLLTOOL i686-w64-mingw32-dlltool REQUIRED)
 find_program(VEXA_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14 REQUIRED)
 add_custom_command(
   OUTPUT ${CMAKE_BINARY_DIR}/libVexaFilter.a ${CMAKE_BINARY_DIR}/VexaFilter.lib
   COMMAND ${CMAKE_SOURCE_DIR}/scripts/import-libraries ${CMAKE_SOURCE_DIR}/frame/VexaFilter.def
     ${CMAKE_BINARY_DIR} ${CMAKE_NM} ${VEXA_DLLTOOL} ${VEXA_LLVM_DLLTOOL}
-    $<TARGET_OBJECTS:frame> $<TARGET_OBJECTS:convolution> $<TARGET_OBJECTS:statistics>
-  DEPENDS frame/VexaFilter.def scripts/import-libraries frame convolution statistics
-    $<TARGET_OBJECTS:frame> $<TARGET_OBJECTS:convolution> $<TARGET_OBJECTS:statistics>
+    ${VEXA_PART_OBJECTS}
+  DEPENDS frame/VexaFilter.def scripts/import-libraries ${VEXA_PARTS} ${VEXA_PART_OBJECTS}
   COMMAND_EXPAND_LISTS VERBATIM)
 add_custom_target(import_libraries ALL
   DEPENDS ${CMAKE_BINARY_DIR}/libVexaFilter.a ${CMAKE_BINARY_DIR}/VexaFilter.lib)

@@ -112,6 +112,15 @@ constexpr int ENHANCE_WEIGHTS[ENHANCE_KERNELS][WEIGHTS] = {
 };
 // clang-format on
 
+// Means: their sums are divided by 9 and by 16.
+enum { MEAN_UNIFORM, MEAN_GAUSS, MEAN_FILTERS };
+// clang-format off
+constexpr int MEAN_WEIGHTS[MEAN_FILTERS][WEIGHTS] = {
+    {1, 1, 1, 1, 1, 1, 1, 1, 1},
+    {1, 2, 1, 2, 4, 2, 1, 2, 1},
+};
+// clang-format on
+
 // Sums of weighted samples, clamped.
 struct WeightedKernels {
     LineKernel laplace[LAPLACE_KERNELS];

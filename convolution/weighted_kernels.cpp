@@ -9,7 +9,7 @@
 
 namespace KERNEL_LEVEL {
 
-enum { ROOT_BLOCK = 32 };  // samples of which the inexact ones are looked for together
+enum { ROOT_BLOCK = 1024 };  // samples between two rounds of summing again
 
 static inline BYTE Clamp(short value)
 {
@@ -36,29 +36,35 @@ static void IntegerKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__rest
     }
 }
 
+// The inexact samples are noted without a branch, which would be wrong too often.
 template <int DIRECTION>
 static void RootKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restrict out,
                        size_t count, const void *pParameters)
 {
+    BYTE inexact[ROOT_BLOCK];
+    unsigned short again[ROOT_BLOCK];
     (void)pParameters;
     for (size_t start = 0; start < count; start += ROOT_BLOCK) {
+        const BYTE *const run[3] = {lines[0] + start, lines[1] + start, lines[2] + start};
         const size_t n = count - start < ROOT_BLOCK ? count - start : (size_t)ROOT_BLOCK;
-        BYTE inexact[ROOT_BLOCK] = {0};
         for (size_t i = 0; i < n; i++) {
             short whole = 0;
             short root = 0;
             for (int k = 0; k < WEIGHTS; k++) {
-                const int sample = (lines[k / 3] + start + i)[k % 3 * step];
+                const int sample = (run[k / 3] + i)[k % 3 * step];
                 whole = (short)(whole + SPLIT.whole[0][DIRECTION][k] * sample);
-                root = (short)(root + SPLIT.root[DIRECTION][k] * sample);
+                root = (short)(root + SPLIT.whole[ROOT_SIGNS][DIRECTION][k] * sample);
             }
             out[start + i] = Clamp((short)(whole + root + ((root * ROOT_FRACTION) >> 16)));
             inexact[i] = (BYTE)(root == 0 && whole > 0 && whole < 256);
         }
+        size_t nAgain = 0;
         for (size_t i = 0; i < n; i++) {
-            if (inexact[i]) {
-                out[start + i] = RootPixel<DIRECTION>(lines, start + i, step);
-            }
+            again[nAgain] = (unsigned short)i;
+            nAgain += inexact[i];
+        }
+        for (size_t j = 0; j < nAgain; j++) {
+            out[start + again[j]] = RootPixel<DIRECTION>(run, again[j], step);
         }
     }
 }

@@ -180,6 +180,13 @@ static int ArgumentsAreValid(const FilterFrame *pFrame, const FilterCall *pCall)
     return pFrame->ArgumentsAreValid == NULL || pFrame->ArgumentsAreValid(pCall->pArguments);
 }
 
+// A dialog gets the image's handle and may have put another picture into the block.
+static int IsStill(HGLOBAL hDib, const DibShape *pShape)
+{
+    DibShape now;
+    return ReadDibShape(hDib, &now) && memcmp(&now, pShape, sizeof now) == 0;
+}
+
 // From the parameter dialog to the result, for an image that is accepted.
 static HGLOBAL RunDialogsAndWorker(const FilterFrame *pFrame, FilterCall *pCall,
                                    const DibShape *pShape, FilterThreadState *pState)
@@ -189,8 +196,9 @@ static HGLOBAL RunDialogsAndWorker(const FilterFrame *pFrame, FilterCall *pCall,
         return NULL;
     }
     if (WantsDialog(pCall->mode) &&
-        !RunParameterDialog(pFrame->pDialogEntry, pCall->dialogArguments,
-                            pCall->nDialogArguments)) {
+        (!RunParameterDialog(pFrame->pDialogEntry, pCall->dialogArguments,
+                             pCall->nDialogArguments) ||
+         !IsStill(pCall->hDib, pShape))) {
         return NULL;
     }
     if (!ArgumentsAreValid(pFrame, pCall)) {

@@ -7,6 +7,7 @@
 #include "dib.h"
 
 #include "intops.h"
+#include "thread_state.h"
 
 #include <string.h>
 
@@ -32,24 +33,26 @@ DWORD DibPaletteSize(const BITMAPINFOHEADER *pHeader)
     return DibNumColors(pHeader) * bytesPerEntry;
 }
 
-static int ShapeOf(const BITMAPINFOHEADER *pHeader, size_t nBlockBytes, DibShape *pShape)
+static int ShapeOf(const BITMAPINFOHEADER *pHeader, unsigned bitCount, size_t nBlockBytes,
+                   DibShape *pShape)
 {
-    if (nBlockBytes < DIB_HEADER_BYTES || pHeader->biSize != DIB_HEADER_BYTES ||
-        pHeader->biCompression != BI_RGB || pHeader->biWidth <= 0 || pHeader->biHeight <= 0) {
+    if (pHeader->biSize != DIB_HEADER_BYTES || pHeader->biCompression != BI_RGB ||
+        pHeader->biWidth <= 0 || pHeader->biHeight <= 0) {
         return 0;
     }
     const DWORD nColors = DibNumColors(pHeader);
     const uint64_t prefix = DIB_HEADER_BYTES + (uint64_t)nColors * sizeof(RGBQUAD);
-    const uint64_t stride = RowStride((uint64_t)pHeader->biWidth, pHeader->biBitCount);
+    const uint64_t stride = RowStride((uint64_t)pHeader->biWidth, bitCount);
     // width x 16-bit depth x height stays below 2^31 x 2^13 x 2^31 and cannot overflow.
     const uint64_t rows = stride * (uint64_t)pHeader->biHeight;
     if (stride == 0 || prefix > LARGEST_PREFIX || rows > LARGEST_BLOCK ||
         prefix + rows > nBlockBytes) {
         return 0;
     }
+    memset(pShape, 0, sizeof *pShape);  // shapes are compared byte by byte
     pShape->width = pHeader->biWidth;
     pShape->height = pHeader->biHeight;
-    pShape->bitCount = pHeader->biBitCount;
+    pShape->bitCount = (int)bitCount;
     pShape->nPlanes = pHeader->biPlanes;
     pShape->nColors = nColors;
     pShape->stride = (size_t)stride;
@@ -66,7 +69,7 @@ static void ViewOf(HGLOBAL hDib, BYTE *pBlock, DibView *pView)
     pView->pBits = pBlock + pView->shape.nBitsOffset;
 }
 
-int LockDib(HGLOBAL hDib, DibView *pView)
+static int LockAtDepth(HGLOBAL hDib, unsigned depthMask, DibView *pView)
 {
     if (hDib == NULL) {
         return 0;
@@ -75,12 +78,25 @@ int LockDib(HGLOBAL hDib, DibView *pView)
     if (pBlock == NULL) {
         return 0;
     }
-    if (!ShapeOf((const BITMAPINFOHEADER *)(void *)pBlock, GlobalSize(hDib), &pView->shape)) {
+    const BITMAPINFOHEADER *pHeader = (const BITMAPINFOHEADER *)(void *)pBlock;
+    const SIZE_T nBlockBytes = GlobalSize(hDib);
+    if (nBlockBytes < DIB_HEADER_BYTES ||
+        !ShapeOf(pHeader, pHeader->biBitCount & depthMask, nBlockBytes, &pView->shape)) {
         GlobalUnlock(hDib);
         return 0;
     }
     ViewOf(hDib, pBlock, pView);
     return 1;
+}
+
+int LockDib(HGLOBAL hDib, DibView *pView)
+{
+    return LockAtDepth(hDib, 0xffff, pView);
+}
+
+int LockDibByLowDepth(HGLOBAL hDib, DibView *pView)
+{
+    return LockAtDepth(hDib, 0xff, pView);
 }
 
 void UnlockDib(DibView *pView)
@@ -181,13 +197,67 @@ HGLOBAL CopyWithFullTable(HGLOBAL hDib)
     return hFull;
 }
 
+static void FillBlank(BITMAPINFOHEADER *pHeader, size_t nPixelBytes, int bWhite)
+{
+    const unsigned bitCount = pHeader->biBitCount;
+    RGBQUAD *pColors = (RGBQUAD *)(void *)(pHeader + 1);
+    BYTE *pBits = (BYTE *)(void *)pColors + DibPaletteSize(pHeader);
+    const RGBQUAD white = {255, 255, 255, 0};
+    if (bitCount == 8) {
+        pColors[0] = white;
+        memset(pBits, bWhite ? 0 : 2, nPixelBytes);
+        return;
+    }
+    if (bitCount == 1) {
+        pColors[1] = white;
+    }
+    memset(pBits, bWhite ? 255 : 0, nPixelBytes);
+}
+
+HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount, int bWhite)
+{
+    static const double INCHES_PER_METER = 39.37;
+    FilterThreadState *pState = GetFilterThreadState();
+    const int bDepth = bitCount == 1 || bitCount == 8 || bitCount == 24;
+    if (width < 1 || height < 0 || xDpi < 0 || yDpi < 0 || !bDepth) {
+        pState->nLastError = CONVERT_BAD_ARGUMENT;
+        return NULL;
+    }
+    BITMAPINFOHEADER header;
+    memset(&header, 0, sizeof header);
+    const uint64_t nPixelBytes = RowStride((uint64_t)width, bitCount) * (uint64_t)height;
+    header.biSize = DIB_HEADER_BYTES;
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = bitCount;
+    header.biSizeImage = (DWORD)nPixelBytes;
+    header.biXPelsPerMeter = TruncateToInt(xDpi * INCHES_PER_METER + 0.5);
+    header.biYPelsPerMeter = TruncateToInt(yDpi * INCHES_PER_METER + 0.5);
+    // Kept: four spare bytes at the end.
+    const HGLOBAL hBlank =
+        AllocBlock(nPixelBytes + DibPaletteSize(&header) + DIB_HEADER_BYTES + 4);
+    void *pBlock = hBlank != NULL ? GlobalLock(hBlank) : NULL;
+    if (pBlock == NULL) {
+        pState->nLastError = CONVERT_NO_MEMORY;
+        if (hBlank != NULL) {
+            GlobalFree(hBlank);
+        }
+        return NULL;
+    }
+    memcpy(pBlock, &header, sizeof header);
+    FillBlank((BITMAPINFOHEADER *)pBlock, (size_t)nPixelBytes, bWhite);
+    GlobalUnlock(hBlank);
+    return hBlank;
+}
+
 int IsGrayPalette(HGLOBAL hDib)
 {
     DibView view;
     if (!LockDib(hDib, &view)) {
         return 0;
     }
-    int bGray = 1;
+    int bGray = view.shape.bitCount == 8;
     for (DWORD i = 0; bGray && i < GRAY_LEVELS && i < view.shape.nColors; i++) {
         const RGBQUAD color = view.pColors[i];
         bGray = color.rgbRed == color.rgbGreen && color.rgbRed == color.rgbBlue;

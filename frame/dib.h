@@ -36,10 +36,21 @@ struct DibView {
 // Checks and locks. 0, nothing locked, unless the block is a 40-byte-header, uncompressed,
 // bottom-up DIB with positive sides whose colour table and rows all lie inside it.
 int LockDib(HGLOBAL hDib, DibView *pView);
+
+// The same where only the low byte of biBitCount counts: the shape's bitCount and stride are formed
+// from that byte, and the block is checked against them.
+int LockDibByLowDepth(HGLOBAL hDib, DibView *pView);
+
 void UnlockDib(DibView *pView);
 
 // The check alone.
 int ReadDibShape(HGLOBAL hDib, DibShape *pShape);
+
+// Some operations count rows and keep the stride in 16 bits and are not defined past that.
+static inline int FitsSixteenBits(const DibShape *pShape)
+{
+    return pShape->height <= 0xffff && pShape->stride <= 0xffff;
+}
 
 // Colour-table entries and bytes that a header announces; core headers (12 bytes) are understood
 // here and nowhere else.
@@ -65,6 +76,12 @@ HGLOBAL CopyWithFullTable(HGLOBAL hDib);
 
 // A new movable, zeroed block of that many bytes; null past 2^31 - 1.
 HGLOBAL AllocBlock(unsigned long long nBytes);
+
+// A new image of one colour: 1, 8 or 24 bits, white or black. The resolutions are dots per inch. Null
+// for a width below 1, a negative resolution or another depth (code 8 in nLastError), for a height
+// below 0, and without memory (code 1). Kept: at 8 bits entry 0 of the colour table is white and all
+// others are black; a black image is full of index 2.
+HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount, int bWhite);
 
 // 1 if all colours of an 8-bit image have equal components (missing entries count as black).
 int IsGrayPalette(HGLOBAL hDib);

@@ -3,14 +3,20 @@
 #include "dispatch.h"
 
 #include "convolution/convolution_kernels.h"
+#include "frame/levels.h"
 #include "platform/cpu.h"
 #include "statistics/mean_kernels.h"
 #include "statistics/rank_kernels.h"
+#include "point/arithmetic_kernels.h"
+#include "tonal/tonal_kernels.h"
 
 void ChooseKernels(void)
 {
     const unsigned features = DetectCpuFeatures();
+    ChooseLevelKernels(features);
     ChooseConvolutionKernels(features);
     ChoosePixelMeanKernels(features);
     ChooseRankKernels(features);
+    ChoosePointKernels(features);
+    ChooseTonalKernels(features);
 }

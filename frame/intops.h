@@ -12,6 +12,15 @@ static inline BYTE ClampToByte(int value)
     return (BYTE)(value < 0 ? 0 : value > 255 ? 255 : value);
 }
 
+// Drops the fraction. Past 32 bits the nearest 32-bit number, for NaN 0: no conversion is undefined.
+static inline int TruncateToInt(double value)
+{
+    return value >= 2147483647.0    ? INT32_MAX
+           : value <= -2147483648.0 ? INT32_MIN
+           : value != value         ? 0
+                                    : (int)value;
+}
+
 // The bytes of one stored row. 64 bits wide, so that no width and depth can overflow it.
 static inline uint64_t RowStride(uint64_t width, uint64_t bitCount)
 {

@@ -9,6 +9,7 @@
 // passes, spread over the rows.
 
 #include "dib.h"
+#include "levels.h"
 #include "matrix.h"
 #include "neighbourhood.h"
 #include "platform/workmemory.h"
@@ -16,7 +17,19 @@
 
 #include <string.h>
 
-enum { MIRROR_SIDE = 3 };
+enum {
+    MIRROR_SIDE = 3,
+    EDGE_COUNT = 32,                 // samples computed for the two edge pixels of a row
+    EDGE_BYTES = EDGE_COUNT + 2 * 3  // and what their windows reach
+};
+
+// The left and right window of a row of a mirrored picture, one behind the other; then zeros, so
+// that kernels run over a length that suits them.
+struct EdgeLine {
+    int bFilled;
+    int y;
+    BYTE samples[EDGE_BYTES];
+};
 
 struct LineRun {
     const NeighbourhoodFilter *pFilter;
@@ -31,7 +44,17 @@ struct LineRun {
     void *pState;  // of the row kernel
     int bStarted;  // it has run on a row
     BYTE indexOf[GRAY_LEVELS];
+    EdgeLine edges[MIRROR_SIDE];  // row y is in slot y mod MIRROR_SIDE
 };
+
+static inline void CopyPixel(BYTE *dst, const BYTE *src, size_t channels)
+{
+    dst[0] = src[0];
+    if (channels == 3) {
+        dst[1] = src[1];
+        dst[2] = src[2];
+    }
+}
 
 static const BYTE *SourceLine(LineRun *pRun, int y)
 {
@@ -54,11 +77,8 @@ static void FillRing(LineRun *pRun, int nTopRow)
     const int nLowest = nTopRow < 0 ? 0 : nTopRow;
     while (pRun->nLowestMapped > nLowest) {
         const int y = --pRun->nLowestMapped;
-        const BYTE *src = PictureRow(&pRun->source, y);
         BYTE *line = pRun->ring + (size_t)(y % pRun->nSlots) * (size_t)width;
-        for (int x = 0; x < width; x++) {
-            line[x] = pRun->pMaps->levels[src[x]];
-        }
+        MapBytes(pRun->pMaps->levels, PictureRow(&pRun->source, y), line, (size_t)width);
     }
 }
 
@@ -77,22 +97,38 @@ static void AimLines(LineRun *pRun, int y)
     }
 }
 
-// One pixel of the left or right column of a mirrored picture, through a window of its own.
-static void ComputeEdgePixel(const LineRun *pRun, int x, int bEdgeRow, BYTE *dst)
+// The windows of row y, whose samples are pLine.
+static const BYTE *EdgeSamples(LineRun *pRun, int y, const BYTE *pLine)
 {
-    BYTE window[MIRROR_SIDE][MIRROR_SIDE * 3];
+    EdgeLine *pEdge = &pRun->edges[y % MIRROR_SIDE];
+    if (!pEdge->bFilled || pEdge->y != y) {
+        const int width = pRun->source.shape.width;
+        const int columns[2 * MIRROR_SIDE] = {1, 0, 1, width - 2, width - 1, width - 2};
+        const size_t channels = pRun->channels;
+        for (size_t j = 0; j < 2 * MIRROR_SIDE; j++) {
+            CopyPixel(pEdge->samples + j * channels, pLine + (size_t)columns[j] * channels,
+                      channels);
+        }
+        pEdge->bFilled = 1;
+        pEdge->y = y;
+    }
+    return pEdge->samples;
+}
+
+// The pixels of the left and right column in row y of a mirrored picture.
+static void ComputeEdges(LineRun *pRun, int y, int bEdgeRow, BYTE *dst)
+{
+    BYTE levels[EDGE_COUNT];
     const BYTE *lines[MIRROR_SIDE];
     const size_t channels = pRun->channels;
+    const size_t nLast = (size_t)(pRun->source.shape.width - 1) * channels;
     for (int k = 0; k < MIRROR_SIDE; k++) {
-        for (int j = 0; j < MIRROR_SIDE; j++) {
-            const int from = Mirror(x - 1 + j, pRun->source.shape.width);
-            memcpy(&window[k][(size_t)j * channels], pRun->lines[k] + (size_t)from * channels,
-                   channels);
-        }
-        lines[k] = window[k];
+        lines[k] = EdgeSamples(pRun, Mirror(y - 1 + k, pRun->source.shape.height), pRun->lines[k]);
     }
-    KernelAt(pRun->pFilter, 1, bEdgeRow)(lines, (ptrdiff_t)channels, dst + (size_t)x * channels,
-                                         channels, pRun->pFilter->pParameters);
+    KernelAt(pRun->pFilter, 1, bEdgeRow)(lines, (ptrdiff_t)channels, levels, EDGE_COUNT,
+                                         pRun->pFilter->pParameters);
+    CopyPixel(dst, levels, channels);
+    CopyPixel(dst + nLast, levels + MIRROR_SIDE * channels, channels);
 }
 
 static void RunKernel(LineRun *pRun, LineKernel kernel, BYTE *dst)
@@ -121,9 +157,7 @@ static void RunKernel(LineRun *pRun, LineKernel kernel, BYTE *dst)
 static void MapBack(const LineRun *pRun, BYTE *pixels, int count)
 {
     if (pRun->pMaps != NULL) {
-        for (int i = 0; i < count; i++) {
-            pixels[i] = pRun->indexOf[pixels[i]];
-        }
+        MapBytes(pRun->indexOf, pixels, pixels, (size_t)count);
     }
 }
 
@@ -132,8 +166,7 @@ static void MirroredRow(LineRun *pRun, int y, BYTE *dst)
     const int width = pRun->source.shape.width;
     const int bEdgeRow = y == 0 || y == pRun->source.shape.height - 1;
     AimLines(pRun, y);
-    ComputeEdgePixel(pRun, 0, bEdgeRow, dst);
-    ComputeEdgePixel(pRun, width - 1, bEdgeRow, dst);
+    ComputeEdges(pRun, y, bEdgeRow, dst);
     RunKernel(pRun, KernelAt(pRun->pFilter, 0, bEdgeRow), dst);
     MapBack(pRun, dst, width);
 }
@@ -150,8 +183,8 @@ static void RepeatedRow(LineRun *pRun, int y, const BYTE *src, BYTE *dst)
     AimLines(pRun, y == 0 ? 1 : y == height - 1 ? height - 2 : y);
     RunKernel(pRun, pRun->pFilter->Kernel, dst);
     MapBack(pRun, dst + channels, width - 2);
-    memcpy(dst, bEdgeRow ? src : dst + channels, channels);
-    memcpy(dst + nLast, (bEdgeRow ? src + nLast : dst + nLast - channels), channels);
+    CopyPixel(dst, bEdgeRow ? src : dst + channels, channels);
+    CopyPixel(dst + nLast, bEdgeRow ? src + nLast : dst + nLast - channels, channels);
 }
 
 // The pixels nFirst to nEnd - 1, which have no whole window.
@@ -265,7 +298,7 @@ HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const 
     for (int i = 0; pMaps != NULL && i < GRAY_LEVELS; i++) {
         run.indexOf[i] = (BYTE)pMaps->indexOf[i];
     }
-    run.channels = run.source.shape.bitCount == 24 ? 3 : 1;
+    run.channels = (size_t)run.source.shape.bitCount / 8;
     const int bCopy = ComputesNothing(pFilter, run.source.shape.width, run.source.shape.height);
     if (bCopy || PrepareLines(&run)) {
         hResult = DuplicateFrame(&run.source, &run.result);

@@ -30,6 +30,15 @@ int HasAllLevels(const LevelMaps *pMaps)
     return bAll;
 }
 
+int IsGrayRamp(const LevelMaps *pMaps)
+{
+    int bRamp = 1;
+    for (int i = 0; i < GRAY_LEVELS; i++) {
+        bRamp &= pMaps->levels[i] == i;
+    }
+    return bRamp;
+}
+
 int GrayLevelToIndex(LevelMaps *pMaps, int level)
 {
     if (pMaps->indexOf[level] == -1) {
@@ -181,11 +190,26 @@ static void StoreLevels(const DibView *pView, const LevelMaps *pMaps)
     }
 }
 
+// The block may be another picture by now: the host runs while messages are let through.
+static int LockForStore(HGLOBAL hDib, int bitCount, unsigned width, unsigned height, DibView *pView)
+{
+    const DibShape *p = &pView->shape;
+    if (!LockDib(hDib, pView)) {
+        return 0;
+    }
+    if (p->bitCount == bitCount && (unsigned)p->width == width && (unsigned)p->height == height &&
+        (bitCount != 8 || p->nColors >= GRAY_LEVELS)) {
+        return 1;
+    }
+    UnlockDib(pView);
+    return 0;
+}
+
 int StoreGrayMatrix(HGLOBAL hDib, const GrayMatrix *pPixels, const GrayMatrix *pPalette,
                     int bProgress)
 {
     DibView view;
-    if (!LockDib(hDib, &view)) {
+    if (!LockForStore(hDib, 8, pPixels->width, pPixels->height, &view)) {
         return 0;
     }
     if (pPalette->maps.paletteChanged) {
@@ -237,7 +261,7 @@ int AllocColorMatrix(ColorMatrix *pMatrix, int width, int height, int bProgress)
 int StoreColorMatrix(HGLOBAL hDib, const ColorMatrix *pMatrix, int bProgress)
 {
     DibView view;
-    if (!LockDib(hDib, &view)) {
+    if (!LockForStore(hDib, 24, pMatrix->width, pMatrix->height, &view)) {
         return 0;
     }
     const int bDone =

@@ -35,6 +35,9 @@ void BuildLevelMaps(const RGBQUAD *pColors, LevelMaps *pMaps);
 // 1 if every gray level has an entry: then no mapping ever changes the palette.
 int HasAllLevels(const LevelMaps *pMaps);
 
+// 1 if every index shows the level of its own number.
+int IsGrayRamp(const LevelMaps *pMaps);
+
 // The palette index that shows a level (0 to 255). A level without an entry takes over the entry of
 // the same number; what pointed to that entry's old level is left in place, so pixels that used it
 // change shade.

@@ -43,15 +43,6 @@ LineKernel KernelAt(const NeighbourhoodFilter *pFilter, int bEdgeColumn, int bEd
     return kernel != NULL ? kernel : pFilter->Kernel;
 }
 
-static int IsRamp(const LevelMaps *pMaps)
-{
-    int bRamp = 1;
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        bRamp &= pMaps->levels[i] == i;
-    }
-    return bRamp;
-}
-
 static HGLOBAL FilterExpanded(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
                               int height, int bProgress)
 {
@@ -75,10 +66,16 @@ HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib
     if (!LockDib(hDib, &view)) {
         return NULL;
     }
-    BuildLevelMaps(view.pColors, &maps);
+    const int bFullTable = view.shape.nColors >= GRAY_LEVELS;
+    if (bFullTable) {
+        BuildLevelMaps(view.pColors, &maps);
+    }
     UnlockDib(&view);
+    if (!bFullTable) {
+        return NULL;  // the call frame hands over none such
+    }
     if (pFilter->bKeepsLevels || HasAllLevels(&maps)) {
-        return RunLinePipeline(pFilter, hDib, IsRamp(&maps) ? NULL : &maps, bProgress);
+        return RunLinePipeline(pFilter, hDib, IsGrayRamp(&maps) ? NULL : &maps, bProgress);
     }
     return RunMatrixOrder(pFilter, hDib, bProgress);
 }

@@ -96,6 +96,78 @@ HGLOBAL VEXAFILTER_API ConvertMonoDibToGrayScale(HGLOBAL hDib, UINT method);
  */
 HGLOBAL VEXAFILTER_API Convert8bitto24(HGLOBAL hDib);
 
+/* ---- point operations: docs/point.md ------------------------------------------------------- */
+
+/*
+ * Brightness and contrast. These three take no mode and show no dialog. Codes of nOperation: create
+ * a block, compute it, free it; any other value does nothing and returns null. *pError becomes 0 or
+ * 1 (out of memory), 8 (a missing or invalid argument) or 17 (a block could not be locked), and the
+ * result is then null. pError may be null.
+ */
+#define LUT_CREATE 30
+#define LUT_COMPUTE 31
+#define LUT_FREE 32
+
+/*
+ * The counts of the bytes in a viewport of 256 x 256 pixels (less in a smaller image), as a block of
+ * 256 unsigned 16-bit numbers, which wrap. LUT_CREATE: a new block of zeros; the other arguments are
+ * not used. LUT_COMPUTE: brings hHistogram to the viewport whose upper left corner is column
+ * pOrigin[0] and row pOrigin[1] from the top, moved into the image if necessary, and returns it; a
+ * move of at most 128 pixels counts only what has changed. The position that a move starts from
+ * belongs to the calling thread: create the histogram on the thread that computes it, and create a
+ * new one for another image. LUT_FREE: frees hHistogram and returns null.
+ */
+HGLOBAL VEXAFILTER_API ComputeHistogram(HGLOBAL hDib, int nOperation, HGLOBAL hHistogram,
+                                        int *pOrigin, int *pError);
+
+/*
+ * A table of 256 bytes that maps level i to i + (i - mean) x contrast / 255 + brightness, clamped,
+ * where the mean is that of hHistogram (128 without one). LUT_CREATE: a new table, the identity.
+ * LUT_COMPUTE: computes hTable and returns it. LUT_FREE: frees hTable and returns the handle, which
+ * is no longer valid.
+ */
+HGLOBAL VEXAFILTER_API ComputeLUT(HGLOBAL hHistogram, int nOperation, HGLOBAL hTable, int contrast,
+                                  int brightness, int *pError);
+
+/*
+ * Takes an 8-bit image through a table: the brightness of each pixel's colour is looked up, and the
+ * image becomes a gray one. bMakeCopy: in a new image; 0: in hDib itself, which is returned and must
+ * have at least 256 colours.
+ */
+HGLOBAL VEXAFILTER_API ApplyLUT(HGLOBAL hDib, HGLOBAL hTable, int bMakeCopy, int *pError);
+
+/* Operations of the two exports below. */
+#define ARITH_ADD 0
+#define ARITH_SUB 1
+#define ARITH_MUL 2
+#define ARITH_DIV 3
+#define ARITH_AND 4
+#define ARITH_NAND 5
+#define ARITH_OR 6
+#define ARITH_NOR 7
+#define ARITH_XOR 8
+#define ARITH_MIN 9
+#define ARITH_MAX 10
+#define ARITH_EXP 11 /* with a constant only, which is ignored */
+#define ARITH_LOG 12
+
+/*
+ * Combines the stored values of two images of the same width, height and depth (1, 4, 8 or 24 bits),
+ * not their colours. The result has the first one's header and colour table. Which bytes count as
+ * signed differs by operation and depth. Null: an unknown operation, ARITH_EXP or ARITH_LOG, images
+ * that differ in shape, more than 65535 rows or bytes in a row, and whatever makes a filter fail.
+ * GetLastFilterError does not tell of these two exports, but for -1.
+ */
+HGLOBAL VEXAFILTER_API ArithmeticDIB(int nOperation, HGLOBAL hFirst, HGLOBAL hSecond, UINT mode,
+                                     HWND hParent);
+
+/*
+ * Combines the stored values of an image with a constant, of which the low 16 bits count (all of
+ * them as a divisor). Null as ArithmeticDIB.
+ */
+HGLOBAL VEXAFILTER_API ArithmeticDIBConst(int nOperation, HGLOBAL hImage, int nConstant, UINT mode,
+                                          HWND hParent);
+
 /* ---- convolution: 3 x 3 kernels; docs/convolution.md --------------------------------------- */
 
 /*
@@ -221,6 +293,88 @@ HGLOBAL VEXAFILTER_API FilterAdaptiveDWMTM(HGLOBAL hDib, int nSmallSize, int nLa
  */
 HGLOBAL VEXAFILTER_API FilterAdaptiveMMSE(HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode,
                                           HWND hParent);
+
+/* ---- tonal adjustments: docs/tonal.md ------------------------------------------------------ */
+
+/*
+ * These accept 8 and 24 bits, FilterDifference 1 bit as well. A colour picture is adjusted channel
+ * by channel. A parameter out of range returns null before any dialog.
+ */
+
+/*
+ * Stretches the range of levels that occur to 0..255. A gray picture of a single level stays as it
+ * is; a colour channel of a single level comes out black.
+ */
+HGLOBAL VEXAFILTER_API FilterAutoContrast(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/* A parabola: mid-gray becomes black, both ends bright. bInvert not 0: the other way round. */
+HGLOBAL VEXAFILTER_API FilterParabolaTransformation(HGLOBAL hDib, UINT bInvert, UINT mode,
+                                                    HWND hParent);
+
+/*
+ * Inverts what is above nThreshold (0 to 255). The rest of a gray picture stays as it is; in a
+ * colour picture the channels at or below the threshold come out black.
+ */
+HGLOBAL VEXAFILTER_API FilterSolarizing(HGLOBAL hDib, int nThreshold, UINT mode, HWND hParent);
+
+/* Rounds to nLevels (2 to 255) levels, multiples of 255 / (nLevels - 1), fractions dropped. */
+HGLOBAL VEXAFILTER_API FilterPosterizing(HGLOBAL hDib, int nLevels, UINT mode, HWND hParent);
+
+/*
+ * Remaps nInLow..nInMid..nInHigh to nOutLow..nOutHigh, spreading the levels that the picture has
+ * evenly, by their rank. All five are 0 to 255, each range in order, nInMid inside the first.
+ * nChannel: 0 all channels, each by its own levels, 1 blue, 2 green, 3 red; of no meaning for a gray
+ * picture. The dialog gets the image and a pointer to each of the six parameters.
+ */
+HGLOBAL VEXAFILTER_API FilterLevels(HGLOBAL hDib, int nInLow, int nInHigh, int nInMid, int nOutLow,
+                                    int nOutHigh, int nChannel, UINT mode, HWND hParent);
+
+/*
+ * The same with black and white chosen from the picture: nClipPercent (0 to 99) of the levels that
+ * it has are clipped, half of them at either end, and the rest is spread over 0..255.
+ */
+HGLOBAL VEXAFILTER_API FilterAutoLevels(HGLOBAL hDib, int nClipPercent, UINT mode, HWND hParent);
+
+/*
+ * The absolute difference to a neighbour. nDirection, of which the low byte counts: 0 left, 1 above,
+ * 2 above left, 3 above right. Pixels without that neighbour come out 0.
+ */
+HGLOBAL VEXAFILTER_API FilterDifference(HGLOBAL hDib, UINT nDirection, UINT mode, HWND hParent);
+
+/* ---- histogram transforms: docs/histogram.md ----------------------------------------------- */
+
+/*
+ * These map the stored values, not the colours: palette indices at 4 and 8 bits, the three channels
+ * at 24 bits. They keep depth and colour table, and they accept every depth but 1 bit (which only
+ * HistDIBComplement takes); any other than 4, 8 and 24 is mapped byte by byte. Null for more than
+ * 65535 rows or bytes in a row, and for biPlanes other than 1. When a dialog is cancelled, or the
+ * progress dialog cannot be opened, they leave the source locked and a block of the result's size
+ * allocated.
+ */
+
+/*
+ * Adds shift to the values from low to high (their low 8 bits count); what leaves 0..255 on either
+ * side becomes 255. At 8 and 24 bits the values 128 to 255 are never changed. At 4 bits the top is
+ * 15. The dialog gets the image and a pointer to each of the three parameters.
+ */
+HGLOBAL VEXAFILTER_API HistDIBSlide(HGLOBAL hDib, UINT low, UINT high, int shift, UINT mode,
+                                    HWND hParent);
+
+/* Multiplies by factor, rounded to nearest. Otherwise as HistDIBSlide. */
+HGLOBAL VEXAFILTER_API HistDIBStretch(HGLOBAL hDib, UINT low, UINT high, float factor, UINT mode,
+                                      HWND hParent);
+
+/* 0 below the threshold (its low 16 bits count), the top level from there on. */
+HGLOBAL VEXAFILTER_API HistDIBThreshold(HGLOBAL hDib, UINT threshold, UINT mode, HWND hParent);
+
+/* Inverts every bit. */
+HGLOBAL VEXAFILTER_API HistDIBComplement(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/* Spreads the levels by their share of the picture, logarithmically: most of it becomes dark. */
+HGLOBAL VEXAFILTER_API HistDIBModify(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/* Spreads the levels by their share of the picture, evenly. */
+HGLOBAL VEXAFILTER_API HistDIBEqualization(HGLOBAL hDib, UINT mode, HWND hParent);
 
 #ifdef __cplusplus
 }

@@ -561,7 +561,7 @@ static int g_written[3];
 
 static void RewriteAll(void)
 {
-    int *const pointers[] = {(int *)g_dialog.second, (int *)g_dialog.third, (int *)g_dialog.fourth};
+    int *const pointers[] = {(int *)g_dialog.second, (int *)g_dialog.third, (int *)g_dialog.arguments[3]};
     for (int i = 0; i < 3; i++) {
         EXPECT_EQ(i < g_nPointers, pointers[i] != NULL);
         if (i < g_nPointers) {

@@ -1,0 +1,50 @@
+# Benchmarks. README.md in this folder says how to run and read them.
+
+add_library(bench_filters OBJECT bench/filters.cpp bench/pictures.cpp)
+target_link_libraries(bench_filters PUBLIC vexa_flags)
+
+# Whole calls in both builds: bench/wine-table compares them.
+add_executable(win32_bench bench/win32_bench.cpp)
+target_link_libraries(win32_bench PRIVATE bench_filters vexafilter_import)
+if(WIN32)
+  return()
+endif()
+
+add_executable(peak_memory bench/peak_memory.cpp)
+target_link_libraries(peak_memory PRIVATE bench_filters vexafilter_library)
+
+find_package(benchmark REQUIRED)
+find_path(OPENCV_INCLUDE opencv2/imgproc.hpp PATH_SUFFIXES opencv4 REQUIRED)
+find_library(OPENCV_CORE opencv_core REQUIRED)
+find_library(OPENCV_IMGPROC opencv_imgproc REQUIRED)
+
+# The kernels are hidden in the library: their objects are linked beside it.
+add_executable(convolution_bench bench/convolution_bench.cpp bench/harness.cpp
+  bench/kernel_rows.cpp platform/cpu.cpp)
+target_include_directories(convolution_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
+target_link_libraries(convolution_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+  ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
+
+add_executable(point_bench bench/point_bench.cpp bench/harness.cpp)
+target_include_directories(point_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
+target_link_libraries(point_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+  ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
+
+foreach(family tonal histogram mean rank)
+  add_executable(${family}_bench bench/${family}_bench.cpp bench/harness.cpp)
+  target_include_directories(${family}_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
+  target_link_libraries(${family}_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+    ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
+endforeach()
+
+# One iteration of each row, so that the benchmarks do not rot.
+enable_testing()
+add_test(NAME convolution_bench COMMAND convolution_bench --benchmark_min_time=0)
+add_test(NAME point_bench COMMAND point_bench --benchmark_min_time=0)
+add_test(NAME tonal_bench COMMAND tonal_bench --benchmark_min_time=0)
+add_test(NAME histogram_bench COMMAND histogram_bench --benchmark_min_time=0)
+# Palettes that lack levels are slow with large windows.
+add_test(NAME mean_bench
+  COMMAND mean_bench --benchmark_min_time=0 "--benchmark_filter=-incomplete|Dwmtm-31")
+add_test(NAME rank_bench COMMAND rank_bench --benchmark_min_time=0)
+add_test(NAME peak_memory COMMAND peak_memory)

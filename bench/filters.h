@@ -1,0 +1,19 @@
+// The filters that are timed as whole calls, one row each, in the order of the tables.
+#ifndef BENCH_FILTERS_H
+#define BENCH_FILTERS_H
+
+#include "VexaFilter.h"
+
+struct BenchFilter {
+    const char *pName;
+    HGLOBAL (*Run)(HGLOBAL hDib, int nParameter, UINT mode);
+    int nParameter;
+};
+
+enum { CONVOLUTION_FILTERS = 9 };
+extern const BenchFilter CONVOLUTIONS[CONVOLUTION_FILTERS];
+
+// Not a filter: a block as large as the image, allocated as results are and written once.
+extern const BenchFilter NEW_BLOCK;
+
+#endif

@@ -1,0 +1,219 @@
+// Makes the pictures of the documentation, with the library's own exports:
+//
+//   scene.png         a drawn landscape
+//   convolution.png   before and after: the scene, sharpened, blurred, and two edge images
+//   ranks.png         the scene with specks, and the rank filters
+//
+// Build the target docs_pictures and run it with the folder to write to.
+
+#include "hosts/imagefile/imagefile.h"
+
+#include <VexaFilter.h>
+
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+
+enum { WIDTH = 280, HEIGHT = 200, GAP = 6, HEADER = 40 };
+
+struct Color {
+    int red, green, blue;
+};
+
+static HGLOBAL NewPicture(int width, int height)
+{
+    const size_t stride = ((size_t)width * 3 + 3) / 4 * 4;
+    const HGLOBAL hDib = GlobalAlloc(GHND, HEADER + stride * (size_t)height);
+    BITMAPINFOHEADER *pHeader = hDib != NULL ? (BITMAPINFOHEADER *)GlobalLock(hDib) : NULL;
+    if (pHeader == NULL) {
+        return NULL;
+    }
+    memset((BYTE *)pHeader + HEADER, 255, stride * (size_t)height);
+    pHeader->biSize = HEADER;
+    pHeader->biWidth = width;
+    pHeader->biHeight = height;
+    pHeader->biPlanes = 1;
+    pHeader->biBitCount = 24;
+    GlobalUnlock(hDib);
+    return hDib;
+}
+
+static BYTE *PixelAt(BYTE *pBlock, int x, int y)
+{
+    const BITMAPINFOHEADER *pHeader = (const BITMAPINFOHEADER *)(void *)pBlock;
+    const size_t stride = ((size_t)pHeader->biWidth * 3 + 3) / 4 * 4;
+    return pBlock + HEADER + (size_t)(pHeader->biHeight - 1 - y) * stride + (size_t)x * 3;
+}
+
+static int Noise(int x, int y)
+{
+    uint32_t h = (uint32_t)x * 0x9e3779b1u ^ (uint32_t)y * 0x85ebca77u;
+    h = (h ^ (h >> 15)) * 0x2c1b3c6du;
+    return (int)((h ^ (h >> 12)) % 17) - 8;
+}
+
+// Height of a ridge: a sum of triangle waves.
+static int Ridge(int x, int base, int size)
+{
+    const int wave1 = x % (4 * size);
+    const int wave2 = (x * 3 + size) % (2 * size);
+    const int up1 = wave1 < 2 * size ? wave1 : 4 * size - wave1;
+    const int up2 = wave2 < size ? wave2 : 2 * size - wave2;
+    return base - up1 / 2 - up2 / 4;
+}
+
+static int Inside(int x, int y, int cx, int cy, int radius)
+{
+    return (x - cx) * (x - cx) + (y - cy) * (y - cy) < radius * radius;
+}
+
+static Color House(int x, int y)
+{
+    const int bWindow = y > 140 && y < 156 && ((x > 52 && x < 64) || (x > 84 && x < 96));
+    const int bBar = x == 58 || x == 90 || y == 148;
+    if (bWindow) {
+        return bBar ? Color{70, 50, 40} : Color{250, 220, 120};
+    }
+    return y % 8 == 0 || (x + y / 8 % 2 * 6) % 12 == 0 ? Color{150, 90, 75} : Color{190, 105, 85};
+}
+
+static Color SceneColor(int x, int y)
+{
+    const int n = Noise(x, y);
+    const int roof = 118 - (x < 74 ? (x - 36) / 2 : (112 - x) / 2);
+    if (x > 44 && x < 104 && y > 126 && y < 172) {
+        return House(x, y);
+    }
+    if (x > 36 && x < 112 && y > roof && y <= 126) {
+        return (x + y) % 6 == 0 ? Color{70, 40, 45} : Color{105, 60, 60};
+    }
+    if (y > 165 - (x - 140) * (x - 140) / 900) {
+        return Color{70 + n, 125 + 2 * n + (x * 5 + y * 3) % 11, 60 + n};
+    }
+    if (y > Ridge(x, 130, 50)) {
+        return Color{75 + n, 85 + n, 120 + n};
+    }
+    if (y > Ridge(x + 90, 95, 36)) {
+        return Color{125 + n / 2, 135 + n / 2, 170 + n / 2};
+    }
+    if (Inside(x, y, 215, 44, 22)) {
+        return Color{255, 236, 170};
+    }
+    return Color{250 - y / 3, 170 + y / 4, 120 + y / 2};
+}
+
+static HGLOBAL DrawScene(void)
+{
+    const HGLOBAL hDib = NewPicture(WIDTH, HEIGHT);
+    BYTE *pBlock = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
+    for (int y = 0; pBlock != NULL && y < HEIGHT; y++) {
+        for (int x = 0; x < WIDTH; x++) {
+            const Color color = SceneColor(x, y);
+            BYTE *pixel = PixelAt(pBlock, x, y);
+            pixel[0] = (BYTE)color.blue;
+            pixel[1] = (BYTE)color.green;
+            pixel[2] = (BYTE)color.red;
+        }
+    }
+    if (pBlock != NULL) {
+        GlobalUnlock(hDib);
+    }
+    return hDib;
+}
+
+// Frees the picture that it pastes.
+static void Paste(HGLOBAL hSheet, HGLOBAL hPicture, int column, int row)
+{
+    BYTE *pSheet = (BYTE *)GlobalLock(hSheet);
+    BYTE *pPicture = hPicture != NULL ? (BYTE *)GlobalLock(hPicture) : NULL;
+    for (int y = 0; pSheet != NULL && pPicture != NULL && y < HEIGHT; y++) {
+        memcpy(PixelAt(pSheet, column * (WIDTH + GAP), row * (HEIGHT + GAP) + y),
+               PixelAt(pPicture, 0, y), (size_t)WIDTH * 3);
+    }
+    if (pPicture != NULL) {
+        GlobalUnlock(hPicture);
+    }
+    if (pSheet != NULL) {
+        GlobalUnlock(hSheet);
+    }
+    GlobalFree(hPicture);
+}
+
+static int Save(HGLOBAL hDib, const char *folder, const char *name)
+{
+    char path[1000];
+    ImageMessages messages;
+    snprintf(path, sizeof path, "%s/%s", folder, name);
+    if (!WriteImageFile(hDib, path, IMAGE_PNG, JPEG_QUALITY_DEFAULT, false, &messages)) {
+        fprintf(stderr, "make_pictures: %s: %s\n", path, messages.szError);
+        return 0;
+    }
+    return 1;
+}
+
+// One pixel in twelve becomes black or white.
+static HGLOBAL AddSpecks(HGLOBAL hScene)
+{
+    const SIZE_T nBytes = GlobalSize(hScene);
+    const HGLOBAL hNoisy = GlobalAlloc(GHND, nBytes);
+    BYTE *pBlock = hNoisy != NULL ? (BYTE *)GlobalLock(hNoisy) : NULL;
+    if (pBlock == NULL) {
+        return NULL;
+    }
+    memcpy(pBlock, GlobalLock(hScene), nBytes);
+    GlobalUnlock(hScene);
+    for (int y = 0; y < HEIGHT; y++) {
+        for (int x = 0; x < WIDTH; x++) {
+            const uint32_t h = ((uint32_t)x * 0x2c1b3c6du ^ (uint32_t)y * 0x297a2d39u) * 0x9e3779b1u;
+            if ((h >> 16) % 12 == 0) {
+                memset(PixelAt(pBlock, x, y), (h >> 15) % 2 != 0 ? 255 : 0, 3);
+            }
+        }
+    }
+    GlobalUnlock(hNoisy);
+    return hNoisy;
+}
+
+static int SaveRanks(HGLOBAL hScene, const char *folder)
+{
+    const HGLOBAL hNoisy = AddSpecks(hScene);
+    const HGLOBAL hSheet = NewPicture(4 * WIDTH + 3 * GAP, 2 * HEIGHT + GAP);
+    int bSaved = 0;
+    if (hNoisy != NULL && hSheet != NULL) {
+        Paste(hSheet, FilterMinimum(hNoisy, 3, 0, NULL), 1, 0);
+        Paste(hSheet, FilterMaximum(hNoisy, 3, 0, NULL), 2, 0);
+        Paste(hSheet, FilterMedian(hNoisy, 3, 0, NULL), 3, 0);
+        Paste(hSheet, FilterMidpoint(hNoisy, 3, 0, NULL), 0, 1);
+        Paste(hSheet, FilterRange(hScene, 3, 0, NULL), 1, 1);
+        Paste(hSheet, FilterAlphaTrimmedMean(hNoisy, 5, 8, 0, NULL), 2, 1);
+        Paste(hSheet, FilterWeightedMedian(hNoisy, NULL, 0, NULL), 3, 1);
+        Paste(hSheet, hNoisy, 0, 0);
+        bSaved = Save(hSheet, folder, "ranks.png");
+    }
+    GlobalFree(hSheet);
+    return bSaved;
+}
+
+int main(int argc, char **argv)
+{
+    const char *folder = argc > 1 ? argv[1] : ".";
+    const HGLOBAL hScene = DrawScene();
+    const HGLOBAL hSheet = NewPicture(3 * WIDTH + 2 * GAP, 2 * HEIGHT + GAP);
+    if (hScene == NULL || hSheet == NULL) {
+        fprintf(stderr, "make_pictures: out of memory.\n");
+        return 1;
+    }
+    int bSaved = Save(hScene, folder, "scene.png") && SaveRanks(hScene, folder);
+    // Twice the blur, so that it shows at this size.
+    const HGLOBAL hBlurred = FilterUniform(hScene, 0, NULL);
+    Paste(hSheet, FilterEnhance(hScene, 0, NULL), 1, 0);
+    Paste(hSheet, FilterUniform(hBlurred, 0, NULL), 2, 0);
+    Paste(hSheet, FilterLaplace(hScene, 10, 0, NULL), 0, 1);
+    Paste(hSheet, FilterGradient(hScene, 52, 0, NULL), 1, 1);
+    Paste(hSheet, FilterGradient(hScene, 0, 0, NULL), 2, 1);
+    GlobalFree(hBlurred);
+    Paste(hSheet, hScene, 0, 0);
+    bSaved &= Save(hSheet, folder, "convolution.png");
+    GlobalFree(hSheet);
+    return bSaved ? 0 : 1;
+}

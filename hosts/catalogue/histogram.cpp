@@ -1,0 +1,91 @@
+// Histogram transforms.
+#include "catalogue.h"
+
+#include <iterator>
+
+static const char LOW_MEANING[] = "The lowest value that changes.";
+static const char HIGH_MEANING[] = "The highest value that changes; 128 to 255 never do.";
+
+static const FilterParameter SLIDE_PARAMETERS[] = {
+    {"low", PARAMETER_INTEGER, 0, 255, 0, LOW_MEANING, nullptr, 0},
+    {"high", PARAMETER_INTEGER, 0, 255, 255, HIGH_MEANING, nullptr, 0},
+    {"shift", PARAMETER_INTEGER, -255, 255, 20, "What is added. Below 0 and above 255 is white.",
+     nullptr, 0},
+};
+
+static const FilterParameter STRETCH_PARAMETERS[] = {
+    {"low", PARAMETER_INTEGER, 0, 255, 0, LOW_MEANING, nullptr, 0},
+    {"high", PARAMETER_INTEGER, 0, 255, 255, HIGH_MEANING, nullptr, 0},
+    {"factor", PARAMETER_REAL, 0, 255, 1.5, "What the values are multiplied by.", nullptr, 0},
+};
+
+static const FilterParameter THRESHOLD_PARAMETERS[] = {
+    {"threshold", PARAMETER_INTEGER, 0, 256, 128, "The lowest value that becomes white.", nullptr,
+     0},
+};
+
+static HGLOBAL RunSlide(const FilterCall *call)
+{
+    const ParameterValue *p = call->pValues;
+    return HistDIBSlide(call->pImages[0], UINT(p[0].nValue), UINT(p[1].nValue), p[2].nValue,
+                        call->mode, call->hParent);
+}
+
+static HGLOBAL RunStretch(const FilterCall *call)
+{
+    const ParameterValue *p = call->pValues;
+    return HistDIBStretch(call->pImages[0], UINT(p[0].nValue), UINT(p[1].nValue),
+                          float(p[2].dValue), call->mode, call->hParent);
+}
+
+static HGLOBAL RunThreshold(const FilterCall *call)
+{
+    return HistDIBThreshold(call->pImages[0], UINT(call->pValues[0].nValue), call->mode,
+                            call->hParent);
+}
+
+static HGLOBAL RunComplement(const FilterCall *call)
+{
+    return HistDIBComplement(call->pImages[0], call->mode, call->hParent);
+}
+
+static HGLOBAL RunModify(const FilterCall *call)
+{
+    return HistDIBModify(call->pImages[0], call->mode, call->hParent);
+}
+
+static HGLOBAL RunEqualization(const FilterCall *call)
+{
+    return HistDIBEqualization(call->pImages[0], call->mode, call->hParent);
+}
+
+static const unsigned DEPTHS = DEPTH_4 | DEPTH_8 | DEPTH_24;
+static const char PLAIN_ARGUMENTS[] = "HGLOBAL hDib, UINT mode, HWND hParent";
+static const char VALUES[] =
+    "Works on the stored values: colour numbers in a picture with a colour table, where it makes "
+    "sense only if the table runs from black to white.";
+
+static const CatalogueFilter FILTERS[] = {
+    {"slide", "HistDIBSlide",
+     "HGLOBAL hDib, UINT low, UINT high, int shift, UINT mode, HWND hParent", "HistSlideUI",
+     "adds to the darker values", VALUES, 1, DEPTHS, SLIDE_PARAMETERS, std::size(SLIDE_PARAMETERS),
+     RunSlide},
+    {"stretch", "HistDIBStretch",
+     "HGLOBAL hDib, UINT low, UINT high, float factor, UINT mode, HWND hParent", "HistStretchUI",
+     "multiplies the darker values", VALUES, 1, DEPTHS, STRETCH_PARAMETERS,
+     std::size(STRETCH_PARAMETERS), RunStretch},
+    {"threshold", "HistDIBThreshold", "HGLOBAL hDib, UINT threshold, UINT mode, HWND hParent",
+     "ThresholdUI", "makes everything black or white", VALUES, 1, DEPTHS, THRESHOLD_PARAMETERS,
+     std::size(THRESHOLD_PARAMETERS), RunThreshold},
+    {"complement", "HistDIBComplement", PLAIN_ARGUMENTS, "HistTransformUI", "makes a negative",
+     VALUES, 1, DEPTH_1 | DEPTHS, nullptr, 0, RunComplement},
+    {"modify", "HistDIBModify", PLAIN_ARGUMENTS, "HistTransformUI",
+     "spreads the values by how often they occur, the dark ones most", VALUES, 1, DEPTHS, nullptr,
+     0, RunModify},
+    {"equalize", "HistDIBEqualization", PLAIN_ARGUMENTS, "HistTransformUI",
+     "spreads the values by how often they occur, evenly", VALUES, 1, DEPTHS, nullptr, 0,
+     RunEqualization},
+};
+
+const CatalogueFamily HISTOGRAM_FAMILY = {"histogram", "Histogram transforms", FILTERS,
+                                          std::size(FILTERS)};

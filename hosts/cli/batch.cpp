@@ -1,0 +1,202 @@
+// One picture or many: read, filter, write. A picture that fails gets one sentence; the next one
+// is still tried. An interrupt ends everything and leaves only finished pictures.
+#include "commandline.h"
+#include "hosts/imagefile/filesystem.h"
+#include "system.h"
+
+#include <errno.h>
+#include <string.h>
+
+// Says what happened to a file, unless it was the user who stopped the work.
+static ExitCode Fail(ExitCode code, const std::string &path, const char *sentence)
+{
+    if (WasInterrupted()) {
+        return EXIT_INTERRUPTED;
+    }
+    const char *stream = code == EXIT_UNREADABLE ? "standard input" : "standard output";
+    Say("%s: %s", path == "-" ? stream : path.c_str(), sentence);
+    return code;
+}
+
+// The DIB, widened if it has 4 bits and the filter takes 8 only.
+static ExitCode ReadInput(const CommandOptions *options, const std::string &path, HGLOBAL *hDib,
+                          ImageFormat *format)
+{
+    ImageMessages messages;
+    *hDib = ReadImageFile(path.c_str(), format, &messages);
+    if (!*hDib) {
+        return Fail(EXIT_UNREADABLE, path, messages.szError);
+    }
+    if (*messages.szNotice && !options->bQuiet) {
+        Say("%s: %s", path.c_str(), messages.szNotice);
+    }
+
+    const BITMAPINFOHEADER *header = static_cast<const BITMAPINFOHEADER *>(GlobalLock(*hDib));
+    int bits = header->biBitCount;
+    GlobalUnlock(*hDib);
+    unsigned depths = options->pFilter->nDepths;
+    if (bits == 4 && !(depths & DEPTH_4) && (depths & DEPTH_8)) {
+        HGLOBAL hWide = WidenDib4To8(*hDib);
+        if (!hWide) {
+            return Fail(EXIT_FAILED, path, "not enough memory");
+        }
+        GlobalFree(*hDib);
+        *hDib = hWide;
+        return EXIT_DONE;
+    }
+    if (depths & DepthBit(bits)) {
+        return EXIT_DONE;
+    }
+    char accepted[80];
+    DescribeDepths(depths, accepted, sizeof accepted);
+    return Fail(EXIT_FAILED, path,
+                Text("%s takes %s pictures, and this one has %d bit%s a pixel",
+                     options->pFilter->pName, accepted, bits, bits == 1 ? "" : "s")
+                    .c_str());
+}
+
+static HGLOBAL RunFilter(const CommandOptions *options, const HGLOBAL *images, const char *label)
+{
+    bool bDraw = options->nProgress == PROGRESS_ALWAYS ||
+                 (options->nProgress == PROGRESS_AUTO && !options->bQuiet && IsTerminal(stderr));
+    FilterCall call = {images, options->values, 0, nullptr};
+    BeginProgressBar(label, bDraw);
+    call.mode = WatchFilter(StepProgressBar);
+    HGLOBAL hResult = options->pFilter->Run(&call);
+    UnwatchFilter();
+    // Without a single step the progress itself may be what failed: a session without windows.
+    if (!EndProgressBar() && !hResult && !WasInterrupted()) {
+        call.mode = 0;
+        hResult = options->pFilter->Run(&call);
+    }
+    return hResult;
+}
+
+// Null results have no reason; size and parameters are what is left after the checks before.
+static std::string NoResult(const CommandOptions *options, HGLOBAL hDib)
+{
+    const BITMAPINFOHEADER *header = static_cast<const BITMAPINFOHEADER *>(GlobalLock(hDib));
+    std::string sentence =
+        Text("%s gave no result: memory ran out, or it refuses %s %d x %d pixels of %d bits",
+             options->pFilter->pName,
+             options->pFilter->nParameters > 0 ? "these parameters for" : "a picture of",
+             int(header->biWidth), int(header->biHeight), int(header->biBitCount));
+    GlobalUnlock(hDib);
+    return sentence;
+}
+
+static ExitCode WriteOutput(const CommandOptions *options, const std::string &path, HGLOBAL hDib,
+                            ImageFormat format)
+{
+    ImageMessages messages;
+    if (WasInterrupted()) {
+        return EXIT_INTERRUPTED;
+    }
+    if (!WriteImageFile(hDib, path.c_str(), format, options->nQuality, options->bKeepExisting,
+                        &messages)) {
+        return Fail(EXIT_FAILED, path, messages.szError);
+    }
+    return EXIT_DONE;
+}
+
+// inputs: as many as the filter takes. format IMAGE_UNKNOWN: the first input's.
+static ExitCode RunPicture(const CommandOptions *options, const std::string *inputs,
+                           const std::string &output, ImageFormat format)
+{
+    HGLOBAL images[FILTER_IMAGES_MOST] = {};
+    HGLOBAL hResult = nullptr;
+    ImageFormat found[FILTER_IMAGES_MOST] = {};
+    ExitCode code = EXIT_DONE;
+    // Asked early, so that no work is done in vain; the writing asks again.
+    if (options->bKeepExisting && output != "-" && KindOfPath(output.c_str()) == PATH_FILE) {
+        return Fail(EXIT_FAILED, output, "exists already and is kept");
+    }
+    for (int i = 0; i < options->pFilter->nImages && code == EXIT_DONE; i++) {
+        code = ReadInput(options, inputs[i], &images[i], &found[i]);
+    }
+    if (code == EXIT_DONE && WasInterrupted()) {
+        code = EXIT_INTERRUPTED;
+    }
+    if (code == EXIT_DONE) {
+        hResult = RunFilter(options, images, BaseName(inputs[0]).c_str());
+        if (!hResult) {
+            code = Fail(EXIT_FAILED, inputs[0], NoResult(options, images[0]).c_str());
+        }
+    }
+    for (HGLOBAL hDib : images) {
+        if (hDib) {
+            GlobalFree(hDib);
+        }
+    }
+    if (hResult) {
+        code = WriteOutput(options, output, hResult, format ? format : found[0]);
+        GlobalFree(hResult);
+    }
+    return code;
+}
+
+// The input's own name in the folder, with another ending if another format is asked for.
+static std::string NameInFolder(const CommandOptions *options, const std::string &input)
+{
+    std::string name = BaseName(input);
+    if (options->nFormat && ImageFormatOfName(name.c_str()) != options->nFormat) {
+        if (ImageFormatOfName(name.c_str()) != IMAGE_UNKNOWN) {
+            name.resize(name.rfind('.'));
+        }
+        name += ImageFormatEnding(options->nFormat);
+    }
+    const std::string &folder = options->output;
+    return IsPathSeparator(folder.back()) ? folder + name : folder + "/" + name;
+}
+
+static ExitCode RunIntoFolder(const CommandOptions *options)
+{
+    ExitCode worst = EXIT_DONE;
+    std::vector<std::string> outputs;
+    if (!MakeFolder(options->output.c_str())) {
+        return Fail(EXIT_FAILED, options->output, strerror(errno));
+    }
+    for (const std::string &input : options->inputs) {
+        std::string output = NameInFolder(options, input);
+        ImageFormat format =
+            options->nFormat ? options->nFormat : ImageFormatOfName(output.c_str());
+        ExitCode code = EXIT_FAILED;
+        bool bTaken = false;
+        for (const std::string &earlier : outputs) {
+            bTaken = bTaken || earlier == output;
+        }
+        if (WasInterrupted()) {
+            code = EXIT_INTERRUPTED;
+        } else if (bTaken) {
+            Fail(code, input, "another input has the same name, and its result would be lost");
+        } else if (format == IMAGE_UNKNOWN) {
+            Fail(code, input, "does not end in .bmp, .png or .jpg; choose with --format");
+        } else {
+            code = RunPicture(options, &input, output, format);
+        }
+        if (code == EXIT_DONE) {
+            outputs.push_back(output);
+        }
+        if (code == EXIT_INTERRUPTED || options->inputs.size() == 1) {
+            return code;
+        }
+        if (code != EXIT_DONE) {
+            worst = EXIT_FAILED;
+        }
+    }
+    if (worst == EXIT_FAILED && !options->bQuiet) {
+        Say("%d of %d pictures done", int(outputs.size()), int(options->inputs.size()));
+    }
+    return worst;
+}
+
+int RunBatch(const CommandOptions *options)
+{
+    ExitCode code = options->bFolder ? RunIntoFolder(options)
+                                     : RunPicture(options, options->inputs.data(), options->output,
+                                                  options->nFormat);
+    if (code == EXIT_INTERRUPTED) {
+        Say("interrupted");
+    }
+    return code;
+}

@@ -1,0 +1,53 @@
+# The hosts: what they share as an object library, and the command line.
+
+set(VEXA_HOST_SOURCES
+  hosts/catalogue/catalogue.cpp
+  hosts/catalogue/convolution.cpp
+  hosts/catalogue/histogram.cpp
+  hosts/catalogue/mask.cpp
+  hosts/catalogue/means.cpp
+  hosts/catalogue/point.cpp
+  hosts/catalogue/ranks.cpp
+  hosts/catalogue/tonal.cpp
+  hosts/cli/batch.cpp
+  hosts/cli/help.cpp
+  hosts/cli/options.cpp
+  hosts/cli/progress.cpp
+  hosts/cli/run.cpp
+  hosts/cli/text.cpp
+  hosts/imagefile/bmp_read.cpp
+  hosts/imagefile/bmp_runs.cpp
+  hosts/imagefile/bmp_write.cpp
+  hosts/imagefile/dib.cpp
+  hosts/imagefile/imagefile.cpp
+  hosts/imagefile/metadata.cpp)
+if(WIN32)
+  list(APPEND VEXA_HOST_SOURCES
+    hosts/cli/win32/system.cpp
+    hosts/imagefile/win32/codec_wic.cpp
+    hosts/imagefile/win32/filesystem.cpp)
+  set(VEXA_HOST_MAIN hosts/cli/win32/main.cpp)
+  set(VEXA_HOST_LIBRARIES ole32 oleaut32 uuid windowscodecs gdi32 user32 shell32)
+else()
+  find_package(PNG REQUIRED)
+  find_package(JPEG REQUIRED)
+  list(APPEND VEXA_HOST_SOURCES
+    hosts/cli/posix/system.cpp
+    hosts/imagefile/posix/codec_jpeg.cpp
+    hosts/imagefile/posix/codec_png.cpp
+    hosts/imagefile/posix/filesystem.cpp)
+  set(VEXA_HOST_MAIN hosts/cli/posix/main.cpp)
+  set(VEXA_HOST_LIBRARIES PNG::PNG JPEG::JPEG)
+endif()
+
+add_library(vexa_hosts OBJECT ${VEXA_HOST_SOURCES})
+target_link_libraries(vexa_hosts
+  PRIVATE vexa_flags
+  PUBLIC ${VEXA_HOST_LIBRARIES})
+
+add_executable(vexafilter ${VEXA_HOST_MAIN})
+target_link_libraries(vexafilter PRIVATE vexa_flags vexa_hosts vexafilter_import)
+
+# Makes the pictures of the documentation anew.
+add_executable(docs_pictures EXCLUDE_FROM_ALL docs/pictures/make_pictures.cpp)
+target_link_libraries(docs_pictures PRIVATE vexa_flags vexa_hosts vexafilter_import)

@@ -1,0 +1,92 @@
+// What the readers and writers of picture files share. Private to this folder.
+#ifndef IMAGEFILE_CODECS_H
+#define IMAGEFILE_CODECS_H
+
+#include "imagefile.h"
+
+// A locked packed DIB. Rows are bottom-up in memory.
+struct DibView {
+    HGLOBAL hDib;
+    BITMAPINFOHEADER *pHeader;
+    RGBQUAD *pColours;
+    unsigned nColours;  // entries that a pixel can name; indexes past them are black
+    BYTE *pBits;
+    size_t nStride;
+    int nWidth, nHeight, nBitCount;
+};
+
+// Puts a sentence into messages->szError; always returns false.
+bool FailImage(ImageMessages *messages, const char *format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+// Adds to messages->szNotice.
+void NoteImage(ImageMessages *messages, const char *text);
+
+// The user wants it to stop; the sentence is set.
+bool ImageStopped(ImageMessages *messages);
+
+size_t DibStride(int width, int bitCount);
+
+// A zero-filled DIB with that many colour-table entries, locked. False with a sentence when it is
+// too large or memory runs out. CloseDib unlocks it.
+bool CreateDib(int width, int height, int bitCount, unsigned colours, DibView *view,
+               ImageMessages *messages);
+
+// Locks a DIB and checks it against its block.
+bool OpenDib(HGLOBAL hDib, DibView *view, ImageMessages *messages);
+void CloseDib(DibView *view);
+
+// y counts from the top row of the picture.
+BYTE *DibRow(const DibView *view, int y);
+
+RGBQUAD DibColour(const DibView *view, unsigned index);
+unsigned DibPixelIndex(const DibView *view, const BYTE *row, int x);
+
+// Fills the colour table with grays from black to white.
+void SetGrayRamp(DibView *view);
+
+// All colours gray, and: the table is exactly the ramp of SetGrayRamp.
+bool HasGrayTable(const DibView *view);
+bool HasGrayRamp(const DibView *view);
+
+// The picture's row y as 8-bit gray (gray tables) or as 24-bit blue, green, red.
+void ExpandRow(const DibView *view, int y, bool bGray, BYTE *out);
+
+// Turns a picture's rows over.
+void FlipDib(DibView *view);
+
+// A row of four inks, 255 the most, as 24-bit colours; bInverted: 255 is none.
+void InksToColours(const BYTE *inks, int width, bool bInverted, BYTE *out);
+
+// One past the highest index that a pixel holds, and at least nColours.
+unsigned DibColoursInUse(const DibView *view);
+
+// Turns a picture upright as a camera's orientation tag (1 to 8) says; frees the DIB it was given.
+HGLOBAL OrientDib(HGLOBAL hDib, int orientation, ImageMessages *messages);
+
+// What a PNG or JPEG file says beside its pixels. 0 is unknown.
+struct ImageMetadata {
+    int nXPelsPerMeter, nYPelsPerMeter;
+    int nOrientation;
+    bool bGray, bTransparent;  // of a PNG file
+    bool bComplete;            // the file reaches its end mark
+};
+void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);
+void ReadJpegMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);
+
+// Dots per inch from dots per metre, rounded to the nearest; 0 when unknown.
+int DotsPerInch(int perMeter);
+
+// The codecs. The PNG and JPEG readers leave the resolution to the caller. bGray: of the file's
+// metadata, for codecs that hand out gray with transparency as colour.
+HGLOBAL DecodeBmp(const BYTE *bytes, size_t length, ImageMessages *messages);
+HGLOBAL DecodePng(const BYTE *bytes, size_t length, bool bGray, ImageMessages *messages);
+HGLOBAL DecodeJpeg(const BYTE *bytes, size_t length, ImageMessages *messages);
+bool EncodeBmp(const DibView *view, FileBytes *bytes, ImageMessages *messages);
+bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages);
+bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessages *messages);
+
+// Decodes run-length rows (4 or 8 bits per pixel) into view, whose row 0 is filled last.
+bool DecodeBmpRuns(const BYTE *bytes, size_t length, DibView *view, ImageMessages *messages);
+
+#endif

@@ -1,0 +1,265 @@
+// Reading and writing picture files: the formats by name and by content, and the way from a file
+// to a DIB and back.
+#include "imagefile.h"
+#include "codecs.h"
+#include "filesystem.h"
+
+#include <errno.h>
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+#include <strings.h>
+
+static bool (*g_Stop)();
+
+void SetImageStop(bool (*Stop)())
+{
+    g_Stop = Stop;
+}
+
+bool ImageStopped(ImageMessages *messages)
+{
+    if (!g_Stop || !g_Stop()) {
+        return false;
+    }
+    FailImage(messages, "interrupted");
+    return true;
+}
+
+struct FormatName {
+    const char *pEnding;  // without its dot, in small letters
+    ImageFormat nFormat;
+};
+
+// The first name of each format is its usual ending.
+static const FormatName FORMAT_NAMES[] = {
+    {"bmp", IMAGE_BMP},  {"dib", IMAGE_BMP},   {"rle", IMAGE_BMP},  {"png", IMAGE_PNG},
+    {"jpg", IMAGE_JPEG}, {"jpeg", IMAGE_JPEG}, {"jpe", IMAGE_JPEG}, {"jfif", IMAGE_JPEG},
+};
+
+ImageFormat ImageFormatOfName(const char *name)
+{
+    const char *dot = strrchr(name, '.');
+    for (const FormatName &format : FORMAT_NAMES) {
+        if (dot && strcasecmp(dot + 1, format.pEnding) == 0) {
+            return format.nFormat;
+        }
+    }
+    return IMAGE_UNKNOWN;
+}
+
+ImageFormat ImageFormatOfBytes(const BYTE *bytes, size_t length)
+{
+    if (length >= 2 && memcmp(bytes, "BM", 2) == 0) {
+        return IMAGE_BMP;
+    }
+    if (length >= 8 && memcmp(bytes, "\x89PNG\r\n\x1A\n", 8) == 0) {
+        return IMAGE_PNG;
+    }
+    if (length >= 3 && memcmp(bytes, "\xFF\xD8\xFF", 3) == 0) {
+        return IMAGE_JPEG;
+    }
+    return IMAGE_UNKNOWN;
+}
+
+const char *ImageFormatTitle(ImageFormat format)
+{
+    return format == IMAGE_BMP ? "BMP" : format == IMAGE_PNG ? "PNG" : "JPEG";
+}
+
+const char *ImageFormatEnding(ImageFormat format)
+{
+    return format == IMAGE_BMP ? ".bmp" : format == IMAGE_PNG ? ".png" : ".jpg";
+}
+
+// A PNG or JPEG file, by the codec of the system. What the pixels do not tell is read beside it.
+static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t length,
+                                ImageMessages *messages)
+{
+    ImageMetadata metadata = {};
+    if (format == IMAGE_PNG) {
+        ReadPngMetadata(bytes, length, &metadata);
+    } else {
+        ReadJpegMetadata(bytes, length, &metadata);
+    }
+    if (!metadata.bComplete) {
+        FailImage(messages, "the %s file ends too early", ImageFormatTitle(format));
+        return nullptr;
+    }
+    HGLOBAL hDib = format == IMAGE_PNG ? DecodePng(bytes, length, metadata.bGray, messages)
+                                       : DecodeJpeg(bytes, length, messages);
+    if (!hDib) {
+        return nullptr;
+    }
+    if (metadata.bTransparent) {
+        NoteImage(messages, "the transparency was dropped");
+    }
+    BITMAPINFOHEADER *header = static_cast<BITMAPINFOHEADER *>(GlobalLock(hDib));
+    header->biXPelsPerMeter = metadata.nXPelsPerMeter;
+    header->biYPelsPerMeter = metadata.nYPelsPerMeter;
+    GlobalUnlock(hDib);
+    return OrientDib(hDib, metadata.nOrientation, messages);
+}
+
+HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages)
+{
+    memset(messages, 0, sizeof *messages);
+    ImageFormat format = ImageFormatOfBytes(bytes, length);
+    if (format == IMAGE_BMP) {
+        return DecodeBmp(bytes, length, messages);
+    }
+    if (format != IMAGE_UNKNOWN) {
+        return DecodeCompressed(format, bytes, length, messages);
+    }
+    FailImage(messages, length > 0 ? "it is not a BMP, PNG or JPEG file" : "the file is empty");
+    return nullptr;
+}
+
+bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes,
+                 ImageMessages *messages)
+{
+    memset(messages, 0, sizeof *messages);
+    memset(bytes, 0, sizeof *bytes);
+    DibView view;
+    if (!OpenDib(hDib, &view, messages)) {
+        return false;
+    }
+    bool bDone = false;
+    switch (format) {
+    case IMAGE_BMP:
+        bDone = EncodeBmp(&view, bytes, messages);
+        break;
+    case IMAGE_PNG:
+        bDone = EncodePng(&view, bytes, messages);
+        break;
+    case IMAGE_JPEG:
+        bDone = EncodeJpeg(&view, quality, bytes, messages);
+        break;
+    default:
+        FailImage(messages, "no format was chosen");
+    }
+    CloseDib(&view);
+    if (!bDone) {
+        free(bytes->pData);
+        memset(bytes, 0, sizeof *bytes);
+    }
+    return bDone;
+}
+
+// ---- files -----------------------------------------------------------------------------------
+
+// The file's length where it can be told beforehand, so that one block usually suffices.
+static size_t LengthHint(FILE *file)
+{
+    static const long LENGTH_MOST = 0x7FFFFFF0;
+    long length = fseek(file, 0, SEEK_END) == 0 ? ftell(file) : 0;
+    rewind(file);
+    return length > 0 && length < LENGTH_MOST ? size_t(length) : 0;
+}
+
+static bool ReadStream(FILE *file, size_t hint, FileBytes *bytes, ImageMessages *messages)
+{
+    size_t room = 0;
+    memset(bytes, 0, sizeof *bytes);
+    for (;;) {
+        if (bytes->nLength == room) {
+            room = room == 0 ? hint + 65536 : room < SIZE_MAX / 2 ? room * 2 : 0;
+            BYTE *grown = room ? static_cast<BYTE *>(realloc(bytes->pData, room)) : nullptr;
+            if (!grown) {
+                return FailImage(messages, "not enough memory to read the file");
+            }
+            bytes->pData = grown;
+        }
+        size_t count = fread(bytes->pData + bytes->nLength, 1, room - bytes->nLength, file);
+        bytes->nLength += count;
+        if (count == 0 || ferror(file)) {  // an interrupt ends a read halfway
+            break;
+        }
+    }
+    return !ferror(file) || FailImage(messages, "cannot be read: %s", strerror(errno));
+}
+
+HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *messages)
+{
+    memset(messages, 0, sizeof *messages);
+    bool bStandard = strcmp(path, "-") == 0;
+    if (!bStandard && KindOfPath(path) == PATH_DIRECTORY) {
+        FailImage(messages, "it is a folder, not a file");
+        return nullptr;
+    }
+    FILE *file = bStandard ? BinaryStandardInput() : OpenPath(path, "rb");
+    if (!file) {
+        FailImage(messages, "cannot be opened: %s", strerror(errno));
+        return nullptr;
+    }
+    FileBytes bytes;
+    HGLOBAL hDib = nullptr;
+    if (ReadStream(file, bStandard ? 0 : LengthHint(file), &bytes, messages)) {
+        if (format) {
+            *format = ImageFormatOfBytes(bytes.pData, bytes.nLength);
+        }
+        hDib = DecodeImage(bytes.pData, bytes.nLength, messages);
+    }
+    free(bytes.pData);
+    if (!bStandard) {
+        fclose(file);
+    }
+    return hDib;
+}
+
+// Closes the file too, unless it is a standard stream.
+static bool WriteStream(FILE *file, const FileBytes *bytes, bool bClose, ImageMessages *messages)
+{
+    errno = 0;
+    bool bDone = fwrite(bytes->pData, 1, bytes->nLength, file) == bytes->nLength;
+    bDone = fflush(file) == 0 && bDone;
+    int error = errno;
+    if (bClose && fclose(file) != 0 && bDone) {
+        bDone = false;
+        error = errno;
+    }
+    return bDone || FailImage(messages, "cannot be written: %s", strerror(error));
+}
+
+static bool WriteBeside(const char *path, const FileBytes *bytes, bool bKeepExisting,
+                        ImageMessages *messages)
+{
+    std::string target = TargetOfPath(path), temporary;
+    FILE *file = CreateTemporary(target.c_str(), &temporary);
+    if (!file) {
+        return FailImage(messages, "cannot be written: %s", strerror(errno));
+    }
+    bool bDone = WriteStream(file, bytes, true, messages);
+    if (bDone && !MoveIntoPlace(temporary.c_str(), target.c_str(), bKeepExisting)) {
+        bDone = errno == EEXIST && bKeepExisting
+                    ? FailImage(messages, "exists already and is kept")
+                    : FailImage(messages, "cannot be written: %s", strerror(errno));
+    }
+    if (!bDone) {
+        RemovePath(temporary.c_str());
+    }
+    return bDone;
+}
+
+bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int quality,
+                    bool bKeepExisting, ImageMessages *messages)
+{
+    FileBytes bytes;
+    if (!EncodeImage(hDib, format, quality, &bytes, messages)) {
+        return false;
+    }
+    bool bDone = false;
+    PathKind kind = strcmp(path, "-") == 0 ? PATH_DEVICE : KindOfPath(path);
+    if (kind == PATH_DIRECTORY) {
+        FailImage(messages, "it is a folder, not a file");
+    } else if (kind == PATH_DEVICE) {
+        bool bStandard = strcmp(path, "-") == 0;
+        FILE *file = bStandard ? BinaryStandardOutput() : OpenPath(path, "wb");
+        bDone = file ? WriteStream(file, &bytes, !bStandard, messages)
+                     : FailImage(messages, "cannot be written: %s", strerror(errno));
+    } else {
+        bDone = WriteBeside(path, &bytes, bKeepExisting, messages);
+    }
+    free(bytes.pData);
+    return bDone;
+}

@@ -1,0 +1,67 @@
+// Picture files: reading a BMP, PNG or JPEG file into a packed DIB and writing one back.
+//
+// A packed DIB is what the filters take: an HGLOBAL with a 40-byte header, the colour table and the
+// rows bottom-up, 1, 4, 8 or 24 bits per pixel. Reading keeps 1-bit, palette and gray pictures as
+// they are; what a DIB cannot hold (more bits, transparency, an orientation tag) is converted, and
+// a notice says what was lost. The resolution is kept both ways.
+//
+// All texts and paths are UTF-8. A function that fails says why in one plain sentence without the
+// file's name, which the caller puts in front.
+#ifndef IMAGEFILE_H
+#define IMAGEFILE_H
+
+#include <windows.h>
+
+#include <stddef.h>
+
+enum ImageFormat { IMAGE_UNKNOWN, IMAGE_BMP, IMAGE_PNG, IMAGE_JPEG };
+
+static const int JPEG_QUALITY_DEFAULT = 90;
+
+struct ImageMessages {
+    char szError[400];
+    char szNotice[200];  // empty when nothing was lost
+};
+
+// A file's content in memory. pData is released with free().
+struct FileBytes {
+    BYTE *pData;
+    size_t nLength;
+};
+
+// The format that a path's ending names, in small or capital letters: "a.png", ".JPG".
+ImageFormat ImageFormatOfName(const char *name);
+
+// The format that the first bytes of a file tell.
+ImageFormat ImageFormatOfBytes(const BYTE *bytes, size_t length);
+
+// "BMP", "PNG" or "JPEG".
+const char *ImageFormatTitle(ImageFormat format);
+
+// The usual ending with its dot: ".png".
+const char *ImageFormatEnding(ImageFormat format);
+
+// A new DIB that the caller frees with GlobalFree, or null.
+HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages);
+
+// The file's bytes, or false. quality, 1 to 100, counts for JPEG only.
+bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes,
+                 ImageMessages *messages);
+
+// Reads a file, or standard input when path is "-". format, if not null, receives what it was.
+HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *messages);
+
+// Writes a file, or standard output when path is "-". The file appears under its name only when it
+// is complete, and an older one stays until then; bKeepExisting refuses to replace it.
+bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int quality,
+                    bool bKeepExisting, ImageMessages *messages);
+
+// Asked between rows while a PNG or JPEG file is read or written; true makes the call fail. Null,
+// as at the beginning: never asked. For the whole process.
+void SetImageStop(bool (*Stop)());
+
+// A 4-bit DIB as an 8-bit one with the same colours: a full gray ramp when all of them are gray,
+// else the same table. Null: not a 4-bit DIB, or no memory.
+HGLOBAL WidenDib4To8(HGLOBAL hDib);
+
+#endif

@@ -1,0 +1,140 @@
+// What a PNG or JPEG file says beside its pixels: the resolution (PNG: pHYs; JPEG: the JFIF
+// density), the orientation tag that cameras write (JPEG: Exif), whether there is transparency, and
+// whether the file is whole. Read from the file's bytes, so that every system's codec gives the
+// same answer; some hand out half a picture without a word. Whatever is missing stays 0.
+#include "codecs.h"
+
+#include <stdint.h>
+#include <string.h>
+
+static const uint64_t PER_METER_MOST = 0x7FFFFFFF;
+
+static unsigned BigEndian16(const BYTE *p)
+{
+    return unsigned(p[0]) << 8 | p[1];
+}
+
+static uint32_t BigEndian32(const BYTE *p)
+{
+    return uint32_t(BigEndian16(p)) << 16 | BigEndian16(p + 2);
+}
+
+void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata)
+{
+    size_t at = 8;  // behind the signature; a chunk is length, name, data, checksum
+    while (at < length && length - at >= 12) {
+        const BYTE *chunk = bytes + at;
+        uint32_t size = BigEndian32(chunk);
+        if (size > length - at - 12) {
+            return;
+        }
+        if (memcmp(chunk + 4, "IEND", 4) == 0) {
+            metadata->bComplete = true;
+            return;
+        }
+        if (memcmp(chunk + 4, "IHDR", 4) == 0 && size == 13) {
+            metadata->bGray = (chunk[17] & 2) == 0;  // bits: 1 palette, 2 colour, 4 transparency
+            metadata->bTransparent = (chunk[17] & 4) != 0;
+        }
+        if (memcmp(chunk + 4, "tRNS", 4) == 0) {
+            metadata->bTransparent = true;
+        }
+        if (memcmp(chunk + 4, "pHYs", 4) == 0 && size == 9 && chunk[16] == 1) {
+            uint32_t x = BigEndian32(chunk + 8), y = BigEndian32(chunk + 12);
+            if (x <= PER_METER_MOST && y <= PER_METER_MOST) {
+                metadata->nXPelsPerMeter = int(x);
+                metadata->nYPelsPerMeter = int(y);
+            }
+        }
+        at += 12 + size_t(size);
+    }
+}
+
+// segment: what follows the segment's length field.
+static void ReadJfif(const BYTE *segment, size_t length, ImageMetadata *metadata)
+{
+    if (length < 12 || memcmp(segment, "JFIF", 5) != 0) {
+        return;
+    }
+    unsigned x = BigEndian16(segment + 8), y = BigEndian16(segment + 10);
+    if (segment[7] == 1) {  // dots per inch, rounded to dots per metre
+        metadata->nXPelsPerMeter = int((x * 10000 + 127) / 254);
+        metadata->nYPelsPerMeter = int((y * 10000 + 127) / 254);
+    } else if (segment[7] == 2) {  // dots per centimetre
+        metadata->nXPelsPerMeter = int(x * 100);
+        metadata->nYPelsPerMeter = int(y * 100);
+    }
+}
+
+static unsigned Tiff16(const BYTE *p, bool bBig)
+{
+    return bBig ? BigEndian16(p) : unsigned(p[1]) << 8 | p[0];
+}
+
+static uint32_t Tiff32(const BYTE *p, bool bBig)
+{
+    return bBig ? BigEndian32(p) : uint32_t(Tiff16(p + 2, false)) << 16 | Tiff16(p, false);
+}
+
+// The orientation is tag 0x0112 of the first directory of a TIFF structure.
+static void ReadExif(const BYTE *segment, size_t length, ImageMetadata *metadata)
+{
+    if (length < 14 || memcmp(segment, "Exif\0", 6) != 0) {
+        return;
+    }
+    const BYTE *tiff = segment + 6;
+    size_t size = length - 6;
+    bool bBig = tiff[0] == 'M';
+    size_t directory = Tiff32(tiff + 4, bBig);
+    if (directory > size || size - directory < 2) {
+        return;
+    }
+    unsigned entries = Tiff16(tiff + directory, bBig);
+    for (unsigned i = 0; i < entries; i++) {
+        size_t at = directory + 2 + size_t(i) * 12;
+        if (size < at + 12) {
+            return;
+        }
+        if (Tiff16(tiff + at, bBig) == 0x0112) {
+            metadata->nOrientation = int(Tiff16(tiff + at + 8, bBig));
+        }
+    }
+}
+
+// Behind the first scan's header an end mark cannot be part of the pixels: those never hold FF
+// followed by anything but 00 or a mark.
+static bool FindEndMark(const BYTE *bytes, size_t length)
+{
+    for (size_t at = 0; at + 1 < length; at++) {
+        if (bytes[at] == 0xFF && bytes[at + 1] == 0xD9) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ReadJpegMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata)
+{
+    size_t at = 2;  // behind the start marker; a segment is FF, marker, length, data
+    while (at < length && length - at >= 4 && bytes[at] == 0xFF) {
+        if (bytes[at + 1] == 0xFF) {  // fill byte
+            at++;
+            continue;
+        }
+        BYTE marker = bytes[at + 1];
+        unsigned size = BigEndian16(bytes + at + 2);
+        if (marker == 0xDA) {
+            metadata->bComplete = FindEndMark(bytes + at, length - at);
+        }
+        if (marker == 0xDA || marker == 0xD9 || size < 2 || size > length - at - 2) {
+            return;
+        }
+        if (marker == 0xE0) {
+            ReadJfif(bytes + at + 4, size - 2, metadata);
+        }
+        if (marker == 0xE1) {
+            ReadExif(bytes + at + 4, size - 2, metadata);
+        }
+        at += 2 + size;
+    }
+}

@@ -1,0 +1,97 @@
+# The tests: the same programs natively and, through Wine, against the DLL. See tests/README.md.
+
+add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+foreach(target gtest gtest_main)
+  # As our own sources, so that both see the same headers; without our warnings.
+  target_compile_options(${target} PRIVATE -w -fno-exceptions -fno-rtti)
+endforeach()
+
+# A test program and its registration. ctest runs it in its own folder.
+function(vexa_add_tests name)
+  add_executable(${name} ${ARGN})
+  target_include_directories(${name} PRIVATE tests)
+  target_link_libraries(${name} PRIVATE vexa_flags)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()
+
+# The library as a host sees it.
+vexa_add_tests(vexafilter_tests
+  tests/host.cpp
+  tests/picture.cpp
+  tests/reference/reference.cpp
+  tests/reference/histogram.cpp
+  tests/reference/ranks.cpp
+  tests/reference/tonal.cpp
+  tests/reference/windows.cpp
+  tests/frame_test.cpp
+  tests/convert_test.cpp
+  tests/convolution_test.cpp
+  tests/point_test.cpp
+  tests/tonal_test.cpp
+  tests/histogram_test.cpp
+  tests/mean_test.cpp
+  tests/rank_test.cpp)
+target_link_libraries(vexafilter_tests PRIVATE vexafilter_import gtest
+  point_kernels_sse2 point_kernels_avx2)
+if(WIN32)
+  target_sources(vexafilter_tests PRIVATE tests/host_win32.cpp tests/win32_test.cpp)
+  add_library(vexa_dialogs_stub MODULE tests/dialogs_stub.cpp tests/dialogs_stub.def)
+  target_link_libraries(vexa_dialogs_stub PRIVATE vexa_flags)
+  set_target_properties(vexa_dialogs_stub PROPERTIES PREFIX "" OUTPUT_NAME VexaDlgsStub
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_dependencies(vexafilter_tests vexa_dialogs_stub)
+  # Away from the real VexaDlgs.dll.
+  add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll
+    COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:vexafilter_library>
+      ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll
+    DEPENDS vexafilter_library VERBATIM)
+  add_custom_target(vexa_tests_dll ALL DEPENDS ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll)
+else()
+  target_sources(vexafilter_tests PRIVATE tests/host_posix.cpp)
+  target_link_libraries(vexafilter_tests PRIVATE vexaposix)
+endif()
+
+# The library's parts, linked straight in.
+vexa_add_tests(vexafilter_internal_tests
+  tests/internal_test.cpp
+  tests/levels_test.cpp
+  tests/mean_levels_test.cpp
+  tests/rank_kernels_test.cpp
+  tests/reference/ranks.cpp
+  tests/picture.cpp
+  tests/reference/reference.cpp)
+target_link_libraries(vexafilter_internal_tests PRIVATE gtest ${VEXA_PARTS} ${VEXA_KERNELS})
+if(WIN32)
+  target_sources(vexafilter_internal_tests PRIVATE platform/win32/workmemory.cpp frame/VexaFilter.rc)
+  target_link_libraries(vexafilter_internal_tests PRIVATE comctl32)
+else()
+  target_link_libraries(vexafilter_internal_tests PRIVATE vexaposix)
+endif()
+
+# The hosts: picture files and the command line, in-process.
+vexa_add_tests(vexafilter_host_tests tests/cli_test.cpp tests/imagefile_test.cpp)
+target_link_libraries(vexafilter_host_tests PRIVATE vexa_hosts vexafilter_import gtest gtest_main)
+if(WIN32)
+  add_dependencies(vexafilter_host_tests vexa_tests_dll)
+else()
+  target_link_libraries(vexafilter_host_tests PRIVATE vexaposix)
+endif()
+
+# The public header compiles alone, in both languages.
+foreach(language c c++)
+  set(compiler ${CMAKE_C_COMPILER} -std=c99)
+  if(language STREQUAL c++)
+    set(compiler ${CMAKE_CXX_COMPILER} -std=c++11)
+  endif()
+  if(NOT WIN32)
+    list(APPEND compiler -I ${CMAKE_SOURCE_DIR}/platform/posix)
+  endif()
+  add_test(NAME public_header_${language} COMMAND ${compiler} -x ${language} -Wall -Wextra -Wpedantic
+    -Werror -fsyntax-only ${CMAKE_SOURCE_DIR}/include/VexaFilter.h)
+endforeach()
+
+if(WIN32)
+  add_test(NAME dll COMMAND ${CMAKE_SOURCE_DIR}/scripts/check-dll ${CMAKE_BINARY_DIR})
+endif()

@@ -1,0 +1,198 @@
+// What only real windows and a 32-bit stack can show: the look of the progress dialog, where the
+// dialog library is looked for, and that every export keeps registers and stack as hosts count on.
+
+#include "host.h"
+#include "host_win32.h"
+
+#include <commctrl.h>
+#include <gtest/gtest.h>
+
+// ---- the progress dialog ------------------------------------------------------------------------
+
+struct Control {
+    int nId;
+    const char *pClass, *pText;
+    DWORD nStyle;
+    RECT place;  // dialog units
+};
+
+static const Control CONTROLS[] = {
+    {IDCANCEL, "Button", "&Cancel", WS_CHILD | WS_VISIBLE | WS_TABSTOP, {67, 49, 117, 63}},
+    {0xffff, "Static", "Processing Image...", WS_CHILD | WS_VISIBLE | WS_GROUP, {7, 7, 70, 15}},
+    {1000, "msctls_progress32", "", WS_CHILD | WS_VISIBLE | PBS_SMOOTH, {7, 23, 179, 37}}};
+
+static HWND g_hParent;
+
+static void LookAtDialog(HWND)
+{
+    const HWND hDialog = OpenDialog();
+    RECT whole = {0, 0, 186, 70}, got;
+    char text[64];
+    MapDialogRect(hDialog, &whole);
+    GetClientRect(hDialog, &got);
+    EXPECT_TRUE(EqualRect(&whole, &got)) << got.right << "x" << got.bottom;
+    EXPECT_EQ(g_hParent, GetWindow(hDialog, GW_OWNER));
+    EXPECT_TRUE(IsWindowVisible(hDialog));
+    EXPECT_EQ(0, GetWindowTextLengthA(hDialog));
+    const DWORD nStyle = (DWORD)GetWindowLongA(hDialog, GWL_STYLE);
+    EXPECT_EQ((DWORD)(WS_POPUP | DS_MODALFRAME), nStyle & (WS_POPUP | WS_CAPTION | DS_MODALFRAME));
+    for (const Control &control : CONTROLS) {
+        const HWND hControl = GetDlgItem(hDialog, control.nId);
+        ASSERT_TRUE(hControl != NULL) << control.pClass;
+        GetClassNameA(hControl, text, sizeof text);
+        EXPECT_STREQ(control.pClass, text);
+        GetWindowTextA(hControl, text, sizeof text);
+        EXPECT_STREQ(control.nId == 1000 ? text : control.pText, text);
+        EXPECT_EQ(control.nStyle, (DWORD)GetWindowLongA(hControl, GWL_STYLE) & control.nStyle);
+        RECT want = control.place;
+        MapDialogRect(hDialog, &want);
+        GetWindowRect(hControl, &got);
+        MapWindowPoints(NULL, hDialog, (POINT *)(void *)&got, 2);
+        // Sizes and positions are rounded one by one.
+        EXPECT_NEAR(want.left, got.left, 1) << control.pClass;
+        EXPECT_NEAR(want.top, got.top, 1) << control.pClass;
+        EXPECT_NEAR(want.right, got.right, 1) << control.pClass;
+        EXPECT_NEAR(want.bottom, got.bottom, 1) << control.pClass;
+    }
+}
+
+TEST(Windows, TheProgressDialogLooksAsItsTemplate)
+{
+    const Bytes dib = MakeDib({9, 9, 8, RAMP, 0, 1, 0});
+    const HWND hHost = NewWindow(LookAtDialog);
+    g_hParent = NewWindow(NULL);
+    ResetHost();
+    PostMessageA(hHost, WM_APP, 0, 0);
+    EXPECT_EQ("",
+              Check(FILTERS[GAUSS], dib, 0, MODE_PROGRESS, g_hParent, ExpectFilter(GAUSS, dib, 0)));
+    EXPECT_FALSE(g_bOwnerDisabledAtDestroy) << "else another program gets the focus";
+    CancelAtStep(1);
+    EXPECT_EQ("", Check(FILTERS[GAUSS], dib, 0, MODE_PROGRESS, g_hParent, ExpectNull()));
+    EXPECT_FALSE(g_bOwnerDisabledAtDestroy);
+    DestroyWindow(g_hParent);
+    DestroyWindow(hHost);
+}
+
+TEST(Windows, TheDialogLibraryIsLookedForBesideTheDllFirst)
+{
+    char path[MAX_PATH];
+    ResetHost();
+    const HGLOBAL hDib = NewBlock(MakeDib({4, 4, 8, RAMP, 0, 2, 0}));
+    FreeBlock(FilterGauss(hDib, MODE_DIALOG, NULL));
+    GetModuleFileNameA(GetModuleHandleA("VexaFilter.dll"), path, sizeof path);
+    const std::string folder(path, std::string(path).rfind('\\') + 1);
+    EXPECT_EQ((std::vector<std::string>{folder + "VexaDlgs.dll", "VexaDlgs.dll"}), g_loaded);
+    FreeBlock(hDib);
+}
+
+// ---- registers and stack ------------------------------------------------------------------------
+
+struct Registers {
+    DWORD ebx, esi, edi, ebp;
+    DWORD nStackMoved;  // bytes between the stack pointer before the arguments and after the call
+};
+
+extern "C" {
+Registers g_registers;
+DWORD g_savedStack, g_savedFrame;
+DWORD CallOffAlignment(const void *function, const DWORD *pArguments, int nArguments, int nOff);
+}
+
+// Aligns the stack so that it is off by nOff at the call, loads the registers with known values,
+// pushes the arguments and calls.
+__asm__(".globl _CallOffAlignment\n"
+        "_CallOffAlignment:\n"
+        "    pushl %ebp\n"
+        "    movl %esp, %ebp\n"
+        "    pushl %ebx\n"
+        "    pushl %esi\n"
+        "    pushl %edi\n"
+        "    movl 16(%ebp), %ecx\n"
+        "    movl 12(%ebp), %edx\n"
+        "    movl 8(%ebp), %eax\n"
+        "    leal (,%ecx,4), %ebx\n"
+        "    andl $-16, %esp\n"
+        "    subl $256, %esp\n"
+        "    addl %ebx, %esp\n"      // the arguments end on a multiple of 16,
+        "    subl 20(%ebp), %esp\n"  // less nOff
+        "    movl %ebp, _g_savedFrame\n"
+        "    movl %esp, _g_savedStack\n"
+        "1:  testl %ecx, %ecx\n"
+        "    jz 2f\n"
+        "    decl %ecx\n"
+        "    pushl (%edx,%ecx,4)\n"
+        "    jmp 1b\n"
+        "2:  movl $0x11111111, %ebx\n"
+        "    movl $0x22222222, %esi\n"
+        "    movl $0x33333333, %edi\n"
+        "    movl $0x44444444, %ebp\n"
+        "    call *%eax\n"
+        "    movl %ebx, _g_registers\n"
+        "    movl %esi, _g_registers+4\n"
+        "    movl %edi, _g_registers+8\n"
+        "    movl %ebp, _g_registers+12\n"
+        "    movl _g_savedStack, %ecx\n"
+        "    subl %esp, %ecx\n"
+        "    movl %ecx, _g_registers+16\n"
+        "    movl _g_savedFrame, %ebp\n"
+        "    leal -12(%ebp), %esp\n"
+        "    popl %edi\n"
+        "    popl %esi\n"
+        "    popl %ebx\n"
+        "    popl %ebp\n"
+        "    ret\n");
+
+struct StackCall {
+    const char *pName;
+    std::vector<DWORD> arguments;  // 0xd1b: the image
+    Expected want;
+    bool bBlock;  // what comes back is one
+};
+
+TEST(Windows, EveryExportKeepsTheRegistersAndTheStackAtAnyAlignment)
+{
+    enum { DIB = 0xd1b };
+    char version[20];
+    const HMODULE hModule = GetModuleHandleA("VexaFilter.dll");
+    const std::vector<TestPicture> kinds = EveryKind(37, 9, 300);
+    for (size_t i = 0; i < kinds.size(); i += 3) {
+        const TestPicture &picture = kinds[i];
+        const Bytes dib = MakeDib(picture);
+        const Expected to24 = picture.bits == 8 ? ExpectBlock(ExpectTo24(dib)) : ExpectNull();
+        const Expected gray =
+            picture.bits == 1 ? ExpectBlock(ExpectMonoToGray(dib, 2)) : ExpectNull();
+        const StackCall calls[] = {
+            {"GetLastFilterError", {}, ExpectNull(), false},
+            {"GetVexaFilterVersion", {(DWORD)(UINT_PTR)version, 20}, ExpectNull(), false},
+            {"ConvertMonoDibToGrayScale", {DIB, 2}, gray, true},
+            {"Convert8bitto24", {DIB}, to24, true},
+            {"FilterLaplace", {DIB, 10, 1, 0}, ExpectFilter(LAPLACE, dib, 10), true},
+            {"FilterGradient", {DIB, 7, 1, 0}, ExpectFilter(GRADIENT, dib, 7), true},
+            {"FilterEnhance", {DIB, 1, 0}, ExpectFilter(ENHANCE, dib, 0), true},
+            {"FilterUniform", {DIB, 0, 0}, ExpectFilter(UNIFORM, dib, 0), true},
+            {"FilterGauss", {DIB, 2, 0}, ExpectFilter(GAUSS, dib, 0), true}};
+        for (const StackCall &call : calls) {
+            const void *function = (void *)GetProcAddress(hModule, call.pName);
+            ASSERT_TRUE(function != NULL) << call.pName;
+            for (int nOff : {0, 4, 8, 12}) {
+                const HGLOBAL hDib = NewBlock(dib);
+                std::vector<DWORD> arguments = call.arguments;
+                for (DWORD &argument : arguments) {
+                    argument = argument == DIB ? (DWORD)(UINT_PTR)hDib : argument;
+                }
+                const DWORD result =
+                    CallOffAlignment(function, arguments.data(), (int)arguments.size(), nOff);
+                const Registers r = g_registers;
+                EXPECT_TRUE(r.ebx == 0x11111111 && r.esi == 0x22222222 && r.edi == 0x33333333 &&
+                            r.ebp == 0x44444444 && r.nStackMoved == 0)
+                    << call.pName << ", off by " << nOff << std::hex << ": ebx " << r.ebx
+                    << ", esi " << r.esi << ", edi " << r.edi << ", ebp " << r.ebp
+                    << ", stack moved by " << r.nStackMoved;
+                if (call.bBlock) {
+                    EXPECT_EQ("", Compare((HGLOBAL)(UINT_PTR)result, call.want)) << call.pName;
+                }
+                FreeBlock(hDib);
+            }
+        }
+    }
+}
