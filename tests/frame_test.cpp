@@ -245,7 +245,7 @@ static void LookAround(HWND)
     g_pump.nSeen++;
     g_pump.bParentEnabled = IsWindowEnabled(g_pump.hParent);
     g_pump.bDialogOpen = OpenDialog() != NULL;
-    g_pump.bWaiting = GetCursor() == LoadCursorA(NULL, IDC_WAIT);
+    g_pump.bWaiting = ShownCursor() == LoadCursorA(NULL, IDC_WAIT);
 }
 
 TEST_F(Frame, TheParentIsDisabledWhileTheDialogIsOpenUnlessItWasBefore)

@@ -71,7 +71,7 @@ std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UIN
     const int nLocks = LocksHeld();
     const BOOL bEnabled = IsWindowEnabled(hParent);
     const HCURSOR hCursor = LoadCursorA(NULL, IDC_ARROW);
-    SetCursor(hCursor);
+    SetShownCursor(hCursor);
     std::string fault = Compare(CallFilter(filter, hDib, nKernel, mode, hParent), expected);
     if (fault.empty() && LiveBlocks() != nBlocks) {
         fault = "blocks left: " + std::to_string(LiveBlocks() - nBlocks);
@@ -83,7 +83,7 @@ std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UIN
         fault = "the progress dialog is open";
     } else if (fault.empty() && IsWindowEnabled(hParent) != bEnabled) {
         fault = "the parent's state has changed";
-    } else if (fault.empty() && GetCursor() != hCursor) {
+    } else if (fault.empty() && ShownCursor() != hCursor) {
         fault = "the cursor has changed";
     }
     FreeBlock(hDib);

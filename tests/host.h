@@ -65,6 +65,10 @@ int DialogsOpened(void);
 // The calling thread's latest progress dialog; null once it is gone.
 HWND OpenDialog(void);
 
+// The cursor as the library last set it.
+HCURSOR ShownCursor(void);
+void SetShownCursor(HCURSOR hCursor);
+
 // While on, no dialog can be created.
 void FailDialogs(bool bFail);
 

@@ -122,6 +122,16 @@ int DialogsOpened(void)
     return TestDialogsOpened();
 }
 
+HCURSOR ShownCursor(void)
+{
+    return GetCursor();
+}
+
+void SetShownCursor(HCURSOR hCursor)
+{
+    SetCursor(hCursor);
+}
+
 HWND OpenDialog(void)
 {
     return IsWindow(g_hDialog) ? g_hDialog : NULL;

@@ -22,6 +22,7 @@ static std::atomic<int> g_nLive, g_nLocks, g_nTried, g_nFailAllocation, g_nFailL
 static bool g_bFailDialogs;
 static int g_nCancelAt, g_nSteps, g_nRange, g_nDialogs;
 static HWND g_hDialog;
+static HCURSOR g_hCursor;
 
 std::vector<std::string> g_loaded;
 bool g_bOwnerDisabledAtDestroy;
@@ -87,6 +88,14 @@ static BOOL WINAPI CountedGlobalUnlock(HGLOBAL hBlock)
     return GlobalUnlock(hBlock);
 }
 
+// Under Wine each change of the real one costs more than a whole filter call on a small picture.
+static HCURSOR WINAPI WatchedSetCursor(HCURSOR hCursor)
+{
+    const HCURSOR hPrevious = g_hCursor;
+    g_hCursor = hCursor;
+    return hPrevious;
+}
+
 static HWND WINAPI WatchedCreateDialogParamA(HINSTANCE hInstance, LPCSTR pName, HWND hParent,
                                              DLGPROC proc, LPARAM lParam)
 {
@@ -116,6 +125,7 @@ static const struct {
                 {"GlobalUnlock", (AnyFunction)CountedGlobalUnlock},
                 {"calloc", (AnyFunction)CountedCalloc},
                 {"free", (AnyFunction)CountedFree},
+                {"SetCursor", (AnyFunction)WatchedSetCursor},
                 {"CreateDialogParamA", (AnyFunction)WatchedCreateDialogParamA},
                 {"LoadLibraryA", (AnyFunction)WatchedLoadLibraryA},
                 {"GetProcAddress", (AnyFunction)WatchedGetProcAddress}};
@@ -256,6 +266,16 @@ int LastRange(void)
 int DialogsOpened(void)
 {
     return g_nDialogs;
+}
+
+HCURSOR ShownCursor(void)
+{
+    return g_hCursor;
+}
+
+void SetShownCursor(HCURSOR hCursor)
+{
+    g_hCursor = hCursor;
 }
 
 HWND OpenDialog(void)

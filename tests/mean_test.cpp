@@ -435,6 +435,7 @@ static const std::vector<MeanCall> REFUSED = {
 
 TEST_F(MeanCalls, SizesBelowOneAreRefusedBeforeAnyDialog)
 {
+    const int nShown = DialogsOpened();
     SetDialogs(GO_ON);
     for (const TestPicture &picture : EveryKind(5, 4, 9)) {
         for (const MeanCall &call : REFUSED) {
@@ -443,7 +444,7 @@ TEST_F(MeanCalls, SizesBelowOneAreRefusedBeforeAnyDialog)
         }
     }
     EXPECT_EQ(0, g_dialog.nCalls);
-    EXPECT_EQ(0, DialogsOpened());
+    EXPECT_EQ(nShown, DialogsOpened());
 }
 
 TEST_F(MeanCalls, YpHasNoOrderZero)

@@ -410,15 +410,15 @@ TEST_F(Point, ACancelLeftBehindEndsASilentCallWithItsCursorWaiting)
     const HCURSOR hArrow = LoadCursorA(NULL, IDC_ARROW);
     CancelAtStep(1);
     EXPECT_TRUE(FilterGauss(hDib, MODE_PROGRESS, NULL) == NULL);
-    SetCursor(hArrow);
+    SetShownCursor(hArrow);
     EXPECT_TRUE(ArithmeticDIBConst(ARITH_MUL, hDib, 2, 0, NULL) == NULL);
-    EXPECT_EQ(LoadCursorA(NULL, IDC_WAIT), GetCursor());
+    EXPECT_EQ(LoadCursorA(NULL, IDC_WAIT), ShownCursor());
     Release(hDib, 1);
     EXPECT_EQ("", Compare(ArithmeticDIBConst(ARITH_MUL, hDib, 2, MODE_PROGRESS, NULL),
                           ExpectBlock(want)));
-    SetCursor(hArrow);
+    SetShownCursor(hArrow);
     EXPECT_EQ("", Compare(ArithmeticDIBConst(ARITH_MUL, hDib, 2, 0, NULL), ExpectBlock(want)));
-    EXPECT_EQ(hArrow, GetCursor());
+    EXPECT_EQ(hArrow, ShownCursor());
     FreeBlock(hDib);
 }
 

@@ -4,20 +4,20 @@
 #include <iterator>
 #include <limits.h>
 
-static const double LARGEST_SIZE = 2147483647;
+static constexpr double LARGEST_SIZE = 2147483647;
 
-static constexpr FilterParameter SIZE = {
+static constexpr FilterParameter WINDOW_SIZE = {
     "size",
     PARAMETER_INTEGER,
     1,
-    2147483647,
+    LARGEST_SIZE,
     3,
     "The side of the square window, in pixels; one of an even size reaches one pixel further up "
     "and left.",
     nullptr,
     0};
 
-static const FilterParameter SIZE_PARAMETERS[] = {SIZE};
+static const FilterParameter SIZE_PARAMETERS[] = {WINDOW_SIZE};
 
 static const FilterParameter MASK_PARAMETERS[] = {
     {"mask", PARAMETER_MASK, 0, 255, 0,
@@ -27,7 +27,7 @@ static const FilterParameter MASK_PARAMETERS[] = {
 };
 
 static const FilterParameter CONTRA_PARAMETERS[] = {
-    SIZE,
+    WINDOW_SIZE,
     {"order", PARAMETER_INTEGER, INT_MIN, INT_MAX, 1,
      "The power that a pixel weighs with. Above 0 dark specks disappear, below 0 bright ones; 0 is "
      "the plain mean.",
@@ -35,7 +35,7 @@ static const FilterParameter CONTRA_PARAMETERS[] = {
 };
 
 static const FilterParameter YP_PARAMETERS[] = {
-    SIZE,
+    WINDOW_SIZE,
     {"order", PARAMETER_INTEGER, INT_MIN, INT_MAX, 2,
      "The power whose mean is taken, and whose root; not 0. Above 0 dark specks disappear, below 0 "
      "bright ones; 1 is the plain mean.",
@@ -52,7 +52,7 @@ static const FilterParameter DWMTM_PARAMETERS[] = {
 };
 
 static const FilterParameter MMSE_PARAMETERS[] = {
-    SIZE,
+    WINDOW_SIZE,
     {"noise", PARAMETER_INTEGER, INT_MIN, INT_MAX, 100,
      "The variance of the noise: its standard deviation in levels, squared. Below 0 the picture is "
      "sharpened.",
