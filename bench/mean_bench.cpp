@@ -228,6 +228,7 @@ int main(int argc, char **argv)
             RegisterWholeCalls(&row.filter, NULL, NULL);
         }
     }
+    RegisterMemoryRows();
     benchmark::Initialize(&argc, argv);
     if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
