@@ -156,14 +156,7 @@ int main(int argc, char **argv)
         RegisterWholeCalls(&CONVOLUTIONS[i], "opencv", PEERS[i].Run);
     }
     RegisterOtherPeer(&CONVOLUTIONS[DIFFERENCE], "opencv-filter2D", PeerDifferenceKernel);
-    RegisterMemoryRows();
     RegisterLevel("sse2", &sse2::WEIGHTED_KERNELS, &sse2::MEAN_KERNELS);
     RegisterLevel("avx2", &avx2::WEIGHTED_KERNELS, &avx2::MEAN_KERNELS);
-    benchmark::Initialize(&argc, argv);
-    if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(bAgree, argc, argv);
 }

@@ -152,7 +152,8 @@ static void NewMatLike(const cv::Mat &src, cv::Mat &dst)
     memset(dst.data, 1, dst.total() * dst.elemSize());
 }
 
-void RegisterMemoryRows(void)
+// Rows Memset/DEPTH/2048/SIDE: a result block of each side, allocated and written once.
+static void RegisterMemoryRows(void)
 {
     for (const PictureKind kind : {PICTURE_RAMP, PICTURE_COLOR}) {
         benchmark::RegisterBenchmark(RowName(NEW_BLOCK.pName, kind, "2048", "ours").c_str(),
@@ -196,4 +197,23 @@ int PeerAgrees(const BenchFilter *pFilter, PeerFilter peer, int nTolerance, int 
         GlobalFree(hResult);
     }
     return bAgrees;
+}
+
+int RegisterRow(const BenchRow *pRow, int nMargin)
+{
+    RegisterWholeCalls(&pRow->filter, "opencv", pRow->peer);
+    return pRow->peer == NULL || pRow->nTolerance == NOT_COMPARED ||
+           PeerAgrees(&pRow->filter, pRow->peer, pRow->nTolerance, nMargin);
+}
+
+int RunBenchmarks(int bAgree, int argc, char **argv)
+{
+    RegisterMemoryRows();
+    benchmark::Initialize(&argc, argv);
+    if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
 }

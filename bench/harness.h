@@ -6,7 +6,8 @@
 #include "filters.h"
 #include "frame/line_kernel.h"
 
-namespace cv {
+namespace cv
+{
 class Mat;
 }
 
@@ -23,15 +24,27 @@ void RegisterWholeCalls(const BenchFilter *pFilter, const char *pPeerName, PeerF
 // A second way of the peer to do the same, 2048 only.
 void RegisterOtherPeer(const BenchFilter *pFilter, const char *pPeerName, PeerFilter peer);
 
-// Rows Memset/DEPTH/2048/SIDE: a result block of each side, allocated and written once.
-void RegisterMemoryRows(void);
-
 // Row Kernel/NAME/DEPTH/LEVEL for both depths: a 3 x 3 kernel over lines in the cache. Where the
 // processor lacks the level, "sse2" or "avx2", the row is skipped and says so.
 void RegisterKernel(const char *pName, const char *pLevel, LineKernel kernel);
 
+// A filter and the peer's call for the same work; null: it has none.
+struct BenchRow {
+    BenchFilter filter;
+    PeerFilter peer;
+    int nTolerance;  // of the results' levels; NOT_COMPARED where they may differ
+};
+enum { NOT_COMPARED = 256 };
+
 // 0 when the peer's result differs by more than nTolerance from ours somewhere further than nMargin
 // pixels from the border: then the rows would compare different work. Said on standard error.
 int PeerAgrees(const BenchFilter *pFilter, PeerFilter peer, int nTolerance, int nMargin = 1);
+
+// The whole calls of a row beside OpenCV, if PeerAgrees, whose result it returns.
+int RegisterRow(const BenchRow *pRow, int nMargin = 1);
+
+// The last lines of a benchmark's main: memory rows, and all that is registered. bAgree 0: nothing
+// is run. Returns the exit status.
+int RunBenchmarks(int bAgree, int argc, char **argv);
 
 #endif

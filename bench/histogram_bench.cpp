@@ -118,17 +118,13 @@ static void PeerEqualization(const cv::Mat &src, cv::Mat &dst)
     cv::merge(channels, 3, dst);
 }
 
-static const struct {
-    BenchFilter filter;
-    PeerFilter Peer;
-    int nTolerance;  // -1: not the same numbers
-} ROWS[] = {
+static const BenchRow ROWS[] = {
     {{"Slide", Slide, SHIFT}, PeerSlide, 0},
     {{"Stretch", Stretch, 0}, PeerStretch, 0},
     {{"Threshold", Threshold, THRESHOLD}, PeerThreshold, 0},
     {{"Complement", Complement, 0}, PeerComplement, 0},
     {{"Modify", Modify, 0}, PeerModify, 1},
-    {{"Equalization", Equalization, 0}, PeerEqualization, -1},
+    {{"Equalization", Equalization, 0}, PeerEqualization, NOT_COMPARED},
 };
 
 // ---- the loops ----------------------------------------------------------------------------------
@@ -243,9 +239,8 @@ int main(int argc, char **argv)
 {
     int bAgree = 1;
     cv::setNumThreads(1);
-    for (const auto &row : ROWS) {
-        bAgree &= row.nTolerance < 0 || PeerAgrees(&row.filter, row.Peer, row.nTolerance);
-        RegisterWholeCalls(&row.filter, "opencv", row.Peer);
+    for (const BenchRow &row : ROWS) {
+        bAgree &= RegisterRow(&row);
     }
     for (const Loop &loop : LOOPS) {
         const std::string name =
@@ -253,12 +248,5 @@ int main(int argc, char **argv)
         benchmark::RegisterBenchmark((name + "ours").c_str(), RunLoop, &loop, true);
         benchmark::RegisterBenchmark((name + "opencv").c_str(), RunLoop, &loop, false);
     }
-    RegisterMemoryRows();
-    benchmark::Initialize(&argc, argv);
-    if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(bAgree, argc, argv);
 }

@@ -175,13 +175,7 @@ static void PeerEqualWeights(const cv::Mat &src, cv::Mat &dst)
 
 // ---- rows ---------------------------------------------------------------------------------------
 
-enum { NOT_COMPARED = 256 };
-
-static const struct {
-    BenchFilter filter;
-    PeerFilter peer;
-    int nTolerance;
-} ROWS[] = {
+static const BenchRow ROWS[] = {
     {{"Geometric-3", Geometric, 3}, PeerGeometric<3>, 2},
     {{"Geometric-7", Geometric, 7}, PeerGeometric<7>, 2},
     {{"Geometric-15", Geometric, 15}, PeerGeometric<15>, 2},
@@ -220,20 +214,8 @@ int main(int argc, char **argv)
 {
     int bAgree = 1;
     cv::setNumThreads(1);
-    for (const auto &row : ROWS) {
-        if (row.peer != NULL) {
-            bAgree &= PeerAgrees(&row.filter, row.peer, row.nTolerance, row.filter.nParameter);
-            RegisterWholeCalls(&row.filter, "opencv", row.peer);
-        } else {
-            RegisterWholeCalls(&row.filter, NULL, NULL);
-        }
+    for (const BenchRow &row : ROWS) {
+        bAgree &= RegisterRow(&row, row.filter.nParameter);
     }
-    RegisterMemoryRows();
-    benchmark::Initialize(&argc, argv);
-    if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(bAgree, argc, argv);
 }

@@ -237,19 +237,15 @@ static void PeerTable(const cv::Mat &src, cv::Mat &dst)
 
 // ---- rows ---------------------------------------------------------------------------------------
 
-static const struct {
-    BenchFilter filter;
-    PeerFilter Peer;
-    int nTolerance;  // below 0: not the same work
-} ROWS[] = {
+static const BenchRow ROWS[] = {
     {{"Add", Combine, ARITH_ADD}, OnPair<PeerAdd>, 0},
     {{"Subtract", Combine, ARITH_SUB}, OnPair<PeerSubtract>, 0},
     {{"Multiply", Combine, ARITH_MUL}, OnPair<PeerMultiply>, 0},
     {{"Divide", Combine, ARITH_DIV}, OnPair<PeerDivide>, 1},
     {{"And", Combine, ARITH_AND}, OnPair<PeerAnd>, 0},
-    {{"Nand", Combine, ARITH_NAND}, OnPair<PeerCopy>, -1},
+    {{"Nand", Combine, ARITH_NAND}, OnPair<PeerCopy>, NOT_COMPARED},
     {{"Or", Combine, ARITH_OR}, OnPair<PeerOr>, 0},
-    {{"Nor", Combine, ARITH_NOR}, OnPair<PeerCopy>, -1},
+    {{"Nor", Combine, ARITH_NOR}, OnPair<PeerCopy>, NOT_COMPARED},
     {{"Xor", Combine, ARITH_XOR}, OnPair<PeerXor>, 0},
     {{"Min", Combine, ARITH_MIN}, OnPair<PeerMin>, 0},
     {{"Max", Combine, ARITH_MAX}, OnPair<PeerMax>, 0},
@@ -330,20 +326,12 @@ int main(int argc, char **argv)
 {
     int bAgree = 1;
     cv::setNumThreads(1);
-    for (const auto &row : ROWS) {
-        bAgree &= row.nTolerance < 0 || PeerAgrees(&row.filter, row.Peer, row.nTolerance);
-        RegisterWholeCalls(&row.filter, "opencv", row.Peer);
+    for (const BenchRow &row : ROWS) {
+        bAgree &= RegisterRow(&row);
     }
     benchmark::RegisterBenchmark("Viewport/8bit/256/ours", RunViewport);
     benchmark::RegisterBenchmark("Viewport/8bit/256/opencv", RunPeerViewport);
-    RegisterMemoryRows();
     RegisterRowKernels("sse2", &sse2::ARITHMETIC_KERNELS, 1);
     RegisterRowKernels("avx2", &avx2::ARITHMETIC_KERNELS, __builtin_cpu_supports("avx2") != 0);
-    benchmark::Initialize(&argc, argv);
-    if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(bAgree, argc, argv);
 }

@@ -9,7 +9,7 @@
 #include <benchmark/benchmark.h>
 #include <opencv2/imgproc.hpp>
 
-// ---- ours ----------------------------------------------------------------------------------------
+// ---- ours ---------------------------------------------------------------------------------------
 
 static HGLOBAL Minimum(HGLOBAL hDib, int nSize, UINT mode)
 {
@@ -47,7 +47,7 @@ static HGLOBAL Weighted(HGLOBAL hDib, int, UINT mode)
     return FilterWeightedMedian(hDib, NULL, mode, NULL);
 }
 
-// ---- the peer ------------------------------------------------------------------------------------
+// ---- the peer -----------------------------------------------------------------------------------
 
 static cv::Mat Square(int n)
 {
@@ -82,15 +82,9 @@ template <int N> static void PeerMedian(const cv::Mat &src, cv::Mat &dst)
     cv::medianBlur(src, dst, N);
 }
 
-// ---- rows ----------------------------------------------------------------------------------------
+// ---- rows ---------------------------------------------------------------------------------------
 
-enum { NOT_COMPARED = 256 };
-
-static const struct {
-    BenchFilter filter;
-    PeerFilter peer;
-    int nTolerance;
-} ROWS[] = {
+static const BenchRow ROWS[] = {
     {{"Minimum-3", Minimum, 3}, PeerMinimum<3>, 0},
     {{"Minimum-5", Minimum, 5}, PeerMinimum<5>, 0},
     {{"Minimum-7", Minimum, 7}, PeerMinimum<7>, 0},
@@ -124,18 +118,8 @@ int main(int argc, char **argv)
 {
     int bAgree = 1;
     cv::setNumThreads(1);
-    for (const auto &row : ROWS) {
-        if (row.peer != NULL) {
-            bAgree &= PeerAgrees(&row.filter, row.peer, row.nTolerance, row.filter.nParameter);
-        }
-        RegisterWholeCalls(&row.filter, "opencv", row.peer);
+    for (const BenchRow &row : ROWS) {
+        bAgree &= RegisterRow(&row, row.filter.nParameter);
     }
-    RegisterMemoryRows();
-    benchmark::Initialize(&argc, argv);
-    if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(bAgree, argc, argv);
 }

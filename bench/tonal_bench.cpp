@@ -1,10 +1,10 @@
 // The tonal filters beside OpenCV.
 //
 // Fixed curves meet the peer's table look-up, auto contrast its normalisation by the extremes, in
-// colour channel by channel, the two levels filters its histogram and a table made from that (that of
-// automatic levels for both: the work is the same). Differences meet the absolute difference of two
-// overlapping views. Before anything is timed the results are compared inside the picture, but for
-// levels; the normalisation rounds to nearest and may differ by one.
+// colour channel by channel, the two levels filters its histogram and a table made from that (that
+// of automatic levels for both: the work is the same). Differences meet the absolute difference of
+// two overlapping views. Before anything is timed the results are compared inside the picture, but
+// for levels; the normalisation rounds to nearest and may differ by one.
 
 #include "harness.h"
 
@@ -147,16 +147,12 @@ static void PeerAboveRight(const cv::Mat &src, cv::Mat &dst)
     dst.col(last).setTo(0);
 }
 
-static const struct {
-    BenchFilter filter;
-    PeerFilter Peer;
-    int nTolerance;  // -1: another table
-} ROWS[] = {
+static const BenchRow ROWS[] = {
     {{"AutoContrast", AutoContrast, 0}, PeerContrast, 1},
     {{"Parabola", Parabola, 0}, PeerParabola, 0},
     {{"Solarizing", Solarizing, THRESHOLD}, PeerSolarizing, 0},
     {{"Posterizing", Posterizing, POSTER_LEVELS}, PeerPosterizing, 0},
-    {{"Levels", Levels, 0}, PeerAutoLevels, -1},
+    {{"Levels", Levels, 0}, PeerAutoLevels, NOT_COMPARED},
     {{"AutoLevels", AutoLevels, 0}, PeerAutoLevels, 0},
     {{"Difference-0", Difference, 0}, PeerLeft, 0},
     {{"Difference-3", Difference, 3}, PeerAboveRight, 0},
@@ -166,16 +162,8 @@ int main(int argc, char **argv)
 {
     int bAgree = 1;
     cv::setNumThreads(1);
-    for (const auto &row : ROWS) {
-        bAgree &= row.nTolerance < 0 || PeerAgrees(&row.filter, row.Peer, row.nTolerance);
-        RegisterWholeCalls(&row.filter, "opencv", row.Peer);
+    for (const BenchRow &row : ROWS) {
+        bAgree &= RegisterRow(&row);
     }
-    RegisterMemoryRows();
-    benchmark::Initialize(&argc, argv);
-    if (!bAgree || benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(bAgree, argc, argv);
 }

@@ -2,9 +2,9 @@
 // Gauss (smoothing).
 //
 // A filter is a kernel in a border rule; the drivers of frame/neighbourhood do the rest, and gray
-// and colour are the same kernel. Sums are clamped to 0..255 without taking their absolute value, so
-// negative responses are black. The gradient's sums are doubles added in the order of the weights
-// and truncated; all others are whole numbers.
+// and colour are the same kernel. Sums are clamped to 0..255 without taking their absolute value,
+// so negative responses are black. The gradient's sums are doubles added in the order of the
+// weights and truncated; all others are whole numbers.
 //
 // Border: the two edge detectors repeat the nearest computed pixel and keep the four corners; the
 // others mirror the picture about its edge pixels. Pictures with sides that leave nothing to
@@ -34,13 +34,13 @@ static NeighbourhoodFilter Filter3x3(BorderRule border, LineKernel kernel)
     return filter;
 }
 
-// ---- kernel selectors ----------------------------------------------------------------------------
+// ---- kernel selectors ---------------------------------------------------------------------------
 
 static LineKernel LaplaceKernel(int nKernel)
 {
     // Kept: 1 and 11, 2 and 12 select the same kernel.
-    static const int SELECTORS[][2] = {{0, 0},  {10, 1}, {1, 2},  {11, 2},
-                                       {2, 3},  {12, 3}, {13, 4}, {14, 5}};
+    static const int SELECTORS[][2] = {{0, 0}, {10, 1}, {1, 2},  {11, 2},
+                                       {2, 3}, {12, 3}, {13, 4}, {14, 5}};
     for (const int *selector : SELECTORS) {
         if (selector[0] == nKernel) {
             return g_pWeightedKernels->laplace[selector[1]];
@@ -68,7 +68,7 @@ static NeighbourhoodFilter EnhanceRule(void)
     return filter;
 }
 
-// ---- workers -------------------------------------------------------------------------------------
+// ---- workers ------------------------------------------------------------------------------------
 
 HGLOBAL LaplaceFilter8(HGLOBAL hDib, int nKernel, int width, int height, int bProgress)
 {
@@ -130,7 +130,7 @@ HGLOBAL GaussFilter24(HGLOBAL hDib, int width, int height, int bProgress)
     return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
 }
 
-// ---- exports -------------------------------------------------------------------------------------
+// ---- exports ------------------------------------------------------------------------------------
 
 static int IsLaplaceSelector(const void *pArguments)
 {
@@ -201,12 +201,8 @@ HGLOBAL VEXAFILTER_API FilterUniform(HGLOBAL hDib, UINT mode, HWND hParent)
 
 HGLOBAL VEXAFILTER_API FilterGauss(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"GaussUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      NULL,
-                                      CallPlainWorker,
-                                      (AnyWorker)GaussFilter8,
-                                      (AnyWorker)GaussFilter24};
+    static const FilterFrame FRAME = {
+        "GaussUI",       ACCEPT_1_8_24,           TwoPassesOverSides,      NULL,
+        CallPlainWorker, (AnyWorker)GaussFilter8, (AnyWorker)GaussFilter24};
     return RunPlainFilter(&FRAME, hDib, mode, hParent);
 }

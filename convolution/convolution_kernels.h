@@ -4,12 +4,7 @@
 
 #include "frame/line_kernel.h"
 
-enum {
-    WEIGHTS = 9,
-    LAPLACE_KERNELS = 6,
-    GRADIENT_FAMILIES = 7,
-    GRADIENT_DIRECTIONS = 8
-};
+enum { WEIGHTS = 9, LAPLACE_KERNELS = 6, GRADIENT_FAMILIES = 7, GRADIENT_DIRECTIONS = 8 };
 
 // Weights row by row from the top left: the pixel's own weight is the fifth.
 
@@ -134,11 +129,13 @@ struct MeanKernels {
 };
 
 // The compiled levels. All give the same bytes.
-namespace sse2 {
+namespace sse2
+{
 extern const WeightedKernels WEIGHTED_KERNELS;
 extern const MeanKernels MEAN_KERNELS;
 }  // namespace sse2
-namespace avx2 {
+namespace avx2
+{
 extern const WeightedKernels WEIGHTED_KERNELS;
 extern const MeanKernels MEAN_KERNELS;
 }  // namespace avx2

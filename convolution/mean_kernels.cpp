@@ -5,14 +5,15 @@
 
 #include "convolution_kernels.h"
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum { BLOCK = 1024 };  // samples; the column sums stay in the first-level cache
 
 // CENTRE 1: nine equal weights, divided by 9. CENTRE 2: binomial weights, divided by 16.
 template <int CENTRE>
-static void MeanKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restrict out,
-                       size_t count, const void *pParameters)
+static void MeanKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restrict out, size_t count,
+                       const void *pParameters)
 {
     unsigned short column[BLOCK + 2 * 3];
     (void)pParameters;
@@ -25,8 +26,9 @@ static void MeanKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restric
             column[i] = (unsigned short)(top[i] + CENTRE * middle[i] + bottom[i]);
         }
         for (size_t i = 0; i < n; i++) {
-            const unsigned short sum = (unsigned short)(column[i] + CENTRE * column[i + (size_t)step] +
-                                                        column[i + 2 * (size_t)step]);
+            const unsigned short sum =
+                (unsigned short)(column[i] + CENTRE * column[i + (size_t)step] +
+                                 column[i + 2 * (size_t)step]);
             out[start + i] = (BYTE)(CENTRE == 1 ? sum / 9 : sum >> 4);
         }
     }

@@ -1,9 +1,9 @@
 // The weights of all weighted kernels as whole numbers, for instances with constant weights: the
-// gradient's families, then the Laplacian's kernels, the three of the sharpening, the two means, and
-// the signs of the isotropic gradient's root weights.
+// gradient's families, then the Laplacian's kernels, the three of the sharpening, the two means,
+// and the signs of the isotropic gradient's root weights.
 //
-// In a namespace per level: shared inline code would be kept once by the linker, perhaps in the form
-// that an older processor cannot run.
+// In a namespace per level: shared inline code would be kept once by the linker, perhaps in the
+// form that an older processor cannot run.
 #ifndef CONVOLUTION_SPLIT_WEIGHTS_H
 #define CONVOLUTION_SPLIT_WEIGHTS_H
 
@@ -11,7 +11,8 @@
 
 #include <stdint.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum { LAPLACE = GRADIENT_FAMILIES, ENHANCE, MEAN, ROOT_SIGNS, FAMILIES };
 
@@ -42,17 +43,17 @@ static constexpr SplitWeights SPLIT = Split();
 
 // (ROOT - 1) x 65536, rounded. whole + ROOT x root, where root is a difference of two samples, in
 // 16-bit arithmetic: for a difference of 1 to 255 the product is never within 0.001 of a whole
-// number, so the rounding of a sum of doubles cannot show, and its floor is that of the product with
-// this 16-bit fraction. With a difference of 0 the two products cancel, but only up to the rounding
-// of the partial sums: the double may end just below the whole number, and truncation then gives one
-// less. Those pixels are summed again as doubles, unless they are black anyway or the sample is one
-// whose product is never rounded that way.
+// number, so the rounding of a sum of doubles cannot show, and its floor is that of the product
+// with this 16-bit fraction. With a difference of 0 the two products cancel, but only up to the
+// rounding of the partial sums: the double may end just below the whole number, and truncation then
+// gives one less. Those pixels are summed again as doubles, unless they are black anyway or the
+// sample is one whose product is never rounded that way.
 enum { ROOT_FRACTION = 27146 };
 
 enum { SAMPLES = 256, PRODUCT_BITS = 53, SUM_BITS = 10 };  // no partial sum reaches 2^10
 
-// The terms of the sum for every sample; and, for a first root weight of 1 x ROOT and of -1 x ROOT, a
-// set of the samples whose sum can end below the whole number, one bit each.
+// The terms of the sum for every sample; and, for a first root weight of 1 x ROOT and of -1 x ROOT,
+// a set of the samples whose sum can end below the whole number, one bit each.
 struct RootTerms {
     double plain[SAMPLES];
     double root[SAMPLES];

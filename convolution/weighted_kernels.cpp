@@ -7,7 +7,8 @@
 
 #include "split_weights.h"
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum { ROOT_BLOCK = 1024 };  // samples between two rounds of summing again
 
@@ -38,8 +39,8 @@ static void IntegerKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__rest
 
 // The inexact samples are noted without a branch, which would be wrong too often.
 template <int DIRECTION>
-static void RootKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restrict out,
-                       size_t count, const void *pParameters)
+static void RootKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restrict out, size_t count,
+                       const void *pParameters)
 {
     BYTE inexact[ROOT_BLOCK];
     unsigned short again[ROOT_BLOCK];

@@ -3,8 +3,8 @@
 // The plain loops widen every sample once per weight. One instruction that multiplies interleaved
 // bytes by signed weights and adds neighbours takes two weights at a time without widening, and its
 // unpack order is undone by the saturating pack, which clamps as well: twice the speed of the
-// compiler's code for the same loop (bench: Laplace, Gradient). The difference of two samples is one
-// saturating subtraction.
+// compiler's code for the same loop (bench: Laplace, Gradient). The difference of two samples is
+// one saturating subtraction.
 //
 // Runs that are no multiple of 32 end with a block that overlaps the one before; runs shorter than
 // 32 go through a padded copy. So the rule stands once.
@@ -14,7 +14,8 @@
 #include <immintrin.h>
 #include <string.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum {
     LANES = 32,
@@ -69,7 +70,8 @@ static inline void Store(BYTE *out, __m256i levels)
 
 // Adds one pair of weights; nothing behind the last.
 template <int FAMILY, int KERNEL, int PAIR>
-static inline __attribute__((always_inline)) Sums AddPair(Sums sums, const BYTE *const *lines, size_t at, ptrdiff_t step)
+static inline __attribute__((always_inline)) Sums AddPair(Sums sums, const BYTE *const *lines,
+                                                          size_t at, ptrdiff_t step)
 {
     constexpr int A = TAPS.weights[FAMILY][KERNEL][2 * PAIR];
     constexpr int B = TAPS.weights[FAMILY][KERNEL][2 * PAIR + 1];
@@ -90,7 +92,8 @@ static inline __attribute__((always_inline)) Sums AddPair(Sums sums, const BYTE 
 }
 
 template <int FAMILY, int KERNEL>
-static inline __attribute__((always_inline)) Sums WeightedSums(const BYTE *const *lines, size_t at, ptrdiff_t step)
+static inline __attribute__((always_inline)) Sums WeightedSums(const BYTE *const *lines, size_t at,
+                                                               ptrdiff_t step)
 {
     static_assert(PAIRS == 5, "a line for each pair");
     Sums sums = {_mm256_setzero_si256(), _mm256_setzero_si256()};
@@ -102,8 +105,7 @@ static inline __attribute__((always_inline)) Sums WeightedSums(const BYTE *const
 }
 
 // Rounded down. The ninth, 65536 / 9 rounded up, is exact for sums up to 9 x 255.
-template <int KERNEL>
-static inline __m256i Divide(__m256i sums)
+template <int KERNEL> static inline __m256i Divide(__m256i sums)
 {
     return KERNEL == MEAN_UNIFORM ? _mm256_mulhi_epu16(sums, _mm256_set1_epi16(7282))
                                   : _mm256_srli_epi16(sums, 4);
@@ -111,7 +113,8 @@ static inline __m256i Divide(__m256i sums)
 
 // The levels of the 32 samples from out[at] on.
 template <int FAMILY, int KERNEL>
-static inline __attribute__((always_inline)) void IntegerBlock(const BYTE *const *lines, size_t at, ptrdiff_t step, BYTE *out)
+static inline __attribute__((always_inline)) void IntegerBlock(const BYTE *const *lines, size_t at,
+                                                               ptrdiff_t step, BYTE *out)
 {
     constexpr int A = TAPS.weights[FAMILY][KERNEL][0];
     constexpr int B = TAPS.weights[FAMILY][KERNEL][1];
@@ -133,9 +136,8 @@ static inline __attribute__((always_inline)) void IntegerBlock(const BYTE *const
 
 // At least one block; the last overlaps the one before.
 template <int FAMILY, int KERNEL>
-static inline __attribute__((always_inline)) void IntegerBlocks(const BYTE *const *run,
-                                                                ptrdiff_t step, BYTE *out,
-                                                                size_t count)
+static inline __attribute__((always_inline)) void
+IntegerBlocks(const BYTE *const *run, ptrdiff_t step, BYTE *out, size_t count)
 {
     size_t at = 0;
     for (; at + LANES <= count; at += LANES) {
@@ -172,7 +174,7 @@ static void IntegerKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__rest
     }
 }
 
-// ---- weights with a root -------------------------------------------------------------------------
+// ---- weights with a root ------------------------------------------------------------------------
 
 static inline __m256i RootLevels(__m256i whole, __m256i root)
 {
@@ -191,8 +193,7 @@ static inline __m256i InSet(const BYTE *set, __m256i samples)
     const __m256i eighth = _mm256_and_si256(_mm256_srli_epi16(samples, 3), _mm256_set1_epi8(15));
     const __m256i bits = _mm256_blendv_epi8(_mm256_shuffle_epi8(low, eighth),
                                             _mm256_shuffle_epi8(high, eighth), samples);
-    const __m256i bit =
-        _mm256_shuffle_epi8(powers, _mm256_and_si256(samples, _mm256_set1_epi8(7)));
+    const __m256i bit = _mm256_shuffle_epi8(powers, _mm256_and_si256(samples, _mm256_set1_epi8(7)));
     return _mm256_cmpeq_epi8(_mm256_and_si256(bits, bit), bit);
 }
 
@@ -202,8 +203,8 @@ static inline unsigned RootBlock(const BYTE *const *lines, size_t at, ptrdiff_t 
 {
     const Sums whole = WeightedSums<0, DIRECTION>(lines, at, step);
     const Sums root = WeightedSums<ROOT_SIGNS, DIRECTION>(lines, at, step);
-    const __m256i levels = _mm256_packus_epi16(RootLevels(whole.low, root.low),
-                                               RootLevels(whole.high, root.high));
+    const __m256i levels =
+        _mm256_packus_epi16(RootLevels(whole.low, root.low), RootLevels(whole.high, root.high));
     const __m256i a = Load(lines, at, step, TAPS.weights[ROOT_SIGNS][DIRECTION][0]);
     const __m256i b = Load(lines, at, step, TAPS.weights[ROOT_SIGNS][DIRECTION][1]);
     const __m256i black = _mm256_cmpeq_epi8(levels, _mm256_setzero_si256());
@@ -257,6 +258,7 @@ static void RootKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restric
 
 #include "weighted_table.inl"
 
-const MeanKernels MEAN_KERNELS = {IntegerKernel<MEAN, MEAN_UNIFORM>, IntegerKernel<MEAN, MEAN_GAUSS>};
+const MeanKernels MEAN_KERNELS = {IntegerKernel<MEAN, MEAN_UNIFORM>,
+                                  IntegerKernel<MEAN, MEAN_GAUSS>};
 
 }  // namespace KERNEL_LEVEL

@@ -143,8 +143,8 @@ static HGLOBAL RunOnFullTable(const FilterFrame *pFrame, const FilterCall *pCall
     HGLOBAL hResult = NULL;
     const HGLOBAL hFull = CopyWithFullTable(pCall->hDib);
     if (hFull != NULL) {
-        hResult = pFrame->Adapter(pFrame->Worker8, hFull, width, height, pCall->pArguments,
-                                  bProgress);
+        hResult =
+            pFrame->Adapter(pFrame->Worker8, hFull, width, height, pCall->pArguments, bProgress);
         GlobalFree(hFull);
     }
     return hResult;

@@ -1,7 +1,7 @@
 // The call frame: what every export of an image filter does around its worker.
 //
-// An export fills a FilterCall - the constant facts of the filter (FilterFrame) and the arguments of
-// this call - and runs it.
+// An export fills a FilterCall - the constant facts of the filter (FilterFrame) and the arguments
+// of this call - and runs it.
 #ifndef FRAME_CALL_H
 #define FRAME_CALL_H
 
@@ -10,7 +10,7 @@
 
 #include "VexaFilter.h"
 
-// ---- every export --------------------------------------------------------------------------------
+// ---- every export -------------------------------------------------------------------------------
 
 // A call in progress, on the export's stack. The calls of one thread form a chain: a host may call
 // again from inside the message pump or from its parameter dialog.
@@ -55,14 +55,9 @@ enum { MAX_DIALOG_ARGUMENTS = 7 };
 // when the library or the entry is missing: then nCurrentError is set to -1).
 int RunParameterDialog(const char *pEntry, const UINT_PTR *pArguments, int nArguments);
 
-// ---- the filters ---------------------------------------------------------------------------------
+// ---- the filters --------------------------------------------------------------------------------
 
-enum {
-    ACCEPT_1 = 1,
-    ACCEPT_8 = 2,
-    ACCEPT_24 = 4,
-    ACCEPT_1_8_24 = ACCEPT_1 | ACCEPT_8 | ACCEPT_24
-};
+enum { ACCEPT_1 = 1, ACCEPT_8 = 2, ACCEPT_24 = 4, ACCEPT_1_8_24 = ACCEPT_1 | ACCEPT_8 | ACCEPT_24 };
 
 // Any worker: the image, the filter's parameters in order, width, height and the progress flag (the
 // exact list is the family's). An adapter knows the list and calls the worker with it.

@@ -4,8 +4,9 @@
 // their input themselves because their codes tell one fault from another; what no code tells (a
 // block shorter than its header says) counts as a bad argument.
 //
-// Smoothing: every output pixel is the sum of the weights of the white pixels around it. The weights
-// of each kernel add up to 255, so the sums fit a byte; pixels outside the picture count as black.
+// Smoothing: every output pixel is the sum of the weights of the white pixels around it. The
+// weights of each kernel add up to 255, so the sums fit a byte; pixels outside the picture count as
+// black.
 //
 // Kept: Convert8bitto24 counts rows as a signed 16-bit number, so a picture of 32768 to 65535 rows
 // comes back with all its pixels zero.
@@ -228,7 +229,9 @@ HGLOBAL ConvertMono(HGLOBAL hDib, UINT method)
         if (error == CONVERT_OK && LockDib(hDib, &source)) {
             const int height = source.shape.height;
             // Low pictures have no room for the larger kernels.
-            const UINT fitting = method == 2 && height < 4 ? 0 : method == 2 && height < 6 ? 1 : method;
+            const UINT fitting = method == 2 && height < 4   ? 0
+                                 : method == 2 && height < 6 ? 1
+                                                             : method;
             hResult = ConvertCheckedMono(&source, fitting, &error);
             UnlockDib(&source);
         } else if (error == CONVERT_OK) {

@@ -1,7 +1,7 @@
 // Packed DIBs: checking, layout, result blocks.
 //
-// A header is whatever a host or a file put there. Every size is formed in 64 bits and compared with
-// the block's real size, so nothing past this file can reach outside a block. biSizeImage is
+// A header is whatever a host or a file put there. Every size is formed in 64 bits and compared
+// with the block's real size, so nothing past this file can reach outside a block. biSizeImage is
 // not looked at; the block's own size may be larger than the image.
 
 #include "dib.h"
@@ -235,8 +235,7 @@ HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount,
     header.biXPelsPerMeter = TruncateToInt(xDpi * INCHES_PER_METER + 0.5);
     header.biYPelsPerMeter = TruncateToInt(yDpi * INCHES_PER_METER + 0.5);
     // Kept: four spare bytes at the end.
-    const HGLOBAL hBlank =
-        AllocBlock(nPixelBytes + DibPaletteSize(&header) + DIB_HEADER_BYTES + 4);
+    const HGLOBAL hBlank = AllocBlock(nPixelBytes + DibPaletteSize(&header) + DIB_HEADER_BYTES + 4);
     void *pBlock = hBlank != NULL ? GlobalLock(hBlank) : NULL;
     if (pBlock == NULL) {
         pState->nLastError = CONVERT_NO_MEMORY;

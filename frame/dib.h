@@ -7,10 +7,7 @@
 
 #include <stddef.h>
 
-enum {
-    DIB_HEADER_BYTES = 40,
-    GRAY_LEVELS = 256
-};
+enum { DIB_HEADER_BYTES = 40, GRAY_LEVELS = 256 };
 
 // What the header says, once it is known that the block holds it all.
 struct DibShape {
@@ -77,10 +74,10 @@ HGLOBAL CopyWithFullTable(HGLOBAL hDib);
 // A new movable, zeroed block of that many bytes; null past 2^31 - 1.
 HGLOBAL AllocBlock(unsigned long long nBytes);
 
-// A new image of one colour: 1, 8 or 24 bits, white or black. The resolutions are dots per inch. Null
-// for a width below 1, a negative resolution or another depth (code 8 in nLastError), for a height
-// below 0, and without memory (code 1). Kept: at 8 bits entry 0 of the colour table is white and all
-// others are black; a black image is full of index 2.
+// A new image of one colour: 1, 8 or 24 bits, white or black. The resolutions are dots per inch.
+// Null for a width below 1, a negative resolution or another depth (code 8 in nLastError), for a
+// height below 0, and without memory (code 1). Kept: at 8 bits entry 0 of the colour table is white
+// and all others are black; a black image is full of index 2.
 HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount, int bWhite);
 
 // 1 if all colours of an 8-bit image have equal components (missing entries count as black).

@@ -12,7 +12,8 @@ static inline BYTE ClampToByte(int value)
     return (BYTE)(value < 0 ? 0 : value > 255 ? 255 : value);
 }
 
-// Drops the fraction. Past 32 bits the nearest 32-bit number, for NaN 0: no conversion is undefined.
+// Drops the fraction. Past 32 bits the nearest 32-bit number, for NaN 0: no conversion is
+// undefined.
 static inline int TruncateToInt(double value)
 {
     return value >= 2147483647.0    ? INT32_MAX

@@ -149,8 +149,7 @@ static void RunKernel(LineRun *pRun, LineKernel kernel, BYTE *dst)
         kernel(pRun->lines, step, out, count, pFilter->pParameters);
         return;
     }
-    pFilter->pRowKernel->Run(pRun->pState, pFilter, pRun->lines, step, out, count,
-                             !pRun->bStarted);
+    pFilter->pRowKernel->Run(pRun->pState, pFilter, pRun->lines, step, out, count, !pRun->bStarted);
     pRun->bStarted = 1;
 }
 

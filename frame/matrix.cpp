@@ -49,7 +49,7 @@ int GrayLevelToIndex(LevelMaps *pMaps, int level)
     return pMaps->indexOf[level];
 }
 
-// ---- columns -------------------------------------------------------------------------------------
+// ---- columns ------------------------------------------------------------------------------------
 
 static void FreeColumns(void **columns, unsigned width)
 {
@@ -99,7 +99,8 @@ static void LoadGrayRow(const BYTE *row, size_t y, void **columns, int width)
 static void LoadColorRow(const BYTE *row, size_t y, void **columns, int width)
 {
     for (int x = 0; x < width; x++, row += 3) {
-        *ColorCell(columns[x], y) = (uint32_t)row[2] | (uint32_t)row[1] << 8 | (uint32_t)row[0] << 16;
+        *ColorCell(columns[x], y) =
+            (uint32_t)row[2] | (uint32_t)row[1] << 8 | (uint32_t)row[0] << 16;
     }
 }
 
@@ -150,7 +151,7 @@ static int StoreColumns(const DibView *pView, void **columns,
     return 1;
 }
 
-// ---- gray ----------------------------------------------------------------------------------------
+// ---- gray ---------------------------------------------------------------------------------------
 
 int LoadGrayMatrix(HGLOBAL hDib, GrayMatrix *pMatrix, int bProgress)
 {
@@ -227,7 +228,7 @@ void FreeGrayMatrix(GrayMatrix *pMatrix)
     pMatrix->columns = NULL;
 }
 
-// ---- colour --------------------------------------------------------------------------------------
+// ---- colour -------------------------------------------------------------------------------------
 
 int LoadColorMatrix(HGLOBAL hDib, ColorMatrix *pMatrix, int bProgress)
 {

@@ -1,4 +1,5 @@
-// Unpacked images: one array of cells per column, x from the left and y from the top of the picture.
+// Unpacked images: one array of cells per column, x from the left and y from the top of the
+// picture.
 //
 // The exact form in which an image is processed when the order of visits decides the result: an
 // 8-bit image whose gray palette lacks levels, because mapping a new level back rewrites a palette
@@ -44,8 +45,8 @@ int IsGrayRamp(const LevelMaps *pMaps);
 int GrayLevelToIndex(LevelMaps *pMaps, int level);
 
 // The operations below return 1, or 0 without memory or once the user has cancelled; then whatever
-// they allocated is freed. They step the bar when bProgress is set, each in its own pass: loading on
-// every fifth row entered, the others on every fifth column.
+// they allocated is freed. They step the bar when bProgress is set, each in its own pass: loading
+// on every fifth row entered, the others on every fifth column.
 int LoadGrayMatrix(HGLOBAL hDib, GrayMatrix *pMatrix, int bProgress);
 int AllocGrayMatrix(GrayMatrix *pMatrix, int width, int height, int bProgress);
 int StoreGrayMatrix(HGLOBAL hDib, const GrayMatrix *pPixels, const GrayMatrix *pPalette,

@@ -155,8 +155,8 @@ HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int bPr
     const int width = (int)run.source.width;
     const int height = (int)run.source.height;
     const int bCopy = ComputesNothing(pFilter, width, height);
-    if (AllocGrayMatrix(&run.result, width, height, bProgress) &&
-        (bCopy || PrepareWindow(&run)) && StepEarlierPasses(&run, bProgress) && ComputePass(&run, bCopy, bProgress)) {
+    if (AllocGrayMatrix(&run.result, width, height, bProgress) && (bCopy || PrepareWindow(&run)) &&
+        StepEarlierPasses(&run, bProgress) && ComputePass(&run, bCopy, bProgress)) {
         hResult = StoreResult(&run, hDib, bProgress);
     }
     WorkFree((void *)run.lines);

@@ -23,8 +23,7 @@ int ComputesNothing(const NeighbourhoodFilter *pFilter, int width, int height)
     }
 }
 
-void ComputeUnits(const NeighbourhoodFilter *pFilter, int width, int height, int *pFirst,
-                  int *pEnd)
+void ComputeUnits(const NeighbourhoodFilter *pFilter, int width, int height, int *pFirst, int *pEnd)
 {
     const int units = pFilter->order == VISIT_COLUMNS ? width : height;
     const int bInnerOnly = pFilter->border == BORDER_REPEATED;

@@ -24,9 +24,10 @@ enum BorderRule {
 // Which pixel comes next; it matters only where the palette lacks levels.
 enum VisitOrder { VISIT_ROWS, VISIT_COLUMNS };
 
-// Runs over whole rows in place of a LineKernel, which still states the rule for single pixels. Rows
-// come one after the other from the bottom of the picture to its top. lines[nRows] is the line that
-// the window has just left, below it; it is valid unless bFirst, which is set on the first row.
+// Runs over whole rows in place of a LineKernel, which still states the rule for single pixels.
+// Rows come one after the other from the bottom of the picture to its top. lines[nRows] is the line
+// that the window has just left, below it; it is valid unless bFirst, which is set on the first
+// row.
 struct NeighbourhoodFilter;
 struct RowKernel {
     // Scratch memory for rows of nSamples bytes (the whole width), 0 bytes if none. The state is
@@ -56,7 +57,8 @@ struct NeighbourhoodFilter {
     int bKeepsLevels;
     // Passes over the rows that the filter made before (to gather statistics); for the bar alone.
     int nEarlierPasses;
-    // A faster form of Kernel for whole rows, with state that it carries from row to row; null: none.
+    // A faster form of Kernel for whole rows, with state that it carries from row to row; null:
+    // none.
     const RowKernel *pRowKernel;
 };
 
@@ -69,7 +71,7 @@ HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib
 HGLOBAL FilterColorNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
                                  int height, int bProgress);
 
-// ---- shared by the two drivers -------------------------------------------------------------------
+// ---- shared by the two drivers ------------------------------------------------------------------
 
 struct GrayMatrix;
 struct LevelMaps;

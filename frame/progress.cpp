@@ -14,10 +14,7 @@
 
 #include <commctrl.h>
 
-enum {
-    PROGRESS_BAR_ID = 1000,
-    UNITS_PER_STEP = 5
-};
+enum { PROGRESS_BAR_ID = 1000, UNITS_PER_STEP = 5 };
 
 static void RestoreParentWindow(FilterThreadState *pState)
 {

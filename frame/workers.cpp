@@ -28,8 +28,8 @@ HGLOBAL RunPlainFilter(const FilterFrame *pFrame, HGLOBAL hDib, UINT mode, HWND 
     return RunFilter(pFrame, &call);
 }
 
-HGLOBAL CallIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                      const void *pArguments, int bProgress)
+HGLOBAL CallIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height, const void *pArguments,
+                      int bProgress)
 {
     const int nValue = ((const IntArguments *)pArguments)->nValue;
     return ((IntWorker)worker)(hDib, nValue, width, height, bProgress);

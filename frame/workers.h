@@ -17,10 +17,9 @@ struct IntArguments {
     HWND hParent;
 };
 
-HGLOBAL CallIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                      const void *pArguments, int bProgress);
-HGLOBAL RunIntFilter(const FilterFrame *pFrame, HGLOBAL hDib, int nValue, UINT mode,
-                     HWND hParent);
+HGLOBAL CallIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height, const void *pArguments,
+                      int bProgress);
+HGLOBAL RunIntFilter(const FilterFrame *pFrame, HGLOBAL hDib, int nValue, UINT mode, HWND hParent);
 
 // The same for a worker that takes the image's sides before its parameter.
 HGLOBAL CallSidesIntWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
@@ -40,8 +39,8 @@ HGLOBAL CallSidesIntPairWorker(AnyWorker worker, HGLOBAL hDib, int width, int he
 HGLOBAL RunIntPairFilter(const FilterFrame *pFrame, HGLOBAL hDib, int nFirst, int nSecond,
                          int nPointers, UINT mode, HWND hParent);
 
-// Three integers: (hDib, first, second, third, mode, hParent). The dialog gets the image and pointers
-// to the three. The worker takes the sides first.
+// Three integers: (hDib, first, second, third, mode, hParent). The dialog gets the image and
+// pointers to the three. The worker takes the sides first.
 struct IntTripleArguments {
     int nFirst;
     int nSecond;

@@ -11,7 +11,7 @@ static int NotNegative(int64_t value)
     return (int)(value < 0 ? 0 : value > INT32_MAX ? INT32_MAX : value);
 }
 
-// ---- squares -------------------------------------------------------------------------------------
+// ---- squares ------------------------------------------------------------------------------------
 
 NeighbourhoodFilter SquareFilter(int nSize)
 {
@@ -31,7 +31,7 @@ int IsSizeArgument(const void *pArguments)
     return *(const int *)pArguments >= 1;
 }
 
-// ---- masks of weights ----------------------------------------------------------------------------
+// ---- masks of weights ---------------------------------------------------------------------------
 
 static int HasPositions(const FilterMask *pMask)
 {
@@ -109,7 +109,7 @@ NeighbourhoodFilter MaskFilter(const WeightMask *pWeights)
     return filter;
 }
 
-// ---- the exports that take a mask ----------------------------------------------------------------
+// ---- the exports that take a mask ---------------------------------------------------------------
 
 enum { DEFAULT_SIDE = 3 };
 

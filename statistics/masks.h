@@ -12,17 +12,18 @@
 typedef HGLOBAL (*NeighbourhoodRun)(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
                                     int height, int bProgress);
 
-// ---- squares -------------------------------------------------------------------------------------
+// ---- squares ------------------------------------------------------------------------------------
 
 // A filter with a window of nSize x nSize pixels (1 or more): nSize / 2 rows above the pixel and as
-// many columns left of it, so an even window reaches one further up and left. Pixels without a whole
-// window are copied, rows visited top to bottom. Kernel and parameters are left to the caller.
+// many columns left of it, so an even window reaches one further up and left. Pixels without a
+// whole window are copied, rows visited top to bottom. Kernel and parameters are left to the
+// caller.
 NeighbourhoodFilter SquareFilter(int nSize);
 
 // 1 if an argument record begins with a window's size of 1 or more.
 int IsSizeArgument(const void *pArguments);
 
-// ---- masks of weights ----------------------------------------------------------------------------
+// ---- masks of weights ---------------------------------------------------------------------------
 
 // A mask in a memory block of its own.
 struct WeightMask {
@@ -46,7 +47,7 @@ void FreeWeightMask(WeightMask *pWeights);
 // row and column whose window would still fit are copied too.
 NeighbourhoodFilter MaskFilter(const WeightMask *pWeights);
 
-// ---- the exports that take a mask ----------------------------------------------------------------
+// ---- the exports that take a mask ---------------------------------------------------------------
 
 // (hDib, pMask, mode, hParent). pMask null stands for the default: 3 x 3, the pixel in the middle,
 // the nine weights column by column (all masks in use are symmetric). The dialog is given the

@@ -4,8 +4,8 @@
 //
 // Rows go to kernels: running extremes, sorting networks for small windows, sliding histograms for
 // large ones, a search bit by bit under weights. Where a palette may need a level that it lacks,
-// windows are looked at one by one; that concerns midpoint, range and trimmed mean only, as the others
-// pick one of the window's own levels.
+// windows are looked at one by one; that concerns midpoint, range and trimmed mean only, as the
+// others pick one of the window's own levels.
 //
 // Windows: n x n, an even one reaching one further up and left, or a mask (masks.h). Halves of odd
 // sums are dropped, the trimmed mean is rounded.
@@ -33,7 +33,7 @@ enum {
     MOST_SIZE = 46340        // beyond, no picture holds the window
 };
 
-// ---- single windows ------------------------------------------------------------------------------
+// ---- single windows -----------------------------------------------------------------------------
 
 static BYTE Midpoint(int lowest, int greatest)
 {
@@ -97,11 +97,7 @@ static void CountWindows(const BYTE *const *lines, ptrdiff_t step, BYTE *out, si
     }
 }
 
-// ---- rules ---------------------------------------------------------------------------------------
-
-// FilterGrayNeighbourhood or FilterColorNeighbourhood.
-typedef HGLOBAL (*NeighbourhoodRun)(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
-                                    int height, int bProgress);
+// ---- rules --------------------------------------------------------------------------------------
 
 // A window larger than any picture computes nothing, whatever its rule.
 static DWORD WindowSize(int nSize)
@@ -211,30 +207,30 @@ static HGLOBAL RunWeightedMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, 
     return hResult;
 }
 
-// ---- workers -------------------------------------------------------------------------------------
+// ---- workers ------------------------------------------------------------------------------------
 
 HGLOBAL MinimumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL MinimumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL MaximumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL MaximumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL MedianFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
@@ -261,14 +257,14 @@ HGLOBAL MidpointFilter24(HGLOBAL hDib, int width, int height, int nSize, int bPr
 
 HGLOBAL RangeFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_RANGE, Range, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_RANGE, Range, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL RangeFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_RANGE, Range, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_RANGE, Range, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL AlphaTrimmedMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int nTrim,
@@ -295,34 +291,28 @@ HGLOBAL WeightedMedianFilter24(HGLOBAL hDib, int width, int height, const Filter
     return RunWeightedMedian(FilterColorNeighbourhood, hDib, width, height, pMask, bProgress);
 }
 
-// ---- exports -------------------------------------------------------------------------------------
-
-static int IsSize(const void *pArguments)
-{
-    return ((const IntArguments *)pArguments)->nValue >= 1;
-}
+// ---- exports ------------------------------------------------------------------------------------
 
 // Something must be left between the trimmed ends.
 static int IsSizeAndTrim(const void *pArguments)
 {
     const IntPairArguments *p = (const IntPairArguments *)pArguments;
-    return p->nFirst >= 1 && p->nSecond >= 0 &&
-           p->nSecond < (int64_t)p->nFirst * p->nFirst / 2;
+    return p->nFirst >= 1 && p->nSecond >= 0 && p->nSecond < (int64_t)p->nFirst * p->nFirst / 2;
 }
 
 enum { FRAME_MINIMUM, FRAME_MAXIMUM, FRAME_MEDIAN, FRAME_MIDPOINT, FRAME_RANGE, SIZE_FRAMES };
 
 // The filters whose only parameter is the size.
 static const FilterFrame FRAMES[SIZE_FRAMES] = {
-    {"MinimumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+    {"MinimumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
      (AnyWorker)MinimumFilter8, (AnyWorker)MinimumFilter24, 1},
-    {"MaximumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+    {"MaximumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
      (AnyWorker)MaximumFilter8, (AnyWorker)MaximumFilter24, 1},
-    {"MedianFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+    {"MedianFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
      (AnyWorker)MedianFilter8, (AnyWorker)MedianFilter24, 1},
-    {"MidpointFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+    {"MidpointFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
      (AnyWorker)MidpointFilter8, (AnyWorker)MidpointFilter24, 1},
-    {"RangeFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSize, CallSidesIntWorker,
+    {"RangeFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
      (AnyWorker)RangeFilter8, (AnyWorker)RangeFilter24, 1},
 };
 

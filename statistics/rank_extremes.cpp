@@ -1,12 +1,13 @@
-// Minimum, maximum, midpoint and range of square windows: plain loops, compiled once per instruction
-// set into the namespace KERNEL_LEVEL.
+// Minimum, maximum, midpoint and range of square windows: plain loops, compiled once per
+// instruction set into the namespace KERNEL_LEVEL.
 //
 // The window is separable: first the extreme of each column's samples, then that of the columns.
 //
 // Columns, from row to row: small windows compare their lines outright. Others keep the running
 // extremes of a block of as many lines as the window is high, counted down from the block's top
-// line; as the window moves up by a row, it loses the block's lowest line and gains one above, whose
-// running extreme is kept as well. So a row costs two comparisons a sample, whatever the size:
+// line; as the window moves up by a row, it loses the block's lowest line and gains one above,
+// whose running extreme is kept as well. So a row costs two comparisons a sample, whatever the
+// size:
 //
 //     lines above the block   -+- upper: the extreme of these
 //     top line of the block    +
@@ -20,7 +21,8 @@
 
 #include <string.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum { LOWEST, GREATEST };
 
@@ -37,7 +39,7 @@ static void PickRows(const BYTE *a, const BYTE *b, BYTE *__restrict picked, size
     }
 }
 
-// ---- columns -------------------------------------------------------------------------------------
+// ---- columns ------------------------------------------------------------------------------------
 
 enum { MOST_DIRECT_SIZE = 8 };
 
@@ -133,7 +135,7 @@ static void FindColumns(ExtremeState *pState, const BYTE *const *lines, int nSiz
     }
 }
 
-// ---- rows ----------------------------------------------------------------------------------------
+// ---- rows ---------------------------------------------------------------------------------------
 
 // Three runs of nCovered columns that overlap or meet.
 template <int EXTREME>
@@ -170,7 +172,8 @@ template <int EXTREME>
 static void OneExtreme(void *pMemory, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
                        ptrdiff_t step, BYTE *out, size_t count, int bFirst)
 {
-    FindExtremes<EXTREME>((ExtremeState *)pMemory, pFilter, lines, (size_t)step, out, count, bFirst);
+    FindExtremes<EXTREME>((ExtremeState *)pMemory, pFilter, lines, (size_t)step, out, count,
+                          bFirst);
 }
 
 static inline BYTE Midpoint(BYTE lowest, BYTE greatest)
@@ -192,8 +195,8 @@ static void BothExtremes(void *pMemory, const NeighbourhoodFilter *pFilter,
     FindExtremes<LOWEST>(pLowest, pFilter, lines, (size_t)step, out, count, bFirst);
     ExtremeState *pGreatest = (ExtremeState *)StateRow(pLowest, StateRows(pFilter->nRows));
     const BYTE *greatest = StateRow(pGreatest, RESULT_ROW);
-    FindExtremes<GREATEST>(pGreatest, pFilter, lines, (size_t)step,
-                           StateRow(pGreatest, RESULT_ROW), count, bFirst);
+    FindExtremes<GREATEST>(pGreatest, pFilter, lines, (size_t)step, StateRow(pGreatest, RESULT_ROW),
+                           count, bFirst);
     for (size_t i = 0; i < count; i++) {
         out[i] = COMBINE(out[i], greatest[i]);
     }

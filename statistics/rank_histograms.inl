@@ -2,19 +2,19 @@
 //
 // Every column of the picture that the windows touch keeps counts of its samples in them: how many
 // are at most so bright. Counts that only grow with the level need no summing when a rank is looked
-// for, and a sample comes and goes with one addition of a constant row of noughts and ones. There are
-// two kinds: coarse counts up to the end of each segment of sixteen levels, and fine counts from the
-// start of a segment up to each of its levels.
+// for, and a sample comes and goes with one addition of a constant row of noughts and ones. There
+// are two kinds: coarse counts up to the end of each segment of sixteen levels, and fine counts
+// from the start of a segment up to each of its levels.
 //
-// From row to row each column gains a sample above and loses one below. Along a row the window gains
-// a column and loses one, which updates its coarse counts; the first that reaches the rank names the
-// segment, and only that segment's fine counts are needed. They slide with the window as long as the
-// segment stays the same. The segment left behind is put aside and brought up to date when it is
-// needed again: by the columns passed since, or from scratch if those are many.
+// From row to row each column gains a sample above and loses one below. Along a row the window
+// gains a column and loses one, which updates its coarse counts; the first that reaches the rank
+// names the segment, and only that segment's fine counts are needed. They slide with the window as
+// long as the segment stays the same. The segment left behind is put aside and brought up to date
+// when it is needed again: by the columns passed since, or from scratch if those are many.
 //
-// The trimmed mean takes the sum of the k lowest samples for two ranks k. With c(l) samples of level
-// l or less that is the sum of max(0, k - c(l)) over all levels: over whole segments it comes from
-// sums that each column keeps as well, and within the segment from the fine counts.
+// The trimmed mean takes the sum of the k lowest samples for two ranks k. With c(l) samples of
+// level l or less that is the sum of max(0, k - c(l)) over all levels: over whole segments it comes
+// from sums that each column keeps as well, and within the segment from the fine counts.
 //
 // Columns count in bytes and windows in words up to 255 x 255; larger windows take words and double
 // words, in plain loops. State is kept by channel: a channel's columns are neighbours.
@@ -23,15 +23,16 @@
 
 #include <string.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum {
-    SEGMENT = 16,    // levels in a segment
+    SEGMENT = 16,  // levels in a segment
     SEGMENTS = 16,
-    MOST_BYTES = 255 // the largest window that is counted in bytes and words
+    MOST_BYTES = 255  // the largest window that is counted in bytes and words
 };
 
-// ---- sixteen numbers -----------------------------------------------------------------------------
+// ---- sixteen numbers ----------------------------------------------------------------------------
 
 struct SixteenDwords {
     DWORD at[16];
@@ -103,7 +104,7 @@ struct WideCounts {
     typedef ULONGLONG Sum;
 };
 
-// ---- columns -------------------------------------------------------------------------------------
+// ---- columns ------------------------------------------------------------------------------------
 
 // Row j: 1 from place j on. The last row is all 0.
 template <typename T> struct StepRows {
@@ -141,8 +142,8 @@ template <typename T> static constexpr DepthRows<T> MakeDepths(void)
 
 template <typename T> static constexpr DepthRows<T> DEPTHS = MakeDepths<T>();
 
-// The counts of one channel's columns: coarse[x], depths[x] (their sums of DEPTHS; null if the filter
-// needs none) and fine[segment][x], sixteen numbers each.
+// The counts of one channel's columns: coarse[x], depths[x] (their sums of DEPTHS; null if the
+// filter needs none) and fine[segment][x], sixteen numbers each.
 template <typename COUNTS> struct Columns {
     size_t count;
     typename COUNTS::Coarse *coarse;
@@ -210,7 +211,7 @@ static void LoseSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_
     }
 }
 
-// ---- the segment that a rank falls into ----------------------------------------------------------
+// ---- the segment that a rank falls into ---------------------------------------------------------
 
 static constexpr size_t NEVER = (size_t)-1;
 
@@ -297,7 +298,7 @@ static inline typename COUNTS::Sixteen FirstWindow(const Columns<COUNTS> *pColum
     return window;
 }
 
-// ---- median --------------------------------------------------------------------------------------
+// ---- median -------------------------------------------------------------------------------------
 
 // The top left sample is left out: its steps are taken off the counts that are looked at.
 template <typename COUNTS>
@@ -332,7 +333,7 @@ static void MedianRow(const Columns<COUNTS> *pColumns, const BYTE *top, size_t s
     }
 }
 
-// ---- trimmed mean --------------------------------------------------------------------------------
+// ---- trimmed mean -------------------------------------------------------------------------------
 
 static inline ULONGLONG SumOf(const SixteenDwords &a)
 {
@@ -345,12 +346,10 @@ static inline ULONGLONG SumOf(const SixteenDwords &a)
 
 // The sum of the window's nRank lowest samples.
 template <typename COUNTS>
-static inline typename COUNTS::Sum SumOfLowest(const Columns<COUNTS> *pColumns, DWORD nRank,
-                                               const typename COUNTS::Sixteen &window,
-                                               const typename COUNTS::Coarse *reached,
-                                               const typename COUNTS::Sum *depths,
-                                               Segment<COUNTS> *pSegment,
-                                               PutAside<COUNTS> *pAside, size_t x, size_t nSize)
+static inline typename COUNTS::Sum
+SumOfLowest(const Columns<COUNTS> *pColumns, DWORD nRank, const typename COUNTS::Sixteen &window,
+            const typename COUNTS::Coarse *reached, const typename COUNTS::Sum *depths,
+            Segment<COUNTS> *pSegment, PutAside<COUNTS> *pAside, size_t x, size_t nSize)
 {
     typedef typename COUNTS::Sum Sum;
     TurnToSegment(pColumns, pSegment, pAside, FirstToReach(window, nRank), x, nSize);
@@ -383,8 +382,8 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
     }
     for (size_t x = 0; x < nPixels; x++) {
         StoreSixteen(reached + 1, window);
-        const Sum nLow = SumOfLowest(pColumns, pRule->nTrim, window, reached, depths, &low,
-                                     &lowAside, x, nSize);
+        const Sum nLow =
+            SumOfLowest(pColumns, pRule->nTrim, window, reached, depths, &low, &lowAside, x, nSize);
         const Sum nHigh = SumOfLowest(pColumns, nSamples - pRule->nTrim, window, reached, depths,
                                       &high, &highAside, x, nSize);
         out[x * step] = (BYTE)((double)(nHigh - nLow) / divisor + 0.5);
@@ -399,7 +398,7 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
     }
 }
 
-// ---- rows ----------------------------------------------------------------------------------------
+// ---- rows ---------------------------------------------------------------------------------------
 
 // A channel's columns and an empty one behind them, into which the last window slides.
 template <typename COUNTS, int WITH_DEPTHS> static ULONGLONG ColumnsBytes(ULONGLONG nColumns)
@@ -420,8 +419,7 @@ template <typename COUNTS, int WITH_DEPTHS>
 static Columns<COUNTS> ChannelColumns(void *pState, size_t nColumns, size_t channel)
 {
     Columns<COUNTS> columns = {};
-    BYTE *memory =
-        (BYTE *)pState + channel * (size_t)ColumnsBytes<COUNTS, WITH_DEPTHS>(nColumns);
+    BYTE *memory = (BYTE *)pState + channel * (size_t)ColumnsBytes<COUNTS, WITH_DEPTHS>(nColumns);
     columns.count = nColumns;
     columns.coarse = (typename COUNTS::Coarse *)(void *)memory;
     typename COUNTS::Coarse *end = columns.coarse + nColumns * SEGMENTS;

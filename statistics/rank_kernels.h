@@ -6,12 +6,12 @@
 
 #include "frame/neighbourhood.h"
 
-// ---- parameters ----------------------------------------------------------------------------------
+// ---- parameters ---------------------------------------------------------------------------------
 
 // An n x n window, n from 1 to 46340 (a larger one fits no picture).
 struct SquareRule {
     DWORD nSize;
-    DWORD nTrim;                                // samples left out at either end
+    DWORD nTrim;                                  // samples left out at either end
     BYTE (*Combine)(int nLowest, int nGreatest);  // of both extremes; for single windows
 };
 
@@ -29,7 +29,7 @@ static inline size_t StateSize(ULONGLONG nBytes)
     return nBytes > (size_t)-1 ? (size_t)-1 : (size_t)nBytes;
 }
 
-// ---- tables --------------------------------------------------------------------------------------
+// ---- tables -------------------------------------------------------------------------------------
 
 enum { EXTREME_MINIMUM, EXTREME_MAXIMUM, EXTREME_MIDPOINT, EXTREME_RANGE, EXTREMES };
 
@@ -57,13 +57,15 @@ struct SelectionKernels {
 };
 
 // The compiled levels. All give the same bytes.
-namespace sse2 {
+namespace sse2
+{
 extern const ExtremeKernels EXTREME_KERNELS;
 extern const NetworkKernels NETWORK_KERNELS;
 extern const HistogramKernels HISTOGRAM_KERNELS;
 extern const SelectionKernels SELECTION_KERNELS;
 }  // namespace sse2
-namespace avx2 {
+namespace avx2
+{
 extern const ExtremeKernels EXTREME_KERNELS;
 extern const NetworkKernels NETWORK_KERNELS;
 extern const HistogramKernels HISTOGRAM_KERNELS;

@@ -1,9 +1,9 @@
 // Median and trimmed mean of small windows with sorting networks: plain loops, compiled once per
 // instruction set into the namespace KERNEL_LEVEL, a vector of neighbouring pixels at a time.
 //
-// Neighbouring windows share their columns. So each column is sorted once, then pairs of neighbouring
-// columns are merged, then pairs of pairs; a window picks the few lists that make it up. For 7 x 7,
-// with c the window's columns:
+// Neighbouring windows share their columns. So each column is sorted once, then pairs of
+// neighbouring columns are merged, then pairs of pairs; a window picks the few lists that make it
+// up. For 7 x 7, with c the window's columns:
 //
 //     c0   c1 c2   c3 c4   c5 c6
 //     part \pair/   \pair/  \pair/
@@ -20,7 +20,8 @@
 
 #include <string.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum {
     VECTOR = 32,
@@ -78,9 +79,10 @@ template <const Network &NETWORK, int K = 0> INLINE void Store(const BYTE *sampl
     }
 }
 
-// ---- steps ---------------------------------------------------------------------------------------
+// ---- steps --------------------------------------------------------------------------------------
 
-template <int SIZE, int K = 1> INLINE void LoadColumn(const BYTE *const *lines, size_t i, BYTE *samples)
+template <int SIZE, int K = 1>
+INLINE void LoadColumn(const BYTE *const *lines, size_t i, BYTE *samples)
 {
     if constexpr (K < SIZE) {
         samples[K] = lines[K][i];
@@ -88,8 +90,7 @@ template <int SIZE, int K = 1> INLINE void LoadColumn(const BYTE *const *lines, 
     }
 }
 
-template <const Network &NETWORK, int K = 0>
-INLINE void Reorder(const BYTE *samples, BYTE *sorted)
+template <const Network &NETWORK, int K = 0> INLINE void Reorder(const BYTE *samples, BYTE *sorted)
 {
     if constexpr (K < NETWORK.order.count) {
         sorted[K] = samples[NETWORK.order.at[K]];
@@ -131,8 +132,8 @@ static void MergeRows(const BYTE *x, const BYTE *y, BYTE *__restrict merged, siz
     }
 }
 
-// best = the smallest of max(x[i], y[RANK - i]), i samples being taken from the sorted list x, which
-// NETWORK has left in samples, and the others from the SECOND sorted ones in y.
+// best = the smallest of max(x[i], y[RANK - i]), i samples being taken from the sorted list x,
+// which NETWORK has left in samples, and the others from the SECOND sorted ones in y.
 template <const Network &NETWORK, int SECOND, int RANK, int I = 0>
 INLINE void PickRank(const BYTE *samples, const BYTE *y, BYTE &best)
 {
@@ -167,7 +168,7 @@ static void SelectRows(const BYTE *x, const BYTE *y, const BYTE *z, BYTE *__rest
     }
 }
 
-// ---- the block in work ---------------------------------------------------------------------------
+// ---- the block in work --------------------------------------------------------------------------
 
 enum { MOST_NETWORK_SIZE = 9, MOST_SORTED_SIZE = 7 };
 
@@ -221,7 +222,7 @@ static void RunBlocks(void *pState, const NeighbourhoodFilter *pFilter, const BY
     }
 }
 
-// ---- median --------------------------------------------------------------------------------------
+// ---- median -------------------------------------------------------------------------------------
 
 // Too little work to keep columns for: eight samples, two of the first column and all of the two
 // columns behind it. Of those six only the second to fourth smallest can be the fourth of all.
@@ -291,7 +292,7 @@ static void Median9(SortedRows *pRows, size_t step, size_t count, const SquareRu
                               WholeVectors(count));
 }
 
-// ---- trimmed mean --------------------------------------------------------------------------------
+// ---- trimmed mean -------------------------------------------------------------------------------
 
 // The window's sorted samples lie in pRows->window; those between the trimmed ends are averaged.
 static void AverageRows(SortedRows *pRows, size_t count, const SquareRule *pRule)

@@ -1,15 +1,16 @@
-// The sample of a given rank under weights, for windows of any shape: plain loops, compiled once per
-// instruction set into the namespace KERNEL_LEVEL.
+// The sample of a given rank under weights, for windows of any shape: plain loops, compiled once
+// per instruction set into the namespace KERNEL_LEVEL.
 //
-// The level is found bit by bit, from the highest, for a block of neighbouring pixels at once: if the
-// samples below the levels with the next bit set weigh less than the rank, the bit is set. That takes
-// eight passes over the window's samples and no sorting, whatever the weights.
+// The level is found bit by bit, from the highest, for a block of neighbouring pixels at once: if
+// the samples below the levels with the next bit set weigh less than the rank, the bit is set. That
+// takes eight passes over the window's samples and no sorting, whatever the weights.
 
 #include "rank_kernels.h"
 
 #include <string.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 enum { BLOCK = 256 };  // pixels; their weights and levels stay in the first-level cache
 
@@ -24,9 +25,8 @@ static void WeighBelow(const BYTE *samples, const BYTE *levels, WEIGHT weight,
 }
 
 template <typename WEIGHT>
-static void WeighWindow(const BYTE *const *lines, size_t start, ptrdiff_t step,
-                        const BYTE *levels, WEIGHT *weights, size_t count,
-                        const WeightedRule *pRule)
+static void WeighWindow(const BYTE *const *lines, size_t start, ptrdiff_t step, const BYTE *levels,
+                        WEIGHT *weights, size_t count, const WeightedRule *pRule)
 {
     const BYTE *weight = pRule->pWeights;
     memset(weights, 0, count * sizeof *weights);

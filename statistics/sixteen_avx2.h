@@ -6,7 +6,8 @@
 
 #include <immintrin.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 struct SixteenWords {
     __m256i all;
@@ -44,8 +45,7 @@ static inline SixteenWords Shortfalls(const SixteenWords &a, DWORD limit)
 
 static inline unsigned FirstToReach(const SixteenWords &a, DWORD limit)
 {
-    const __m256i reached =
-        _mm256_cmpeq_epi16(Shortfalls(a, limit).all, _mm256_setzero_si256());
+    const __m256i reached = _mm256_cmpeq_epi16(Shortfalls(a, limit).all, _mm256_setzero_si256());
     return (unsigned)__builtin_ctz((unsigned)_mm256_movemask_epi8(reached)) / 2;
 }
 
@@ -56,8 +56,8 @@ static inline DWORD SumOf(const SixteenWords &a)
     const __m256i low = _mm256_sad_epu8(_mm256_and_si256(a.all, mask), zero);
     const __m256i high = _mm256_sad_epu8(_mm256_srli_epi16(a.all, 8), zero);
     const __m256i quarters = _mm256_add_epi32(low, _mm256_slli_epi32(high, 8));
-    const __m128i halves = _mm_add_epi32(_mm256_castsi256_si128(quarters),
-                                         _mm256_extracti128_si256(quarters, 1));
+    const __m128i halves =
+        _mm_add_epi32(_mm256_castsi256_si128(quarters), _mm256_extracti128_si256(quarters, 1));
     return (DWORD)_mm_cvtsi128_si32(_mm_add_epi32(halves, _mm_srli_si128(halves, 8)));
 }
 

@@ -1,8 +1,8 @@
 // Sixteen 16-bit numbers at once: the base level. sixteen_avx2.h is the same with wider registers.
 //
 // Intrinsics because the compiler's own widening of bytes takes five instructions where one or two
-// do, and because its plain loops find the first of sixteen only one by one: the sliding median takes
-// twice as long with either (bench: Median, sizes from 11 up).
+// do, and because its plain loops find the first of sixteen only one by one: the sliding median
+// takes twice as long with either (bench: Median, sizes from 11 up).
 #ifndef STATISTICS_SIXTEEN_SSE2_H
 #define STATISTICS_SIXTEEN_SSE2_H
 
@@ -10,7 +10,8 @@
 
 #include <emmintrin.h>
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
 struct SixteenWords {
     __m128i low;
@@ -70,8 +71,8 @@ static inline DWORD SumOf(const SixteenWords &a)
     const __m128i zero = _mm_setzero_si128();
     const __m128i low = _mm_packus_epi16(_mm_and_si128(a.low, mask), _mm_and_si128(a.high, mask));
     const __m128i high = _mm_packus_epi16(_mm_srli_epi16(a.low, 8), _mm_srli_epi16(a.high, 8));
-    const __m128i halves = _mm_add_epi32(_mm_sad_epu8(low, zero),
-                                         _mm_slli_epi32(_mm_sad_epu8(high, zero), 8));
+    const __m128i halves =
+        _mm_add_epi32(_mm_sad_epu8(low, zero), _mm_slli_epi32(_mm_sad_epu8(high, zero), 8));
     return (DWORD)_mm_cvtsi128_si32(_mm_add_epi32(halves, _mm_srli_si128(halves, 8)));
 }
 

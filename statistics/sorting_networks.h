@@ -5,17 +5,15 @@
 // variable and orders them pair by pair; the compiler turns each pair into one minimum and one
 // maximum of a whole vector, and drops those whose result nobody uses.
 //
-// In a namespace per level: shared inline code would be kept once by the linker, perhaps in the form
-// that an older processor cannot run.
+// In a namespace per level: shared inline code would be kept once by the linker, perhaps in the
+// form that an older processor cannot run.
 #ifndef STATISTICS_SORTING_NETWORKS_H
 #define STATISTICS_SORTING_NETWORKS_H
 
-namespace KERNEL_LEVEL {
+namespace KERNEL_LEVEL
+{
 
-enum {
-    MOST_POSITIONS = 64,
-    MOST_PAIRS = 256
-};
+enum { MOST_POSITIONS = 64, MOST_PAIRS = 256 };
 
 // Positions in the order of their samples.
 struct Positions {

@@ -19,11 +19,11 @@ struct RankTables {
     const SelectionKernels *pSelection;
 };
 
-static const RankTables LEVELS[] = {
-    {"sse2", 0, &sse2::EXTREME_KERNELS, &sse2::NETWORK_KERNELS, &sse2::HISTOGRAM_KERNELS,
-     &sse2::SELECTION_KERNELS},
-    {"avx2", CPU_AVX2, &avx2::EXTREME_KERNELS, &avx2::NETWORK_KERNELS, &avx2::HISTOGRAM_KERNELS,
-     &avx2::SELECTION_KERNELS}};
+static const RankTables LEVELS[] = {{"sse2", 0, &sse2::EXTREME_KERNELS, &sse2::NETWORK_KERNELS,
+                                     &sse2::HISTOGRAM_KERNELS, &sse2::SELECTION_KERNELS},
+                                    {"avx2", CPU_AVX2, &avx2::EXTREME_KERNELS,
+                                     &avx2::NETWORK_KERNELS, &avx2::HISTOGRAM_KERNELS,
+                                     &avx2::SELECTION_KERNELS}};
 
 struct RowCase {
     Rank rank;
@@ -52,7 +52,8 @@ static std::vector<RowCase> RowsOf(const RankTables &level)
     return cases;
 }
 
-// Lines of exactly the needed length, by turns of all levels, of two, and of a few neighbouring ones.
+// Lines of exactly the needed length, by turns of all levels, of two, and of a few neighbouring
+// ones.
 static std::vector<Bytes> RandomLines(size_t nLines, size_t nSamples, unsigned nSeed)
 {
     std::mt19937 random(BaseSeed() + nSeed);
@@ -60,7 +61,9 @@ static std::vector<Bytes> RandomLines(size_t nLines, size_t nSamples, unsigned n
     for (Bytes &line : lines) {
         for (BYTE &sample : line) {
             const BYTE any = (BYTE)random();
-            sample = nSeed % 3 == 0 ? any : nSeed % 3 == 1 ? (BYTE)(any % 2 * 255) : (BYTE)(120 + any % 11);
+            sample = nSeed % 3 == 0   ? any
+                     : nSeed % 3 == 1 ? (BYTE)(any % 2 * 255)
+                                      : (BYTE)(120 + any % 11);
         }
     }
     return lines;
@@ -101,10 +104,11 @@ static void RunRowCase(const RowCase &c, const char *pLevel, size_t size, size_t
                        top + 1 == nRows);
         ASSERT_TRUE(out[0] == 0xa5 && out[count + 1] == 0xa5) << pLevel << " writes past its run";
         for (size_t i = 0; i < count; i += size < 10 ? 1 : 13) {
-            ASSERT_EQ(RankLevel(c.rank, Window(lines, top, i, step, size, size), (int)nTrim), out[i + 1])
+            ASSERT_EQ(RankLevel(c.rank, Window(lines, top, i, step, size, size), (int)nTrim),
+                      out[i + 1])
                 << pLevel << ", filter " << c.rank << ", size " << size << ", trim " << nTrim
-                << ", pixels " << nPixels << ", row " << top << ", step " << step << ", sample " << i
-                << ", seed " << BaseSeed() << " + " << nSeed;
+                << ", pixels " << nPixels << ", row " << top << ", step " << step << ", sample "
+                << i << ", seed " << BaseSeed() << " + " << nSeed;
         }
     }
 }
@@ -179,8 +183,8 @@ TEST_P(RankKernelTest, SelectionByWeightEqualsTheSortedList)
     for (const size_t *shape : SHAPES) {
         for (unsigned nLargest : {1, 3, 28, 255}) {
             for (size_t nPixels : {1, 17, 255, 257}) {
-                RunSelection(GetParam(), shape[0], shape[1], nLargest, nPixels, nSeed / 2 % 2 == 0 ? 1 : 3,
-                             nSeed);
+                RunSelection(GetParam(), shape[0], shape[1], nLargest, nPixels,
+                             nSeed / 2 % 2 == 0 ? 1 : 3, nSeed);
                 nSeed++;
             }
         }

@@ -1,5 +1,5 @@
-// The rank filters: small pictures by hand, then every filter against the plain definition, then what
-// the exports refuse, fail on and show their dialogs.
+// The rank filters: small pictures by hand, then every filter against the plain definition, then
+// what the exports refuse, fail on and show their dialogs.
 
 #include "host.h"
 #include "reference/ranks.h"
@@ -11,7 +11,7 @@
 
 #include <limits.h>
 
-// ---- calls ---------------------------------------------------------------------------------------
+// ---- calls --------------------------------------------------------------------------------------
 
 // Weighted: the mask's weights row by row, none for no mask, and the position over the pixel.
 struct RankCall {
@@ -65,7 +65,8 @@ static HGLOBAL VEXAFILTER_API MakeCall(HGLOBAL hDib, int, UINT mode, HWND hParen
     }
 }
 
-static std::string CheckRank(const RankCall &call, const Bytes &dib, UINT mode, const Expected &want)
+static std::string CheckRank(const RankCall &call, const Bytes &dib, UINT mode,
+                             const Expected &want)
 {
     static const FilterExport CALLER = {LAPLACE, "rank", NULL, MakeCall, NULL};
     g_call = call;
@@ -75,7 +76,7 @@ static std::string CheckRank(const RankCall &call, const Bytes &dib, UINT mode, 
                                std::to_string(call.nTrim) + ", " + fault;
 }
 
-// ---- the plain definition ------------------------------------------------------------------------
+// ---- the plain definition -----------------------------------------------------------------------
 
 static int LevelOf(const std::vector<int> &samples, const void *p)
 {
@@ -93,16 +94,16 @@ static int LevelOf(const std::vector<int> &samples, const void *p)
 
 static Expected ExpectRank(const RankCall &call, const Bytes &dib)
 {
-    WindowFilter filter = call.rank != WEIGHTED  ? SquareWindow(call.nSize)
-                          : call.weights.empty() ? MaskWindow(3, 3, 1, 1)
-                                                 : MaskWindow(call.rows, call.columns, call.row,
-                                                              call.column);
+    WindowFilter filter = call.rank != WEIGHTED ? SquareWindow(call.nSize)
+                          : call.weights.empty()
+                              ? MaskWindow(3, 3, 1, 1)
+                              : MaskWindow(call.rows, call.columns, call.row, call.column);
     filter.Level = LevelOf;
     filter.pParameters = &call;
     return ExpectWindows(filter, dib);
 }
 
-// ---- by hand -------------------------------------------------------------------------------------
+// ---- by hand ------------------------------------------------------------------------------------
 
 struct Literal {
     const char *pName;
@@ -155,7 +156,7 @@ TEST(Rank, SmallPicturesComeOutAsComputedByHand)
     }
 }
 
-// ---- against the plain definitions ---------------------------------------------------------------
+// ---- against the plain definitions --------------------------------------------------------------
 
 static std::vector<RankCall> CallsOfSize(int n)
 {
@@ -183,20 +184,19 @@ static std::vector<BYTE> Weights(size_t count, unsigned seed, unsigned limit)
 }
 
 // Total weights around what a byte and a word hold, origins outside the mask.
-static const std::vector<RankCall> MASKS = {
-    Call(WEIGHTED, 0),
-    Masked(1, 1, 0, 0, {1}),
-    Masked(1, 1, 0, 0, {255}),
-    Masked(1, 2, 0, 0, {255, 1}),
-    Masked(3, 2, 1, 0, {0, 2, 3, 4, 0, 250}),
-    Masked(2, 5, -2, 3, Weights(10, 1, 256)),
-    Masked(4, 1, 9, -1, Weights(4, 2, 60)),
-    Masked(3, 3, INT_MAX, 1, Weights(9, 3, 9)),
-    Masked(3, 3, 1, INT_MIN, Weights(9, 4, 9)),
-    Masked(5, 7, 2, 3, Weights(35, 5, 4)),
-    Masked(16, 16, 8, 7, std::vector<BYTE>(256, 255)),
-    Masked(17, 16, 8, 7, Weights(272, 6, 256)),
-    Masked(17, 17, 16, 0, std::vector<BYTE>(289, 255))};
+static const std::vector<RankCall> MASKS = {Call(WEIGHTED, 0),
+                                            Masked(1, 1, 0, 0, {1}),
+                                            Masked(1, 1, 0, 0, {255}),
+                                            Masked(1, 2, 0, 0, {255, 1}),
+                                            Masked(3, 2, 1, 0, {0, 2, 3, 4, 0, 250}),
+                                            Masked(2, 5, -2, 3, Weights(10, 1, 256)),
+                                            Masked(4, 1, 9, -1, Weights(4, 2, 60)),
+                                            Masked(3, 3, INT_MAX, 1, Weights(9, 3, 9)),
+                                            Masked(3, 3, 1, INT_MIN, Weights(9, 4, 9)),
+                                            Masked(5, 7, 2, 3, Weights(35, 5, 4)),
+                                            Masked(16, 16, 8, 7, std::vector<BYTE>(256, 255)),
+                                            Masked(17, 16, 8, 7, Weights(272, 6, 256)),
+                                            Masked(17, 17, 16, 0, std::vector<BYTE>(289, 255))};
 
 // Every call takes its turn on every kind of picture over the sizes.
 static void CompareSome(const std::vector<RankCall> &calls, int width, int height, unsigned nSeed,
@@ -261,7 +261,7 @@ TEST(Rank, LargeWindowsEqualTheirDefinition)
     }
 }
 
-// ---- what is refused -----------------------------------------------------------------------------
+// ---- what is refused ----------------------------------------------------------------------------
 
 static const DialogScript GO_ON = {true, true, false, false, 0, NULL, 0, NULL, 0, 0};
 
@@ -269,22 +269,34 @@ static const char *const ENTRIES[] = {"MinimumFilterUI",  "MaximumFilterUI", "Me
                                       "MidpointFilterUI", "RangeFilterUI",   "AlphaFilterUI",
                                       "WMedianFilterUI"};
 
-static const std::vector<RankCall> ONE_OF_EACH = {
-    Call(MINIMUM, 3),  Call(MAXIMUM, 9), Call(MEDIAN, 3),     Call(MEDIAN, 5),
-    Call(MEDIAN, 6),   Call(MIDPOINT, 10), Call(RANGE, 2),    Call(TRIMMED, 3, 2),
-    Call(TRIMMED, 4, 3), Call(WEIGHTED, 0), Masked(2, 3, 0, 1, {1, 2, 3, 4, 5, 6})};
+static const std::vector<RankCall> ONE_OF_EACH = {Call(MINIMUM, 3),
+                                                  Call(MAXIMUM, 9),
+                                                  Call(MEDIAN, 3),
+                                                  Call(MEDIAN, 5),
+                                                  Call(MEDIAN, 6),
+                                                  Call(MIDPOINT, 10),
+                                                  Call(RANGE, 2),
+                                                  Call(TRIMMED, 3, 2),
+                                                  Call(TRIMMED, 4, 3),
+                                                  Call(WEIGHTED, 0),
+                                                  Masked(2, 3, 0, 1, {1, 2, 3, 4, 5, 6})};
 
 struct RankCalls : testing::Test {
-    void SetUp() override { ResetHost(); }
+    void SetUp() override
+    {
+        ResetHost();
+    }
 };
 
 TEST_F(RankCalls, BadSizesAndTrimsAreRefusedBeforeAnyDialog)
 {
-    const std::vector<RankCall> refused = {
-        Call(MINIMUM, 0),       Call(MAXIMUM, -1),       Call(MEDIAN, INT_MIN), Call(MIDPOINT, 0),
-        Call(RANGE, 0),         Call(TRIMMED, 0, 0),     Call(TRIMMED, -3, 1),  Call(TRIMMED, 1, 0),
-        Call(TRIMMED, 3, 4),    Call(TRIMMED, 2, 2),     Call(TRIMMED, 3, -1),  Call(TRIMMED, 2, INT_MIN),
-        Call(TRIMMED, 9, 40),   Call(TRIMMED, 65535, INT_MAX)};
+    const std::vector<RankCall> refused = {Call(MINIMUM, 0),      Call(MAXIMUM, -1),
+                                           Call(MEDIAN, INT_MIN), Call(MIDPOINT, 0),
+                                           Call(RANGE, 0),        Call(TRIMMED, 0, 0),
+                                           Call(TRIMMED, -3, 1),  Call(TRIMMED, 1, 0),
+                                           Call(TRIMMED, 3, 4),   Call(TRIMMED, 2, 2),
+                                           Call(TRIMMED, 3, -1),  Call(TRIMMED, 2, INT_MIN),
+                                           Call(TRIMMED, 9, 40),  Call(TRIMMED, 65535, INT_MAX)};
     const int nShown = DialogsOpened();
     SetDialogs(GO_ON);
     for (const TestPicture &picture : EveryKind(5, 4, 9)) {
@@ -299,10 +311,15 @@ TEST_F(RankCalls, BadSizesAndTrimsAreRefusedBeforeAnyDialog)
 
 TEST_F(RankCalls, WindowsLargerThanThePictureCopyIt)
 {
-    const std::vector<RankCall> huge = {
-        Call(MINIMUM, INT_MAX),         Call(MEDIAN, INT_MAX),     Call(RANGE, 65536),
-        Call(TRIMMED, INT_MAX, INT_MAX), Call(TRIMMED, 46341, 9),  Call(MIDPOINT, INT_MAX - 1),
-        Call(TRIMMED, 65536, INT_MAX),  Call(MEDIAN, 6),           Masked(2000, 1, 3, 0, Weights(2000, 1, 9))};
+    const std::vector<RankCall> huge = {Call(MINIMUM, INT_MAX),
+                                        Call(MEDIAN, INT_MAX),
+                                        Call(RANGE, 65536),
+                                        Call(TRIMMED, INT_MAX, INT_MAX),
+                                        Call(TRIMMED, 46341, 9),
+                                        Call(MIDPOINT, INT_MAX - 1),
+                                        Call(TRIMMED, 65536, INT_MAX),
+                                        Call(MEDIAN, 6),
+                                        Masked(2000, 1, 3, 0, Weights(2000, 1, 9))};
     for (const TestPicture &picture : EveryKind(6, 5, 3)) {
         const Bytes dib = MakeDib(picture);
         for (const RankCall &call : huge) {
@@ -324,9 +341,10 @@ TEST_F(RankCalls, MasksWithoutAWeightAreRefused)
 {
     BYTE ones[3] = {1, 1, 1}, zeros[3] = {0, 0, 0};
     BYTE *full[] = {ones, zeros}, *torn[] = {ones, NULL}, *empty[] = {zeros, zeros};
-    const FilterMask refused[] = {{empty, 3, 2, 1, 1},  {torn, 3, 2, 1, 1},  {NULL, 3, 2, 1, 1},
-                                  {full, 0, 2, 1, 1},   {full, 3, 0, 1, 1},  {full, -3, 2, 1, 1},
-                                  {full, 3, -1, 1, 1},  {full, INT_MAX, INT_MAX, 1, 1},
+    const FilterMask refused[] = {{empty, 3, 2, 1, 1},     {torn, 3, 2, 1, 1},
+                                  {NULL, 3, 2, 1, 1},      {full, 0, 2, 1, 1},
+                                  {full, 3, 0, 1, 1},      {full, -3, 2, 1, 1},
+                                  {full, 3, -1, 1, 1},     {full, INT_MAX, INT_MAX, 1, 1},
                                   {full, 1 << 24, 2, 1, 1}};
     const HGLOBAL hDib = NewBlock(MakeDib({9, 9, 8, RAMP, 0, 1, 0}));
     const int nBlocks = LiveBlocks();
@@ -337,7 +355,7 @@ TEST_F(RankCalls, MasksWithoutAWeightAreRefused)
     FreeBlock(hDib);
 }
 
-// ---- progress, failure, cancel -------------------------------------------------------------------
+// ---- progress, failure, cancel ------------------------------------------------------------------
 
 // Both drivers, gray and colour, one bit.
 static const TestPicture DRIVERS[] = {
@@ -387,7 +405,7 @@ TEST_F(RankCalls, EachAllocationMayFail)
     }
 }
 
-// ---- the parameter dialogs -----------------------------------------------------------------------
+// ---- the parameter dialogs ----------------------------------------------------------------------
 
 static int g_nTrimWritten;
 
@@ -403,7 +421,8 @@ TEST_F(RankCalls, TheDialogRewritesTheParametersAndIsCheckedAgain)
         const struct {
             int nSize, nTrim;
             bool bAccepted;
-        } rows[] = {{4, 7, true}, {5, 0, true}, {0, 0, false}, {-2, 1, false}, {2, 2, rank != TRIMMED}};
+        } rows[] = {
+            {4, 7, true}, {5, 0, true}, {0, 0, false}, {-2, 1, false}, {2, 2, rank != TRIMMED}};
         for (const auto &row : rows) {
             const RankCall written = Call(rank, row.nSize, row.nTrim);
             g_nTrimWritten = row.nTrim;

@@ -3,6 +3,7 @@
 //   scene.png         a drawn landscape
 //   convolution.png   before and after: the scene, sharpened, blurred, and two edge images
 //   ranks.png         the scene with specks, and the rank filters
+//   means.png         the scene with grain, and the mean and adaptive filters
 //
 // Build the target docs_pictures and run it with the folder to write to.
 
@@ -151,8 +152,36 @@ static int Save(HGLOBAL hDib, const char *folder, const char *name)
     return 1;
 }
 
+// What a pixel's noise is made of: the same for all three channels of a speck, not of grain.
+static uint32_t Hash(int x, int y, int channel)
+{
+    uint32_t h = (uint32_t)(x * 3 + channel) * 0x2c1b3c6du ^ (uint32_t)y * 0x297a2d39u;
+    h = (h ^ h >> 15) * 0x9e3779b1u;
+    return h ^ h >> 13;
+}
+
 // One pixel in twelve becomes black or white.
-static HGLOBAL AddSpecks(HGLOBAL hScene)
+static void AddSpeck(BYTE *pixel, int x, int y)
+{
+    const uint32_t h = Hash(x, y, 0);
+    if ((h >> 16) % 12 == 0) {
+        memset(pixel, (h >> 15) % 2 != 0 ? 255 : 0, 3);
+    }
+}
+
+// The sum of four even distributions: a standard deviation of about 19 levels. Never black, which
+// some of the means cannot stand.
+static void AddGrain(BYTE *pixel, int x, int y)
+{
+    for (int channel = 0; channel < 3; channel++) {
+        const uint32_t h = Hash(x, y, channel);
+        const int noise = (int)(h % 33 + (h >> 8) % 33 + (h >> 16) % 33 + (h >> 24) % 33) - 64;
+        const int level = pixel[channel] + noise;
+        pixel[channel] = (BYTE)(level < 1 ? 1 : level > 255 ? 255 : level);
+    }
+}
+
+static HGLOBAL AddNoise(HGLOBAL hScene, void (*Add)(BYTE *, int, int))
 {
     const SIZE_T nBytes = GlobalSize(hScene);
     const HGLOBAL hNoisy = GlobalAlloc(GHND, nBytes);
@@ -164,10 +193,7 @@ static HGLOBAL AddSpecks(HGLOBAL hScene)
     GlobalUnlock(hScene);
     for (int y = 0; y < HEIGHT; y++) {
         for (int x = 0; x < WIDTH; x++) {
-            const uint32_t h = ((uint32_t)x * 0x2c1b3c6du ^ (uint32_t)y * 0x297a2d39u) * 0x9e3779b1u;
-            if ((h >> 16) % 12 == 0) {
-                memset(PixelAt(pBlock, x, y), (h >> 15) % 2 != 0 ? 255 : 0, 3);
-            }
+            Add(PixelAt(pBlock, x, y), x, y);
         }
     }
     GlobalUnlock(hNoisy);
@@ -176,7 +202,7 @@ static HGLOBAL AddSpecks(HGLOBAL hScene)
 
 static int SaveRanks(HGLOBAL hScene, const char *folder)
 {
-    const HGLOBAL hNoisy = AddSpecks(hScene);
+    const HGLOBAL hNoisy = AddNoise(hScene, AddSpeck);
     const HGLOBAL hSheet = NewPicture(4 * WIDTH + 3 * GAP, 2 * HEIGHT + GAP);
     int bSaved = 0;
     if (hNoisy != NULL && hSheet != NULL) {
@@ -194,6 +220,26 @@ static int SaveRanks(HGLOBAL hScene, const char *folder)
     return bSaved;
 }
 
+static int SaveMeans(HGLOBAL hScene, const char *folder)
+{
+    const HGLOBAL hNoisy = AddNoise(hScene, AddGrain);
+    const HGLOBAL hSheet = NewPicture(4 * WIDTH + 3 * GAP, 2 * HEIGHT + GAP);
+    int bSaved = 0;
+    if (hNoisy != NULL && hSheet != NULL) {
+        Paste(hSheet, FilterGeometricMean(hNoisy, 3, 0, NULL), 1, 0);
+        Paste(hSheet, FilterHarmonicMean(hNoisy, 3, 0, NULL), 2, 0);
+        Paste(hSheet, FilterContraHarmonicMean(hNoisy, 3, 2, 0, NULL), 3, 0);
+        Paste(hSheet, FilterYpMean(hNoisy, 3, 3, 0, NULL), 0, 1);
+        Paste(hSheet, FilterWeightedMean(hNoisy, NULL, 0, NULL), 1, 1);
+        Paste(hSheet, FilterAdaptiveDWMTM(hNoisy, 3, 5, 45, 0, NULL), 2, 1);
+        Paste(hSheet, FilterAdaptiveMMSE(hNoisy, 5, 360, 0, NULL), 3, 1);
+        Paste(hSheet, hNoisy, 0, 0);
+        bSaved = Save(hSheet, folder, "means.png");
+    }
+    GlobalFree(hSheet);
+    return bSaved;
+}
+
 int main(int argc, char **argv)
 {
     const char *folder = argc > 1 ? argv[1] : ".";
@@ -203,7 +249,8 @@ int main(int argc, char **argv)
         fprintf(stderr, "make_pictures: out of memory.\n");
         return 1;
     }
-    int bSaved = Save(hScene, folder, "scene.png") && SaveRanks(hScene, folder);
+    int bSaved =
+        Save(hScene, folder, "scene.png") && SaveRanks(hScene, folder) && SaveMeans(hScene, folder);
     // Twice the blur, so that it shows at this size.
     const HGLOBAL hBlurred = FilterUniform(hScene, 0, NULL);
     Paste(hSheet, FilterEnhance(hScene, 0, NULL), 1, 0);

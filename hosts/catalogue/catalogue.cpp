@@ -12,12 +12,8 @@
 #include <strings.h>
 
 static const CatalogueFamily *const FAMILIES[] = {
-    &CONVOLUTION_FAMILY,
-    &POINT_FAMILY,
-    &TONAL_FAMILY,
-    &HISTOGRAM_FAMILY,
-    &RANKS_FAMILY,
-    &MEANS_FAMILY,
+    &CONVOLUTION_FAMILY, &POINT_FAMILY, &TONAL_FAMILY,
+    &HISTOGRAM_FAMILY,   &RANKS_FAMILY, &MEANS_FAMILY,
 };
 
 const CatalogueFamily *const *CatalogueFamilies(size_t *count)

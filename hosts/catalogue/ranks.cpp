@@ -90,8 +90,8 @@ static const CatalogueFilter FILTERS[] = {
      "shows edges: a window's brightest pixel less its darkest", WINDOW_DETAILS, 1, DEPTHS,
      SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunRange},
     {"trimmed-mean", "FilterAlphaTrimmedMean", TRIM_ARGUMENTS, "AlphaFilterUI",
-     "averages a window without its darkest and brightest pixels", WINDOW_DETAILS, 1,
-     DEPTHS, TRIM_PARAMETERS, std::size(TRIM_PARAMETERS), RunTrimmedMean},
+     "averages a window without its darkest and brightest pixels", WINDOW_DETAILS, 1, DEPTHS,
+     TRIM_PARAMETERS, std::size(TRIM_PARAMETERS), RunTrimmedMean},
     {"weighted-median", "FilterWeightedMedian", MASK_ARGUMENTS, "WMedianFilterUI",
      "takes the median where some pixels count more than once",
      "The first pixel that counts, column by column, is left out once. A pixel is computed when "
