@@ -418,11 +418,24 @@ TEST(Catalogue, MasksAreReadStrictly)
         {"0,255@0,-3", "0,255@0,-3"},
         {"7@0 0", "7"},
         {"1,2;3,4\n@1,0\n", "1,2;3,4@1,0"},
-        {"", nullptr},         {"0,0;0,0", nullptr}, {"1,2;3", nullptr},    {"1,,2", nullptr},
-        {"1,2,", nullptr},     {",1", nullptr},      {"1;;2", nullptr},     {"256", nullptr},
-        {"-1,2", nullptr},     {"1.5", nullptr},     {"1,2@", nullptr},     {"1,2@1", nullptr},
-        {"1,2@1,2,3", nullptr}, {"1,2@1,", nullptr}, {"one", nullptr},      {"1,2 x", nullptr},
-        {"@1,1", nullptr},     {"1@99999999999,0", nullptr},
+        {"", nullptr},
+        {"0,0;0,0", nullptr},
+        {"1,2;3", nullptr},
+        {"1,,2", nullptr},
+        {"1,2,", nullptr},
+        {",1", nullptr},
+        {"1;;2", nullptr},
+        {"256", nullptr},
+        {"-1,2", nullptr},
+        {"1.5", nullptr},
+        {"1,2@", nullptr},
+        {"1,2@1", nullptr},
+        {"1,2@1,2,3", nullptr},
+        {"1,2@1,", nullptr},
+        {"one", nullptr},
+        {"1,2 x", nullptr},
+        {"@1,1", nullptr},
+        {"1@99999999999,0", nullptr},
     };
     for (const auto &row : CASES) {
         ParameterValue value = {};
@@ -445,7 +458,7 @@ TEST(CommandLine, AMaskIsTheSameFromAFile)
     BYTE *columns[] = {left, right};
     const FilterMask mask = {columns, 2, 2, 0, 1};
     HGLOBAL hDib = MakeDib(20, 10, 8), hExpected = FilterWeightedMedian(hDib, &mask, 0, nullptr);
-    std::string file = MakeFile(folder + "mask.txt", "1 0\n0 5\n@0,1\n");
+    std::string file = MakeFile(folder + "mask.txt", "# weights\n1 0 # ;\n\n0 5\n@0,1 #\n# 7\n");
     for (const std::string &text : {std::string("1,0;0,5@0,1"), file}) {
         ImageMessages messages;
         Outcome outcome = Call({"weighted-median", in, out, "--mask", text});
@@ -459,4 +472,10 @@ TEST(CommandLine, AMaskIsTheSameFromAFile)
     Outcome outcome = Call({"weighted-median", in, out, "--mask", folder + "none.txt"});
     EXPECT_EQ(outcome.code, 2);
     EXPECT_NE(outcome.error.find("neither a mask nor a file"), std::string::npos) << outcome.error;
+    for (const char *bad :
+         {"1 2\n3\n", "0 0\n0 0\n", "1 256\n", "1 2\n@0,1 2\n", "1,,2\n", "", "x"}) {
+        outcome = Call({"weighted-median", in, out, "--mask", MakeFile(folder + "bad.txt", bad)});
+        EXPECT_EQ(outcome.code, 2) << bad;
+        EXPECT_NE(outcome.error.find("does not hold a value of --mask"), std::string::npos) << bad;
+    }
 }

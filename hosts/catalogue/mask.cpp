@@ -1,5 +1,5 @@
 // Masks as text: "1,3,1;1,3,1;1,3,1" or the same on lines, and behind the rows perhaps which number
-// lies over the pixel: "@0,2" is row 0, column 2.
+// lies over the pixel: "@0,2" is row 0, column 2. From # to the end of a line is a comment.
 #include "catalogue.h"
 
 #include <stdio.h>
@@ -11,7 +11,8 @@ static const char BLANKS[] = " \t\r";
 
 static const char *SkipBlanks(const char *text)
 {
-    return text + strspn(text, BLANKS);
+    text += strspn(text, BLANKS);
+    return *text == '#' ? text + strcspn(text, "\n") : text;
 }
 
 // A decimal number and the blanks around it.
@@ -62,7 +63,10 @@ static bool TakeOrigin(const char *text, MaskValue *mask)
     }
     mask->originRow = int(row);
     mask->originColumn = int(column);
-    return text[strspn(text, " \t\r\n")] == 0;
+    while (*text == '\n') {
+        text = SkipBlanks(text + 1);
+    }
+    return *text == 0;
 }
 
 // Turns rows into columns.

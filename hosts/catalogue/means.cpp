@@ -140,8 +140,11 @@ static const CatalogueFilter FILTERS[] = {
      DEPTHS, DWMTM_PARAMETERS, std::size(DWMTM_PARAMETERS), RunDwmtm},
     {"mmse", "FilterAdaptiveMMSE",
      "HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode, HWND hParent", "AMMSEUI",
-     "smooths flat areas more than busy ones, for noise of a known variance", BORDER, 1, DEPTHS,
-     MMSE_PARAMETERS, std::size(MMSE_PARAMETERS), RunMmse},
+     "smooths flat areas more than busy ones, for noise of a known variance",
+     "Where a window varies less than the noise, its pixel overshoots the mean and grain grows: "
+     "choose no more noise than flat areas have. Pixels whose window leaves the picture stay as "
+     "they are.",
+     1, DEPTHS, MMSE_PARAMETERS, std::size(MMSE_PARAMETERS), RunMmse},
 };
 
 const CatalogueFamily MEANS_FAMILY = {"means", "Means and adaptive filters", FILTERS,

@@ -256,8 +256,8 @@ static bool ApplyArgument(const Argument *argument, const char *value, CommandOp
     }
     size_t index = size_t(parameter - options->pFilter->pParameters);
     std::string text = value;
-    if (parameter->nType == PARAMETER_MASK && !LooksLikeMask(value) &&
-        !ReadTextFile(value, &text)) {
+    const bool bFile = parameter->nType == PARAMETER_MASK && !LooksLikeMask(value);
+    if (bFile && !ReadTextFile(value, &text)) {
         return false;
     }
     if (ParseParameterValue(parameter, text.c_str(), &options->values[index])) {
@@ -265,7 +265,8 @@ static bool ApplyArgument(const Argument *argument, const char *value, CommandOp
     }
     char accepted[1000];
     DescribeAccepted(parameter, accepted, sizeof accepted);
-    Say("'%s' is not a value of --%s, which takes %s", value, parameter->pName, accepted);
+    Say("'%s' %s a value of --%s, which takes %s", value, bFile ? "does not hold" : "is not",
+        parameter->pName, accepted);
     return false;
 }
 
