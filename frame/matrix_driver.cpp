@@ -2,8 +2,13 @@
 //
 // A level that the palette lacks takes over the palette entry of the same number as soon as the
 // first pixel needs it, and pixels computed later read that entry's new level. So the order of
-// visits decides the result. One window is gathered at a time and handed to the same kernel that
-// the line pipeline runs over whole rows.
+// visits decides the result.
+//
+// Two ways lead there. Column by column, one window is gathered at a time and handed to the same
+// kernel that the line pipeline runs over whole rows. Row by row, a whole row is computed with the
+// levels that hold at its start; its pixels are right up to the first that gives a new level to an
+// entry which the picture uses, and the rest of the row is computed again. That happens no more
+// than 256 times in a picture.
 
 #include "dib.h"
 #include "matrix.h"
@@ -17,9 +22,17 @@ struct MatrixRun {
     const NeighbourhoodFilter *pFilter;
     GrayMatrix source;
     GrayMatrix result;
-    BYTE *window;        // nRows x nColumns levels
-    const BYTE **lines;  // its rows
+    BYTE *window;        // nRows x nColumns levels; row by row: nRows whole lines, y in y mod nRows
+    const BYTE **lines;  // the window's rows
+    // Row by row only.
+    int nMapped;              // the first line that has not been in the window yet
+    BYTE *levels;             // of the row in work
+    void *pState;             // of the row kernel
+    size_t nState;            // its bytes
+    BYTE bUsed[GRAY_LEVELS];  // the entries that the picture's pixels have
 };
+
+// ---- cell by cell -------------------------------------------------------------------------------
 
 static int LevelOf(const MatrixRun *pRun, int x, int y)
 {
@@ -77,6 +90,100 @@ static void RepeatBorder(MatrixRun *pRun)
     }
 }
 
+// ---- row by row ---------------------------------------------------------------------------------
+
+static int GoesByRows(const NeighbourhoodFilter *pFilter)
+{
+    return pFilter->order == VISIT_ROWS && pFilter->border == BORDER_COPIED;
+}
+
+static void MapLine(const MatrixRun *pRun, int y)
+{
+    const size_t width = pRun->source.width;
+    BYTE *line = pRun->window + (size_t)(y % pRun->pFilter->nRows) * width;
+    for (size_t x = 0; x < width; x++) {
+        line[x] = pRun->source.maps.levels[pRun->source.columns[x][y]];
+    }
+}
+
+// The levels of row y's pixels with a whole window, as the palette is now.
+static void ComputeLevels(MatrixRun *pRun, int y)
+{
+    const NeighbourhoodFilter *pFilter = pRun->pFilter;
+    const size_t width = pRun->source.width;
+    const size_t count = width - (size_t)pFilter->nLeft - (size_t)pFilter->nRight;
+    const int nTopRow = y - pFilter->nOriginRow;
+    for (; pRun->nMapped < nTopRow + pFilter->nRows; pRun->nMapped++) {
+        if (pRun->nMapped >= nTopRow) {
+            MapLine(pRun, pRun->nMapped);
+        }
+    }
+    for (int k = 0; k < pFilter->nRows; k++) {
+        pRun->lines[k] = pRun->window + (size_t)((nTopRow + k) % pFilter->nRows) * width +
+                         pFilter->nLeft - pFilter->nOriginColumn;
+    }
+    if (pFilter->pRowKernel == NULL) {
+        pFilter->Kernel(pRun->lines, 1, pRun->levels, count, pFilter->pParameters);
+        return;
+    }
+    // Rows come in the wrong order for a state that is carried on.
+    memset(pRun->pState, 0, pRun->nState);
+    pFilter->pRowKernel->Run(pRun->pState, pFilter, pRun->lines, 1, pRun->levels, count, 1);
+}
+
+static void ComputeRow(MatrixRun *pRun, int y)
+{
+    const NeighbourhoodFilter *pFilter = pRun->pFilter;
+    const int nEnd = (int)pRun->source.width - pFilter->nRight;
+    LevelMaps *pMaps = &pRun->source.maps;
+    for (unsigned x = 0; x < pRun->source.width; x++) {
+        pRun->result.columns[x][y] = pRun->source.columns[x][y];
+    }
+    if (y < pFilter->nTop || y >= (int)pRun->source.height - pFilter->nBottom) {
+        return;
+    }
+    ComputeLevels(pRun, y);
+    for (int x = pFilter->nLeft; x < nEnd; x++) {
+        const int level = pRun->levels[x - pFilter->nLeft];
+        const int bNew = pMaps->indexOf[level] < 0;
+        pRun->result.columns[x][y] = (BYTE)GrayLevelToIndex(pMaps, level);
+        if (bNew && pRun->bUsed[level]) {
+            pRun->nMapped = 0;
+            ComputeLevels(pRun, y);
+        }
+    }
+}
+
+static void NoteUsedEntries(MatrixRun *pRun)
+{
+    for (unsigned x = 0; x < pRun->source.width; x++) {
+        for (unsigned y = 0; y < pRun->source.height; y++) {
+            pRun->bUsed[pRun->source.columns[x][y]] = 1;
+        }
+    }
+}
+
+// 0 without memory.
+static int PrepareRows(MatrixRun *pRun)
+{
+    const NeighbourhoodFilter *pFilter = pRun->pFilter;
+    const size_t width = pRun->source.width;
+    pRun->window = (BYTE *)WorkAlloc((size_t)pFilter->nRows, width);
+    pRun->lines = (const BYTE **)WorkAlloc((size_t)pFilter->nRows, sizeof(BYTE *));
+    pRun->levels = (BYTE *)WorkAlloc(width, 1);
+    if (pRun->window == NULL || pRun->lines == NULL || pRun->levels == NULL) {
+        return 0;
+    }
+    NoteUsedEntries(pRun);
+    if (pFilter->pRowKernel != NULL) {
+        pRun->nState = pFilter->pRowKernel->StateBytes(pFilter, width, 1);
+        pRun->pState = pRun->nState != 0 ? WorkAlloc(pRun->nState, 1) : NULL;
+    }
+    return pRun->nState == 0 || pRun->pState != NULL;
+}
+
+// ---- the passes ---------------------------------------------------------------------------------
+
 // A picture that is only copied takes the same steps.
 static int ComputePass(MatrixRun *pRun, int bCopy, int bProgress)
 {
@@ -95,6 +202,10 @@ static int ComputePass(MatrixRun *pRun, int bCopy, int bProgress)
     for (int unit = nFirst; unit < nEnd; unit++) {
         if (!BeginUnit(pState, bProgress, (unsigned)unit)) {
             return 0;
+        }
+        if (!bCopy && GoesByRows(pRun->pFilter)) {
+            ComputeRow(pRun, unit);
+            continue;
         }
         for (int i = 0; i < nInner && !bCopy; i++) {
             ComputeCell(pRun, bColumns ? unit : i, bColumns ? i : unit);
@@ -122,6 +233,9 @@ static int PrepareWindow(MatrixRun *pRun)
 {
     const size_t nRows = (size_t)pRun->pFilter->nRows;
     const size_t nColumns = (size_t)pRun->pFilter->nColumns;
+    if (GoesByRows(pRun->pFilter)) {
+        return PrepareRows(pRun);
+    }
     pRun->window = (BYTE *)WorkAlloc(nRows, nColumns);
     pRun->lines = (const BYTE **)WorkAlloc(nRows, sizeof(BYTE *));
     if (pRun->window == NULL || pRun->lines == NULL) {
@@ -159,6 +273,8 @@ HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int bPr
         StepEarlierPasses(&run, bProgress) && ComputePass(&run, bCopy, bProgress)) {
         hResult = StoreResult(&run, hDib, bProgress);
     }
+    WorkFree(run.pState);
+    WorkFree(run.levels);
     WorkFree((void *)run.lines);
     WorkFree(run.window);
     FreeGrayMatrix(&run.result);

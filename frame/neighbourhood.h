@@ -24,14 +24,14 @@ enum BorderRule {
 // Which pixel comes next; it matters only where the palette lacks levels.
 enum VisitOrder { VISIT_ROWS, VISIT_COLUMNS };
 
-// Runs over whole rows in place of a LineKernel, which still states the rule for single pixels.
-// Rows come one after the other from the bottom of the picture to its top. lines[nRows] is the line
-// that the window has just left, below it; it is valid unless bFirst, which is set on the first
+// Runs over whole rows in place of a LineKernel. Rows come one after the other from the bottom of
+// the picture to its top. lines[nRows] is the line that the window has just left, below it; it is
+// valid unless bFirst, which is set on the first row and where the palette lacks levels on every
 // row.
 struct NeighbourhoodFilter;
 struct RowKernel {
-    // Scratch memory for rows of nSamples bytes (the whole width), 0 bytes if none. The state is
-    // zeroed, and freed by the driver.
+    // Scratch memory for rows of nSamples bytes (the whole width), 0 bytes if none. The driver
+    // zeroes it before each first row, and frees it.
     size_t (*StateBytes)(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step);
     void (*Run)(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
                 ptrdiff_t step, BYTE *out, size_t count, int bFirst);
@@ -53,12 +53,12 @@ struct NeighbourhoodFilter {
     LineKernel EdgeColumnKernel;
     const void *pParameters;
     // Each result is a level of its own window, so no palette ever needs a new one and the matrix
-    // order is never taken. Kernel may then be null beside a row kernel.
+    // order is never taken.
     int bKeepsLevels;
     // Passes over the rows that the filter made before (to gather statistics); for the bar alone.
     int nEarlierPasses;
-    // A faster form of Kernel for whole rows, with state that it carries from row to row; null:
-    // none.
+    // What computes whole rows in place of Kernel, with state that it carries from row to row; null:
+    // Kernel does. With BORDER_COPIED and VISIT_ROWS, Kernel may be null beside it.
     const RowKernel *pRowKernel;
 };
 

@@ -3,9 +3,8 @@
 // weights of a mask; all others are copied.
 //
 // Rows go to kernels: running extremes, sorting networks for small windows, sliding histograms for
-// large ones, a search bit by bit under weights. Where a palette may need a level that it lacks,
-// windows are looked at one by one; that concerns midpoint, range and trimmed mean only, as the
-// others pick one of the window's own levels.
+// large ones, a search bit by bit under weights. Midpoint, range and trimmed mean may need a level
+// that the palette lacks; the others pick one of the window's own.
 //
 // Windows: n x n, an even one reaching one further up and left, or a mask (masks.h). Halves of odd
 // sums are dropped, the trimmed mean is rounded.
@@ -33,70 +32,6 @@ enum {
     MOST_SIZE = 46340        // beyond, no picture holds the window
 };
 
-// ---- single windows -----------------------------------------------------------------------------
-
-static BYTE Midpoint(int lowest, int greatest)
-{
-    return (BYTE)((lowest + greatest) / 2);
-}
-
-static BYTE Range(int lowest, int greatest)
-{
-    return (BYTE)(greatest - lowest);
-}
-
-static void ScanWindows(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
-                        const void *pParameters)
-{
-    const SquareRule *pRule = (const SquareRule *)pParameters;
-    for (size_t i = 0; i < count; i++) {
-        int lowest = lines[0][i];
-        int greatest = lowest;
-        for (DWORD k = 0; k < pRule->nSize; k++) {
-            const BYTE *sample = lines[k] + i;
-            for (DWORD j = 0; j < pRule->nSize; j++, sample += step) {
-                lowest = *sample < lowest ? *sample : lowest;
-                greatest = *sample > greatest ? *sample : greatest;
-            }
-        }
-        out[i] = pRule->Combine(lowest, greatest);
-    }
-}
-
-// The mean of a window whose samples were counted by level.
-static BYTE TrimmedMean(const DWORD *pCounts, const SquareRule *pRule)
-{
-    DWORD nToSkip = pRule->nTrim;
-    DWORD nToTake = pRule->nSize * pRule->nSize - 2 * pRule->nTrim;
-    const double divisor = nToTake;
-    ULONGLONG sum = 0;
-    for (DWORD level = 0; nToTake > 0; level++) {
-        const DWORD nSkipped = pCounts[level] < nToSkip ? pCounts[level] : nToSkip;
-        const DWORD nLeft = pCounts[level] - nSkipped;
-        const DWORD nTaken = nLeft < nToTake ? nLeft : nToTake;
-        nToSkip -= nSkipped;
-        nToTake -= nTaken;
-        sum += (ULONGLONG)nTaken * level;
-    }
-    return (BYTE)((double)sum / divisor + 0.5);
-}
-
-static void CountWindows(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
-                         const void *pParameters)
-{
-    const SquareRule *pRule = (const SquareRule *)pParameters;
-    for (size_t i = 0; i < count; i++) {
-        DWORD counts[GRAY_LEVELS] = {0};
-        for (DWORD k = 0; k < pRule->nSize; k++) {
-            const BYTE *sample = lines[k] + i;
-            for (DWORD j = 0; j < pRule->nSize; j++, sample += step) {
-                counts[*sample]++;
-            }
-        }
-        out[i] = TrimmedMean(counts, pRule);
-    }
-}
-
 // ---- rules --------------------------------------------------------------------------------------
 
 // A window larger than any picture computes nothing, whatever its rule.
@@ -105,25 +40,23 @@ static DWORD WindowSize(int nSize)
     return nSize <= MOST_SIZE ? (DWORD)nSize : 0;
 }
 
-// Kernel null: the result is one of the window's samples.
-static HGLOBAL RunSquare(NeighbourhoodRun run, const SquareRule *pRule, LineKernel kernel,
+// bPicks: the result is one of the window's samples.
+static HGLOBAL RunSquare(NeighbourhoodRun run, const SquareRule *pRule, int bPicks,
                          const RowKernel *pRows, HGLOBAL hDib, int width, int height, int nSize,
                          int bProgress)
 {
     NeighbourhoodFilter filter = SquareFilter(nSize);
-    filter.Kernel = kernel;
-    filter.bKeepsLevels = kernel == NULL;
+    filter.bKeepsLevels = bPicks;
     filter.pRowKernel = pRows;
     filter.pParameters = pRule;
     return run(&filter, hDib, width, height, bProgress);
 }
 
-// combine null: one of the two extremes alone.
-static HGLOBAL RunExtreme(NeighbourhoodRun run, int extreme, BYTE (*combine)(int, int),
-                          HGLOBAL hDib, int width, int height, int nSize, int bProgress)
+static HGLOBAL RunExtreme(NeighbourhoodRun run, int extreme, HGLOBAL hDib, int width, int height,
+                          int nSize, int bProgress)
 {
-    const SquareRule rule = {WindowSize(nSize), 0, combine};
-    return RunSquare(run, &rule, combine != NULL ? ScanWindows : NULL,
+    const SquareRule rule = {WindowSize(nSize), 0};
+    return RunSquare(run, &rule, extreme == EXTREME_MINIMUM || extreme == EXTREME_MAXIMUM,
                      &g_pExtremeKernels->rows[extreme], hDib, width, height, nSize, bProgress);
 }
 
@@ -140,7 +73,7 @@ static const RowKernel *ChooseRows(const RowKernel *pNetworks, const RowKernel *
 static HGLOBAL RunMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, int height, int nSize,
                          int bProgress)
 {
-    const SquareRule rule = {WindowSize(nSize), 0, NULL};
+    const SquareRule rule = {WindowSize(nSize), 0};
     const HistogramKernels *pHistograms = g_pHistogramKernels;
     const RowKernel *pRows = ChooseRows(g_pNetworkKernels->median, &pHistograms->median,
                                         &pHistograms->wideMedian, nSize);
@@ -148,17 +81,17 @@ static HGLOBAL RunMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, int heig
         // A single sample is its own median, and minimum.
         pRows = &g_pExtremeKernels->rows[EXTREME_MINIMUM];
     }
-    return RunSquare(run, &rule, NULL, pRows, hDib, width, height, nSize, bProgress);
+    return RunSquare(run, &rule, 1, pRows, hDib, width, height, nSize, bProgress);
 }
 
 static HGLOBAL RunTrimmedMean(NeighbourhoodRun run, HGLOBAL hDib, int width, int height, int nSize,
                               int nTrim, int bProgress)
 {
-    const SquareRule rule = {WindowSize(nSize), (DWORD)nTrim, NULL};
+    const SquareRule rule = {WindowSize(nSize), (DWORD)nTrim};
     const HistogramKernels *pHistograms = g_pHistogramKernels;
     const RowKernel *pRows = ChooseRows(g_pNetworkKernels->trimmedMean, &pHistograms->trimmedMean,
                                         &pHistograms->wideTrimmedMean, nSize);
-    return RunSquare(run, &rule, CountWindows, pRows, hDib, width, height, nSize, bProgress);
+    return RunSquare(run, &rule, 0, pRows, hDib, width, height, nSize, bProgress);
 }
 
 // A total weight of 1 has a single sample. Else the first one is left out: it counts once less.
@@ -211,25 +144,25 @@ static HGLOBAL RunWeightedMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, 
 
 HGLOBAL MinimumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height, nSize,
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MINIMUM, hDib, width, height, nSize,
                       bProgress);
 }
 
 HGLOBAL MinimumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MINIMUM, NULL, hDib, width, height, nSize,
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MINIMUM, hDib, width, height, nSize,
                       bProgress);
 }
 
 HGLOBAL MaximumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height, nSize,
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MAXIMUM, hDib, width, height, nSize,
                       bProgress);
 }
 
 HGLOBAL MaximumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MAXIMUM, NULL, hDib, width, height, nSize,
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MAXIMUM, hDib, width, height, nSize,
                       bProgress);
 }
 
@@ -245,25 +178,25 @@ HGLOBAL MedianFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProg
 
 HGLOBAL MidpointFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MIDPOINT, Midpoint, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MIDPOINT, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL MidpointFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MIDPOINT, Midpoint, hDib, width, height,
-                      nSize, bProgress);
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_MIDPOINT, hDib, width, height, nSize,
+                      bProgress);
 }
 
 HGLOBAL RangeFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_RANGE, Range, hDib, width, height, nSize,
+    return RunExtreme(FilterGrayNeighbourhood, EXTREME_RANGE, hDib, width, height, nSize,
                       bProgress);
 }
 
 HGLOBAL RangeFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
 {
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_RANGE, Range, hDib, width, height, nSize,
+    return RunExtreme(FilterColorNeighbourhood, EXTREME_RANGE, hDib, width, height, nSize,
                       bProgress);
 }
 

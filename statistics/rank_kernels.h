@@ -11,8 +11,7 @@
 // An n x n window, n from 1 to 46340 (a larger one fits no picture).
 struct SquareRule {
     DWORD nSize;
-    DWORD nTrim;                                  // samples left out at either end
-    BYTE (*Combine)(int nLowest, int nGreatest);  // of both extremes; for single windows
+    DWORD nTrim;  // samples left out at either end
 };
 
 // The sample of rank nRank (from 1) where each position counts as often as its weight says.

@@ -86,7 +86,7 @@ static void RunRowCase(const RowCase &c, const char *pLevel, size_t size, size_t
                        size_t nRows, size_t step, unsigned nSeed)
 {
     const DWORD nTrim = c.rank == TRIMMED ? (DWORD)(nSeed % (size * size / 2)) : 0;
-    const SquareRule rule = {(DWORD)size, nTrim, NULL};
+    const SquareRule rule = {(DWORD)size, nTrim};
     NeighbourhoodFilter filter = {};
     filter.nRows = filter.nColumns = (int)size;
     filter.pParameters = &rule;
