@@ -109,13 +109,13 @@ HGLOBAL VEXAFILTER_API Convert8bitto24(HGLOBAL hDib);
 #define LUT_FREE 32
 
 /*
- * The counts of the bytes in a viewport of 256 x 256 pixels (less in a smaller image), as a block of
- * 256 unsigned 16-bit numbers, which wrap. LUT_CREATE: a new block of zeros; the other arguments are
- * not used. LUT_COMPUTE: brings hHistogram to the viewport whose upper left corner is column
- * pOrigin[0] and row pOrigin[1] from the top, moved into the image if necessary, and returns it; a
- * move of at most 128 pixels counts only what has changed. The position that a move starts from
- * belongs to the calling thread: create the histogram on the thread that computes it, and create a
- * new one for another image. LUT_FREE: frees hHistogram and returns null.
+ * The counts of the bytes in a viewport of 256 x 256 pixels (less in a smaller image), as a block
+ * of 256 unsigned 16-bit numbers, which wrap. LUT_CREATE: a new block of zeros; the other
+ * arguments are not used. LUT_COMPUTE: brings hHistogram to the viewport whose upper left corner
+ * is column pOrigin[0] and row pOrigin[1] from the top, moved into the image if necessary, and
+ * returns it; a move of at most 128 pixels counts only what has changed. The position that a move
+ * starts from belongs to the calling thread: create the histogram on the thread that computes it,
+ * and create a new one for another image. LUT_FREE: frees hHistogram and returns null.
  */
 HGLOBAL VEXAFILTER_API ComputeHistogram(HGLOBAL hDib, int nOperation, HGLOBAL hHistogram,
                                         int *pOrigin, int *pError);
@@ -130,9 +130,9 @@ HGLOBAL VEXAFILTER_API ComputeLUT(HGLOBAL hHistogram, int nOperation, HGLOBAL hT
                                   int brightness, int *pError);
 
 /*
- * Takes an 8-bit image through a table: the brightness of each pixel's colour is looked up, and the
- * image becomes a gray one. bMakeCopy: in a new image; 0: in hDib itself, which is returned and must
- * have at least 256 colours.
+ * Takes an 8-bit image through a table: the brightness of each pixel's colour is looked up, and
+ * the image becomes a gray one. bMakeCopy: in a new image; 0: in hDib itself, which is returned
+ * and must have at least 256 colours.
  */
 HGLOBAL VEXAFILTER_API ApplyLUT(HGLOBAL hDib, HGLOBAL hTable, int bMakeCopy, int *pError);
 
@@ -152,11 +152,11 @@ HGLOBAL VEXAFILTER_API ApplyLUT(HGLOBAL hDib, HGLOBAL hTable, int bMakeCopy, int
 #define ARITH_LOG 12
 
 /*
- * Combines the stored values of two images of the same width, height and depth (1, 4, 8 or 24 bits),
- * not their colours. The result has the first one's header and colour table. Which bytes count as
- * signed differs by operation and depth. Null: an unknown operation, ARITH_EXP or ARITH_LOG, images
- * that differ in shape, more than 65535 rows or bytes in a row, and whatever makes a filter fail.
- * GetLastFilterError does not tell of these two exports, but for -1.
+ * Combines the stored values of two images of the same width, height and depth (1, 4, 8 or 24
+ * bits), not their colours. The result has the first one's header and colour table. Which bytes
+ * count as signed differs by operation and depth. Null: an unknown operation, ARITH_EXP or
+ * ARITH_LOG, images that differ in shape, more than 65535 rows or bytes in a row, and whatever
+ * makes a filter fail. GetLastFilterError does not tell of these two exports, but for -1.
  */
 HGLOBAL VEXAFILTER_API ArithmeticDIB(int nOperation, HGLOBAL hFirst, HGLOBAL hSecond, UINT mode,
                                      HWND hParent);
@@ -198,10 +198,10 @@ HGLOBAL VEXAFILTER_API FilterGauss(HGLOBAL hDib, UINT mode, HWND hParent);
 /* ---- rank filters; docs/statistics.md ------------------------------------------------------ */
 
 /*
- * Each makes a pixel an order statistic of the nSize x nSize pixels around it (1 or more): nSize / 2
- * rows above and columns left of it, so an even window reaches one further up and left. Pixels whose
- * window leaves the picture are copied; so is a picture smaller than the window. nSize below 1
- * returns null. Time hardly depends on nSize.
+ * Each makes a pixel an order statistic of the nSize x nSize pixels around it (1 or more): nSize /
+ * 2 rows above and columns left of it, so an even window reaches one further up and left. Pixels
+ * whose window leaves the picture are copied; so is a picture smaller than the window. nSize below
+ * 1 returns null. Time hardly depends on nSize.
  */
 
 /* The darkest sample of the window. */
@@ -223,19 +223,20 @@ HGLOBAL VEXAFILTER_API FilterMidpoint(HGLOBAL hDib, int nSize, UINT mode, HWND h
 HGLOBAL VEXAFILTER_API FilterRange(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
 
 /*
- * The mean, rounded, of what is left of the window's sorted samples when the nTrim darkest and the
- * nTrim brightest are left out. Null unless 0 <= nTrim < nSize x nSize / 2.
+ * The alpha-trimmed mean (Bednar and Watt 1984): the mean, rounded, of what is left of the
+ * window's sorted samples when the nTrim darkest and the nTrim brightest are left out. Null unless
+ * 0 <= nTrim < nSize x nSize / 2.
  */
 HGLOBAL VEXAFILTER_API FilterAlphaTrimmedMean(HGLOBAL hDib, int nSize, int nTrim, UINT mode,
                                               HWND hParent);
 
 /*
- * The median where each sample counts as often as its weight in a mask says; the first one, column
- * by column, is left out once. Null stands for 3 x 3 pixels whose middle column counts three times.
- * Mind the order of the mask's origin fields (FilterMask). A pixel is computed when the whole mask
- * and one row below it and one column right of it lie inside the picture. The dialog edits the
- * default mask: what it changes counts only if pMask is null. A mask that has no positions, more
- * than 16777216, a null column or only weights of 0 returns null.
+ * The weighted median (Brownrigg 1984), where each sample counts as often as its weight in a mask
+ * says; the first one, column by column, is left out once. Null stands for 3 x 3 pixels whose
+ * middle column counts three times. Mind the order of the mask's origin fields (FilterMask). A
+ * pixel is computed when the whole mask and one row below it and one column right of it lie inside
+ * the picture. The dialog edits the default mask: what it changes counts only if pMask is null. A
+ * mask that has no positions, more than 16777216, a null column or only weights of 0 returns null.
  */
 HGLOBAL VEXAFILTER_API FilterWeightedMedian(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
                                             HWND hParent);
@@ -256,16 +257,18 @@ HGLOBAL VEXAFILTER_API FilterGeometricMean(HGLOBAL hDib, int nSize, UINT mode, H
 HGLOBAL VEXAFILTER_API FilterHarmonicMean(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
 
 /*
- * The contra-harmonic mean: the sum of the samples' powers nOrder + 1 by that of the powers nOrder.
- * A positive order removes dark specks, a negative one bright ones, and then a sample of 0 makes
- * the pixel 0. Order 0 is the arithmetic mean, -1 the harmonic one.
+ * The contra-harmonic mean (Pitas and Venetsanopoulos 1986): the sum of the samples' powers nOrder
+ * + 1 by that of the powers nOrder. A positive order removes dark specks, a negative one bright
+ * ones, and then a sample of 0 makes the pixel 0. Order 0 is the arithmetic mean, -1 the harmonic
+ * one.
  */
 HGLOBAL VEXAFILTER_API FilterContraHarmonicMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode,
                                                 HWND hParent);
 
 /*
- * The mean of order nOrder: the root of that order of the mean of the samples' powers. With a
- * negative order a sample of 0 makes the pixel 0. Order 0 returns null.
+ * The Yp mean (Kundu, Mitra, Vaidyanathan 1984), of order nOrder: the root of that order of the
+ * mean of the samples' powers. With a negative order a sample of 0 makes the pixel 0. Order 0
+ * returns null.
  */
 HGLOBAL VEXAFILTER_API FilterYpMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode, HWND hParent);
 
@@ -278,18 +281,18 @@ HGLOBAL VEXAFILTER_API FilterWeightedMean(HGLOBAL hDib, const FilterMask *pMask,
                                           HWND hParent);
 
 /*
- * The double-window modified trimmed mean: of the nLargeSize x nLargeSize pixels around a pixel,
- * the mean of those that differ by at most nTrimLevel from the median of the inner
- * nSmallSize x nSmallSize. Null unless 1 <= nSmallSize <= nLargeSize. A negative nTrimLevel leaves
- * nothing to average: every pixel with a whole window becomes 0.
+ * The double-window modified trimmed mean (Lee and Kassam 1985): of the nLargeSize x nLargeSize
+ * pixels around a pixel, the mean of those that differ by at most nTrimLevel from the median of
+ * the inner nSmallSize x nSmallSize. Null unless 1 <= nSmallSize <= nLargeSize. A negative
+ * nTrimLevel leaves nothing to average: every pixel with a whole window becomes 0.
  */
 HGLOBAL VEXAFILTER_API FilterAdaptiveDWMTM(HGLOBAL hDib, int nSmallSize, int nLargeSize,
                                            int nTrimLevel, UINT mode, HWND hParent);
 
 /*
- * Pulls a pixel towards the mean of its window by nNoiseVariance over the window's variance,
- * rounded. The ratio is not limited: where it exceeds 1 the pixel overshoots the mean. A negative
- * variance sharpens.
+ * Minimum mean square error (Lee 1980): pulls a pixel towards the mean of its window by
+ * nNoiseVariance over the window's variance, rounded. The ratio is not limited: where it exceeds 1
+ * the pixel overshoots the mean. A negative variance sharpens.
  */
 HGLOBAL VEXAFILTER_API FilterAdaptiveMMSE(HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode,
                                           HWND hParent);
@@ -323,8 +326,8 @@ HGLOBAL VEXAFILTER_API FilterPosterizing(HGLOBAL hDib, int nLevels, UINT mode, H
 /*
  * Remaps nInLow..nInMid..nInHigh to nOutLow..nOutHigh, spreading the levels that the picture has
  * evenly, by their rank. All five are 0 to 255, each range in order, nInMid inside the first.
- * nChannel: 0 all channels, each by its own levels, 1 blue, 2 green, 3 red; of no meaning for a gray
- * picture. The dialog gets the image and a pointer to each of the six parameters.
+ * nChannel: 0 all channels, each by its own levels, 1 blue, 2 green, 3 red; of no meaning for a
+ * gray picture. The dialog gets the image and a pointer to each of the six parameters.
  */
 HGLOBAL VEXAFILTER_API FilterLevels(HGLOBAL hDib, int nInLow, int nInHigh, int nInMid, int nOutLow,
                                     int nOutHigh, int nChannel, UINT mode, HWND hParent);
@@ -336,8 +339,8 @@ HGLOBAL VEXAFILTER_API FilterLevels(HGLOBAL hDib, int nInLow, int nInHigh, int n
 HGLOBAL VEXAFILTER_API FilterAutoLevels(HGLOBAL hDib, int nClipPercent, UINT mode, HWND hParent);
 
 /*
- * The absolute difference to a neighbour. nDirection, of which the low byte counts: 0 left, 1 above,
- * 2 above left, 3 above right. Pixels without that neighbour come out 0.
+ * The absolute difference to a neighbour. nDirection, of which the low byte counts: 0 left, 1
+ * above, 2 above left, 3 above right. Pixels without that neighbour come out 0.
  */
 HGLOBAL VEXAFILTER_API FilterDifference(HGLOBAL hDib, UINT nDirection, UINT mode, HWND hParent);
 
