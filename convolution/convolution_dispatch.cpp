@@ -9,9 +9,7 @@ const MeanKernels *g_pMeanKernels = &sse2::MEAN_KERNELS;
 
 void ChooseConvolutionKernels(unsigned cpuFeatures)
 {
-    if (!(cpuFeatures & CPU_AVX2)) {
-        return;
-    }
-    g_pWeightedKernels = &avx2::WEIGHTED_KERNELS;
-    g_pMeanKernels = &avx2::MEAN_KERNELS;
+    const bool bAvx2 = (cpuFeatures & CPU_AVX2) != 0;
+    g_pWeightedKernels = bAvx2 ? &avx2::WEIGHTED_KERNELS : &sse2::WEIGHTED_KERNELS;
+    g_pMeanKernels = bAvx2 ? &avx2::MEAN_KERNELS : &sse2::MEAN_KERNELS;
 }

@@ -4,19 +4,17 @@
 
 #include "convolution/convolution_kernels.h"
 #include "frame/levels.h"
-#include "platform/cpu.h"
+#include "point/arithmetic_kernels.h"
 #include "statistics/mean_kernels.h"
 #include "statistics/rank_kernels.h"
-#include "point/arithmetic_kernels.h"
 #include "tonal/tonal_kernels.h"
 
-void ChooseKernels(void)
+void ChooseKernels(unsigned cpuFeatures)
 {
-    const unsigned features = DetectCpuFeatures();
-    ChooseLevelKernels(features);
-    ChooseConvolutionKernels(features);
-    ChoosePixelMeanKernels(features);
-    ChooseRankKernels(features);
-    ChoosePointKernels(features);
-    ChooseTonalKernels(features);
+    ChooseLevelKernels(cpuFeatures);
+    ChooseConvolutionKernels(cpuFeatures);
+    ChoosePointKernels(cpuFeatures);
+    ChooseTonalKernels(cpuFeatures);
+    ChooseRankKernels(cpuFeatures);
+    ChoosePixelMeanKernels(cpuFeatures);
 }

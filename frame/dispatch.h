@@ -2,6 +2,7 @@
 #ifndef FRAME_DISPATCH_H
 #define FRAME_DISPATCH_H
 
-void ChooseKernels(void);
+// cpuFeatures: DetectCpuFeatures(), or 0 for the base level.
+void ChooseKernels(unsigned cpuFeatures);
 
 #endif

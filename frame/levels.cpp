@@ -8,9 +8,8 @@ const MapKernels *g_pMapKernels = &sse2::MAP_KERNELS;
 
 void ChooseLevelKernels(unsigned cpuFeatures)
 {
-    if (cpuFeatures & CPU_AVX2) {
-        g_pMapKernels = &avx2::MAP_KERNELS;
-    }
+    const bool bAvx2 = (cpuFeatures & CPU_AVX2) != 0;
+    g_pMapKernels = bAvx2 ? &avx2::MAP_KERNELS : &sse2::MAP_KERNELS;
 }
 
 void MapBytes(const BYTE table[GRAY_LEVELS], const BYTE *src, BYTE *dst, size_t count)

@@ -11,6 +11,7 @@
 
 #include "VexaFilter.h"
 #include "dispatch.h"
+#include "platform/cpu.h"
 
 static const char VERSION_TEXT[] = "Version 10.75";
 
@@ -58,7 +59,7 @@ static BOOL AttachProcess(HINSTANCE hInstance)
         TlsFree(g_nStateSlot);
         return FALSE;
     }
-    ChooseKernels();
+    ChooseKernels(DetectCpuFeatures());
     AttachThread();
     return TRUE;
 }

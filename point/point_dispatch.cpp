@@ -8,7 +8,6 @@ const ArithmeticKernels *g_pArithmeticKernels = &sse2::ARITHMETIC_KERNELS;
 
 void ChoosePointKernels(unsigned cpuFeatures)
 {
-    if (cpuFeatures & CPU_AVX2) {
-        g_pArithmeticKernels = &avx2::ARITHMETIC_KERNELS;
-    }
+    const bool bAvx2 = (cpuFeatures & CPU_AVX2) != 0;
+    g_pArithmeticKernels = bAvx2 ? &avx2::ARITHMETIC_KERNELS : &sse2::ARITHMETIC_KERNELS;
 }

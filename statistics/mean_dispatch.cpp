@@ -10,11 +10,7 @@ const AdaptiveKernels *g_pAdaptiveKernels = &sse2::ADAPTIVE_KERNELS;
 
 void ChoosePixelMeanKernels(unsigned cpuFeatures)
 {
-    g_pPixelMeanKernels = &sse2::PIXEL_MEAN_KERNELS;
-    g_pAdaptiveKernels = &sse2::ADAPTIVE_KERNELS;
-    if (!(cpuFeatures & CPU_AVX2)) {
-        return;
-    }
-    g_pPixelMeanKernels = &avx2::PIXEL_MEAN_KERNELS;
-    g_pAdaptiveKernels = &avx2::ADAPTIVE_KERNELS;
+    const bool bAvx2 = (cpuFeatures & CPU_AVX2) != 0;
+    g_pPixelMeanKernels = bAvx2 ? &avx2::PIXEL_MEAN_KERNELS : &sse2::PIXEL_MEAN_KERNELS;
+    g_pAdaptiveKernels = bAvx2 ? &avx2::ADAPTIVE_KERNELS : &sse2::ADAPTIVE_KERNELS;
 }

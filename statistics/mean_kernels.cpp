@@ -378,7 +378,7 @@ static void OrderedBlock(BYTE *pMemory, const OrderedLayout *pLayout, const Mean
                          size_t start, size_t step, BYTE *out, size_t count)
 {
     const double *sums[2] = {NULL, NULL};
-    if (pRule->finish == FINISH_MEAN && pRule->dSamples * GRAY_LEVELS <= 1 << 24) {
+    if (pRule->finish == FINISH_MEAN && pRule->dSamples * (double)GRAY_LEVELS <= 1 << 24) {
         FloatMeans(SumWhole(pMemory, pLayout, pRule, 0, start, step, count), (float)pRule->dSamples,
                    out, count);
         return;

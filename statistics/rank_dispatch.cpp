@@ -11,11 +11,9 @@ const SelectionKernels *g_pSelectionKernels = &sse2::SELECTION_KERNELS;
 
 void ChooseRankKernels(unsigned cpuFeatures)
 {
-    if (!(cpuFeatures & CPU_AVX2)) {
-        return;
-    }
-    g_pExtremeKernels = &avx2::EXTREME_KERNELS;
-    g_pNetworkKernels = &avx2::NETWORK_KERNELS;
-    g_pHistogramKernels = &avx2::HISTOGRAM_KERNELS;
-    g_pSelectionKernels = &avx2::SELECTION_KERNELS;
+    const bool bAvx2 = (cpuFeatures & CPU_AVX2) != 0;
+    g_pExtremeKernels = bAvx2 ? &avx2::EXTREME_KERNELS : &sse2::EXTREME_KERNELS;
+    g_pNetworkKernels = bAvx2 ? &avx2::NETWORK_KERNELS : &sse2::NETWORK_KERNELS;
+    g_pHistogramKernels = bAvx2 ? &avx2::HISTOGRAM_KERNELS : &sse2::HISTOGRAM_KERNELS;
+    g_pSelectionKernels = bAvx2 ? &avx2::SELECTION_KERNELS : &sse2::SELECTION_KERNELS;
 }

@@ -8,7 +8,6 @@ const TonalKernels *g_pTonalKernels = &sse2::TONAL_KERNELS;
 
 void ChooseTonalKernels(unsigned cpuFeatures)
 {
-    if (cpuFeatures & CPU_AVX2) {
-        g_pTonalKernels = &avx2::TONAL_KERNELS;
-    }
+    const bool bAvx2 = (cpuFeatures & CPU_AVX2) != 0;
+    g_pTonalKernels = bAvx2 ? &avx2::TONAL_KERNELS : &sse2::TONAL_KERNELS;
 }
