@@ -1,8 +1,8 @@
 // The mean and adaptive filters: small pictures by hand, then every filter against the plain
 // definition, then what the exports refuse, fail on and show their dialogs.
 
-#include "host.h"
 #include "reference/windows.h"
+#include "window_calls.h"
 
 #include <gtest/gtest.h>
 
@@ -15,78 +15,26 @@
 
 enum Mean { GEOMETRIC, HARMONIC, CONTRA, YP, WEIGHTED, DWMTM, MMSE };
 
-// The parameters in the order of the export. Weighted: the mask's weights row by row; none: no
-// mask.
-struct MeanCall {
-    Mean mean;
-    int p[3];
-    std::vector<BYTE> weights;
-    int rows, columns, row, column;
-};
-
-static MeanCall Call(Mean mean, int first, int second = 0, int third = 0)
+static HGLOBAL Make(const WindowCall &call, HGLOBAL hDib, UINT mode)
 {
-    return {mean, {first, second, third}, {}, 0, 0, 0, 0};
-}
-
-static MeanCall Masked(int rows, int columns, int row, int column, const std::vector<BYTE> &weights)
-{
-    return {WEIGHTED, {0, 0, 0}, weights, rows, columns, row, column};
-}
-
-static HGLOBAL CallWeightedMean(const MeanCall &call, HGLOBAL hDib, UINT mode, HWND hParent)
-{
-    std::vector<Bytes> runs((size_t)call.columns, Bytes((size_t)call.rows));
-    std::vector<BYTE *> elements;
-    if (call.weights.empty()) {
-        return FilterWeightedMean(hDib, NULL, mode, hParent);
-    }
-    for (size_t i = 0; i < runs.size(); i++) {
-        for (size_t j = 0; j < runs[i].size(); j++) {
-            runs[i][j] = call.weights[j * runs.size() + i];
-        }
-        elements.push_back(runs[i].data());
-    }
-    // The origin fields are crossed.
-    const FilterMask mask = {elements.data(), call.rows, call.columns, call.row, call.column};
-    return FilterWeightedMean(hDib, &mask, mode, hParent);
-}
-
-static MeanCall g_call;
-
-static HGLOBAL VEXAFILTER_API MakeCall(HGLOBAL hDib, int, UINT mode, HWND hParent)
-{
-    const int *p = g_call.p;
-    switch (g_call.mean) {
+    const int *p = call.p;
+    switch (call.filter) {
     case GEOMETRIC:
-        return FilterGeometricMean(hDib, p[0], mode, hParent);
+        return FilterGeometricMean(hDib, p[0], mode, NULL);
     case HARMONIC:
-        return FilterHarmonicMean(hDib, p[0], mode, hParent);
+        return FilterHarmonicMean(hDib, p[0], mode, NULL);
     case CONTRA:
-        return FilterContraHarmonicMean(hDib, p[0], p[1], mode, hParent);
+        return FilterContraHarmonicMean(hDib, p[0], p[1], mode, NULL);
     case YP:
-        return FilterYpMean(hDib, p[0], p[1], mode, hParent);
+        return FilterYpMean(hDib, p[0], p[1], mode, NULL);
     case WEIGHTED:
-        return CallWeightedMean(g_call, hDib, mode, hParent);
+        return CallWithMask(FilterWeightedMean, call, hDib, mode);
     case DWMTM:
-        return FilterAdaptiveDWMTM(hDib, p[0], p[1], p[2], mode, hParent);
+        return FilterAdaptiveDWMTM(hDib, p[0], p[1], p[2], mode, NULL);
     case MMSE:
     default:
-        return FilterAdaptiveMMSE(hDib, p[0], p[1], mode, hParent);
+        return FilterAdaptiveMMSE(hDib, p[0], p[1], mode, NULL);
     }
-}
-
-static const FilterExport CALLER = {LAPLACE, "mean", NULL, MakeCall, NULL};
-
-static std::string CheckMean(const MeanCall &call, const Bytes &dib, UINT mode,
-                             const Expected &want)
-{
-    g_call = call;
-    const std::string fault = Check(CALLER, dib, call.p[0], mode, NULL, want);
-    return fault.empty()
-               ? ""
-               : "filter " + std::to_string(call.mean) + ", second " + std::to_string(call.p[1]) +
-                     ", third " + std::to_string(call.p[2]) + ", " + fault;
 }
 
 // ---- the plain definitions ----------------------------------------------------------------------
@@ -134,7 +82,7 @@ static float PowerSum(const std::vector<int> &samples, double power)
 
 static int ContraLevel(const std::vector<int> &samples, const void *p)
 {
-    const int nOrder = ((const MeanCall *)p)->p[1];
+    const int nOrder = ((const WindowCall *)p)->p[1];
     const double above = PowerSum(samples, (double)nOrder + 1);
     const double below = PowerSum(samples, nOrder);
     return (nOrder < 0 && HasZero(samples)) || below == 0 ? 0 : Truncated(above / below);
@@ -142,7 +90,7 @@ static int ContraLevel(const std::vector<int> &samples, const void *p)
 
 static int YpLevel(const std::vector<int> &samples, const void *p)
 {
-    const int nOrder = ((const MeanCall *)p)->p[1];
+    const int nOrder = ((const WindowCall *)p)->p[1];
     const double sum = PowerSum(samples, nOrder);
     if ((nOrder < 0 && HasZero(samples)) || sum == 0) {
         return 0;
@@ -152,7 +100,7 @@ static int YpLevel(const std::vector<int> &samples, const void *p)
 
 static int WeightedLevel(const std::vector<int> &samples, const void *p)
 {
-    const std::vector<BYTE> &weights = ((const MeanCall *)p)->weights;
+    const std::vector<BYTE> &weights = ((const WindowCall *)p)->weights;
     long long sum = 0, total = 0;
     for (size_t i = 0; i < samples.size(); i++) {
         const int weight = weights.empty() ? 1 : weights[i];
@@ -164,7 +112,7 @@ static int WeightedLevel(const std::vector<int> &samples, const void *p)
 
 static int TrimmedLevel(const std::vector<int> &samples, const void *p)
 {
-    const int *sizes = ((const MeanCall *)p)->p;
+    const int *sizes = ((const WindowCall *)p)->p;
     const int inset = sizes[1] / 2 - sizes[0] / 2;
     std::vector<int> small;
     for (int k = 0; k < sizes[0]; k++) {
@@ -186,7 +134,7 @@ static int TrimmedLevel(const std::vector<int> &samples, const void *p)
 
 static int MmseLevel(const std::vector<int> &samples, const void *p)
 {
-    const int *sizes = ((const MeanCall *)p)->p;
+    const int *sizes = ((const WindowCall *)p)->p;
     const int own = samples[(size_t)(sizes[0] / 2 * sizes[0] + sizes[0] / 2)];
     long long sum = 0, squares = 0;
     for (int s : samples) {
@@ -200,29 +148,24 @@ static int MmseLevel(const std::vector<int> &samples, const void *p)
     return Truncated((variance == 0 ? mean : own * (1.0 - ratio) + ratio * mean) + 0.5);
 }
 
-static Expected ExpectMean(const MeanCall &call, const Bytes &dib)
+static Expected ExpectMean(const WindowCall &call, const Bytes &dib)
 {
     static int (*const LEVELS[])(const std::vector<int> &, const void *) = {
         GeometricLevel, HarmonicLevel, ContraLevel, YpLevel,
         WeightedLevel,  TrimmedLevel,  MmseLevel};
-    WindowFilter filter = call.mean == DWMTM      ? SquareWindow(call.p[1])
-                          : call.mean != WEIGHTED ? SquareWindow(call.p[0])
+    WindowFilter filter = call.filter == DWMTM      ? SquareWindow(call.p[1])
+                          : call.filter != WEIGHTED ? SquareWindow(call.p[0])
                           : call.weights.empty()
                               ? MaskWindow(3, 3, 1, 1)
                               : MaskWindow(call.rows, call.columns, call.row, call.column);
-    filter.Level = LEVELS[call.mean];
+    filter.Level = LEVELS[call.filter];
     filter.pParameters = &call;
     return ExpectWindows(filter, dib);
 }
 
-// ---- by hand ------------------------------------------------------------------------------------
+static const WindowFamily MEANS = {Make, ExpectMean};
 
-struct Literal {
-    const char *pName;
-    MeanCall call;
-    int width, height;
-    std::vector<int> source, want;
-};
+// ---- by hand ------------------------------------------------------------------------------------
 
 static std::vector<int> Flat(int level, size_t count)
 {
@@ -274,9 +217,9 @@ static const Literal LITERALS[] = {
     {"the manual's example, Yp", Call(YP, 3, 2), 3, 3, FORTY, Middle(FORTY, 7)},
     {"the manual's example, double window", Call(DWMTM, 1, 3, 2), 3, 3, FORTY, Middle(FORTY, 4)},
     {"the manual's example, mean square error", Call(MMSE, 3, 8), 3, 3, FORTY, Middle(FORTY, 5)},
-    {"the mask's origin fields are crossed", Masked(1, 2, 0, 1, {0, 1}), 3, 2,
+    {"the mask's origin fields are crossed", Masked(WEIGHTED, 1, 2, 0, 1, {0, 1}), 3, 2,
      {1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}},
-    {"a mask shifts the picture", Masked(1, 2, 0, 0, {0, 1}), 4, 2,
+    {"a mask shifts the picture", Masked(WEIGHTED, 1, 2, 0, 0, {0, 1}), 4, 2,
      {1, 2, 3, 4, 5, 6, 7, 8}, {2, 3, 3, 4, 5, 6, 7, 8}},
     {"the small window's median chooses", Call(DWMTM, 1, 3, 2), 3, 3,
      {9, 9, 9, 7, 5, 3, 5, 6, 4}, {9, 9, 9, 7, 5, 3, 5, 6, 4}},
@@ -292,31 +235,16 @@ static const Literal LITERALS[] = {
 
 TEST(Mean, SmallPicturesComeOutAsComputedByHand)
 {
-    for (const Literal &t : LITERALS) {
-        for (int bits : {8, 24}) {
-            const Expected want = ExpectBlock(MakeLevels(t.width, t.height, bits, t.want));
-            const Bytes source = MakeLevels(t.width, t.height, bits, t.source);
-            EXPECT_EQ("", CheckMean(t.call, source, 0, want)) << t.pName << ", " << bits << " bits";
-        }
+    for (const Literal &literal : LITERALS) {
+        CompareLiteral(MEANS, literal);
     }
 }
 
 // ---- against the plain definitions --------------------------------------------------------------
 
-static std::vector<BYTE> RandomWeights(size_t count, unsigned seed, unsigned limit)
+static std::vector<WindowCall> CallsOfSize(int n)
 {
-    std::vector<BYTE> weights(count);
-    for (BYTE &weight : weights) {
-        seed = seed * 1664525 + 1013904223;
-        weight = (BYTE)((seed >> 16) % limit);
-    }
-    weights[0] = 1;
-    return weights;
-}
-
-static std::vector<MeanCall> CallsOfSize(int n)
-{
-    std::vector<MeanCall> calls = {Call(GEOMETRIC, n), Call(HARMONIC, n)};
+    std::vector<WindowCall> calls = {Call(GEOMETRIC, n), Call(HARMONIC, n)};
     for (int order : {-40, -3, -2, -1, 0, 1, 2, 3, 17, 130, INT_MAX, INT_MIN}) {
         calls.push_back(Call(CONTRA, n, order));
     }
@@ -334,46 +262,33 @@ static std::vector<MeanCall> CallsOfSize(int n)
         }
     }
     const size_t count = (size_t)n * (size_t)n;
-    calls.push_back(Masked(n, n, n / 2, n / 2, std::vector<BYTE>(count, 7)));
-    calls.push_back(Masked(n, n, 0, n - 1, RandomWeights(count, (unsigned)n, 3)));
-    calls.push_back(Masked(n, n, n, -1, RandomWeights(count, (unsigned)n + 1, 256)));
+    calls.push_back(Masked(WEIGHTED, n, n, n / 2, n / 2, std::vector<BYTE>(count, 7)));
+    calls.push_back(Masked(WEIGHTED, n, n, 0, n - 1, RandomWeights(count, (unsigned)n, 3)));
+    calls.push_back(Masked(WEIGHTED, n, n, n, -1, RandomWeights(count, (unsigned)n + 1, 256)));
     return calls;
 }
 
-static std::vector<MeanCall> MaskCalls(void)
+static std::vector<WindowCall> MaskCalls(void)
 {
     return {Call(WEIGHTED, 0),
-            Masked(1, 1, 0, 0, {255}),
-            Masked(3, 2, 1, 0, {1, 2, 3, 4, 0, 250}),
-            Masked(2, 5, -2, 3, RandomWeights(10, 1, 256)),
-            Masked(4, 1, 9, -1, RandomWeights(4, 2, 256)),
-            Masked(5, 3, 2, 7, std::vector<BYTE>(15, 255)),
-            Masked(3, 3, INT_MAX, 1, RandomWeights(9, 3, 9)),
-            Masked(3, 3, 1, INT_MIN, RandomWeights(9, 4, 9)),
-            Masked(9, 9, 4, 4, RandomWeights(81, 5, 256))};
-}
-
-// Every call takes its turn on every kind of picture over the sizes.
-static void CompareSome(const std::vector<MeanCall> &calls, int width, int height, unsigned nSeed,
-                        size_t nTurns)
-{
-    for (const TestPicture &picture : EveryKind(width, height, nSeed)) {
-        const Bytes dib = MakeDib(picture);
-        for (size_t i = picture.nSeed % nTurns; i < calls.size(); i += nTurns) {
-            EXPECT_EQ("", CheckMean(calls[i], dib, 0, ExpectMean(calls[i], dib)))
-                << Describe(picture) << ", rows " << calls[i].rows << ", columns "
-                << calls[i].columns;
-        }
-    }
+            Masked(WEIGHTED, 1, 1, 0, 0, {255}),
+            Masked(WEIGHTED, 3, 2, 1, 0, {1, 2, 3, 4, 0, 250}),
+            Masked(WEIGHTED, 2, 5, -2, 3, RandomWeights(10, 1, 256)),
+            Masked(WEIGHTED, 4, 1, 9, -1, RandomWeights(4, 2, 256)),
+            Masked(WEIGHTED, 5, 3, 2, 7, std::vector<BYTE>(15, 255)),
+            Masked(WEIGHTED, 3, 3, INT_MAX, 1, RandomWeights(9, 3, 9)),
+            Masked(WEIGHTED, 3, 3, 1, INT_MIN, RandomWeights(9, 4, 9)),
+            Masked(WEIGHTED, 9, 9, 4, 4, RandomWeights(81, 5, 256))};
 }
 
 TEST(Mean, EveryFilterEqualsItsDefinitionOnTinyPictures)
 {
     for (int n : {1, 2, 3, 4, 5}) {
-        const std::vector<MeanCall> calls = CallsOfSize(n);
+        const std::vector<WindowCall> calls = CallsOfSize(n);
         for (int width = 1; width <= 7; width++) {
             for (int height = 1; height <= 7; height++) {
-                CompareSome(calls, width, height, (unsigned)(n * 1000 + width * 100 + height), 11);
+                CompareSome(MEANS, calls, width, height,
+                            (unsigned)(n * 1000 + width * 100 + height), 11);
             }
         }
     }
@@ -385,7 +300,7 @@ TEST(Mean, EveryFilterEqualsItsDefinitionOnLargerPictures)
                             {5, 31, 12},  {6, 13, 21},  {7, 40, 17},  {8, 21, 19},  {9, 70, 11},
                             {15, 33, 18}, {16, 18, 33}, {17, 30, 20}, {31, 36, 33}, {20, 19, 40}};
     for (const int *size : sizes) {
-        CompareSome(CallsOfSize(size[0]), size[1], size[2], (unsigned)(size[0] * 77), 3);
+        CompareSome(MEANS, CallsOfSize(size[0]), size[1], size[2], (unsigned)(size[0] * 77), 3);
     }
 }
 
@@ -393,13 +308,11 @@ TEST(Mean, EveryMaskEqualsItsDefinition)
 {
     static const int SIZES[][2] = {{12, 9}, {1, 30}, {40, 10}};
     for (const int *size : SIZES) {
-        CompareSome(MaskCalls(), size[0], size[1], (unsigned)size[0], 1);
+        CompareSome(MEANS, MaskCalls(), size[0], size[1], (unsigned)size[0], 1);
     }
 }
 
 // ---- what is refused ----------------------------------------------------------------------------
-
-static const DialogScript GO_ON = {true, true, false, false, 0, NULL, 0, NULL, 0, 0};
 
 struct MeanCalls : testing::Test {
     void SetUp() override
@@ -409,22 +322,23 @@ struct MeanCalls : testing::Test {
 };
 
 // One of each; larger sizes than any picture; and calls that no size makes good.
-static const std::vector<MeanCall> ONE_OF_EACH = {Call(GEOMETRIC, 3),
-                                                  Call(HARMONIC, 3),
-                                                  Call(CONTRA, 3, -1),
-                                                  Call(YP, 3, 3),
-                                                  Masked(2, 3, 0, 1, {1, 2, 3, 4, 5, 6}),
-                                                  Call(WEIGHTED, 0),
-                                                  Call(DWMTM, 3, 5, 20),
-                                                  Call(DWMTM, 3, 17, 20),
-                                                  Call(MMSE, 3, 50)};
+static const std::vector<WindowCall> ONE_OF_EACH = {
+    Call(GEOMETRIC, 3),
+    Call(HARMONIC, 3),
+    Call(CONTRA, 3, -1),
+    Call(YP, 3, 3),
+    Masked(WEIGHTED, 2, 3, 0, 1, {1, 2, 3, 4, 5, 6}),
+    Call(WEIGHTED, 0),
+    Call(DWMTM, 3, 5, 20),
+    Call(DWMTM, 3, 17, 20),
+    Call(MMSE, 3, 50)};
 
-static const std::vector<MeanCall> HUGE_WINDOWS = {
+static const std::vector<WindowCall> HUGE_WINDOWS = {
     Call(GEOMETRIC, INT_MAX),        Call(HARMONIC, INT_MAX - 1), Call(CONTRA, 65536, 2),
     Call(YP, INT_MAX, -3),           Call(MMSE, 65537, 9),        Call(DWMTM, 1, INT_MAX, 5),
     Call(DWMTM, INT_MAX, INT_MAX, 5)};
 
-static const std::vector<MeanCall> REFUSED = {
+static const std::vector<WindowCall> REFUSED = {
     Call(GEOMETRIC, 0),   Call(GEOMETRIC, -3),
     Call(HARMONIC, 0),    Call(HARMONIC, INT_MIN),
     Call(CONTRA, 0, 1),   Call(CONTRA, -1, -1),
@@ -435,123 +349,44 @@ static const std::vector<MeanCall> REFUSED = {
 
 TEST_F(MeanCalls, SizesBelowOneAreRefusedBeforeAnyDialog)
 {
-    const int nShown = DialogsOpened();
-    SetDialogs(GO_ON);
-    for (const TestPicture &picture : EveryKind(5, 4, 9)) {
-        for (const MeanCall &call : REFUSED) {
-            EXPECT_EQ("", CheckMean(call, MakeDib(picture), 3, ExpectNull()));
-            EXPECT_EQ(1, GetLastFilterError());
-        }
-    }
-    EXPECT_EQ(0, g_dialog.nCalls);
-    EXPECT_EQ(nShown, DialogsOpened());
+    RefuseBeforeAnyDialog(MEANS, REFUSED);
 }
 
 TEST_F(MeanCalls, YpHasNoOrderZero)
 {
     const Bytes dib = MakeDib({9, 9, 24, COLOURED, 0, 1, 0});
-    EXPECT_EQ("", CheckMean(Call(YP, 3, 0), dib, 0, ExpectNull()));
-    EXPECT_EQ("", CheckMean(Call(YP, 30, 0), dib, MODE_PROGRESS, ExpectNull()));
+    EXPECT_EQ("", CheckCall(MEANS, Call(YP, 3, 0), dib, 0, ExpectNull()));
+    EXPECT_EQ("", CheckCall(MEANS, Call(YP, 30, 0), dib, MODE_PROGRESS, ExpectNull()));
 }
 
 TEST_F(MeanCalls, OtherDepthsAndNoPictureGiveNull)
 {
-    const Bytes dib = MakeDib({9, 9, 4, RAMP, 0, 1, 0});
-    for (const MeanCall &call : ONE_OF_EACH) {
-        EXPECT_EQ("", CheckMean(call, dib, 0, ExpectNull()));
-        g_call = call;
-        EXPECT_TRUE(MakeCall(NULL, 0, 0, NULL) == NULL);
-    }
+    RefuseOtherDepths(MEANS, ONE_OF_EACH);
 }
 
 TEST_F(MeanCalls, MasksWithoutAWeightAreRefused)
 {
-    BYTE ones[3] = {1, 1, 1}, zeros[3] = {0, 0, 0};
-    BYTE *full[] = {ones, ones, zeros}, *torn[] = {ones, NULL, ones},
-         *empty[] = {zeros, zeros, zeros};
-    const struct {
-        FilterMask mask;
-        bool bAccepted;
-    } rows[] = {{{full, 3, 3, 1, 1}, true},        {{full, 3, 1, 1, 0}, true},
-                {{empty, 3, 3, 1, 1}, false},      {{torn, 3, 3, 1, 1}, false},
-                {{NULL, 3, 3, 1, 1}, false},       {{full, 0, 3, 1, 1}, false},
-                {{full, 3, 0, 1, 1}, false},       {{full, -3, 3, 1, 1}, false},
-                {{full, 3, INT_MIN, 1, 1}, false}, {{full, INT_MAX, INT_MAX, 1, 1}, false}};
-    const HGLOBAL hDib = NewBlock(MakeDib({9, 9, 8, RAMP, 0, 1, 0}));
-    const int nBlocks = LiveBlocks();
-    for (const auto &row : rows) {
-        const HGLOBAL hResult = FilterWeightedMean(hDib, &row.mask, 0, NULL);
-        EXPECT_EQ(row.bAccepted, hResult != NULL) << row.mask.rows << " x " << row.mask.columns;
-        FreeBlock(hResult);
-        EXPECT_EQ(nBlocks, LiveBlocks());
-    }
-    FreeBlock(hDib);
+    RefuseBadMasks(FilterWeightedMean);
 }
 
 TEST_F(MeanCalls, WindowsLargerThanThePictureCopyIt)
 {
     for (const TestPicture &picture : EveryKind(6, 5, 3)) {
         const Bytes dib = MakeDib(picture);
-        for (const MeanCall &call : HUGE_WINDOWS) {
-            EXPECT_EQ("", CheckMean(call, dib, 0, ExpectMean(call, dib))) << Describe(picture);
+        for (const WindowCall &call : HUGE_WINDOWS) {
+            EXPECT_EQ("", CheckAnswer(MEANS, call, dib)) << Describe(picture);
         }
     }
 }
 
-// ---- progress, failure, cancel ------------------------------------------------------------------
-
-// Both drivers, gray and colour, one bit.
-static const TestPicture DRIVERS[] = {
-    {19, 18, 8, RAMP, 0, 71, 0},      {19, 18, 8, SHUFFLED, 0, 72, 0}, {19, 18, 8, EVEN, 0, 73, 0},
-    {19, 18, 8, COLOURED, 50, 74, 0}, {18, 19, 24, RAMP, 0, 75, 0},    {18, 19, 1, RAMP, 0, 76, 0}};
-
 TEST_F(MeanCalls, CancelAtAnyStepGivesNull)
 {
-    for (const TestPicture &picture : DRIVERS) {
-        const Bytes dib = MakeDib(picture);
-        for (const MeanCall &call : ONE_OF_EACH) {
-            const Expected whole = ExpectMean(call, dib);
-            for (int nth : {1, 2, whole.nSteps / 2, whole.nSteps, whole.nSteps + 1}) {
-                Expected want = whole;
-                want.bNull = nth <= whole.nSteps;
-                CancelAtStep(nth);
-                EXPECT_EQ("", CheckMean(call, dib, MODE_PROGRESS, want)) << Describe(picture);
-                EXPECT_EQ(nth - 1, StepsSeen());
-                EXPECT_EQ(whole.nRange, LastRange());
-            }
-        }
-    }
+    CancelSomewhere(MEANS, ONE_OF_EACH);
 }
 
 TEST_F(MeanCalls, EachAllocationAndEachLockMayFail)
 {
-    for (const TestPicture &picture : DRIVERS) {
-        const HGLOBAL hDib = NewBlock(MakeDib(picture));
-        const int nBlocks = LiveBlocks(), nLocks = LocksHeld();
-        for (const MeanCall &call : ONE_OF_EACH) {
-            g_call = call;
-            for (int nth = 1, bReached = 1; bReached; nth++) {
-                FailAllocation(nth);
-                const HGLOBAL hResult = MakeCall(hDib, 0, 0, NULL);
-                bReached = AllocationsTried() >= nth;
-                FailAllocation(0);
-                // The expansion to 24 bits tries a second time.
-                EXPECT_TRUE(bReached == (hResult == NULL) || picture.palette == COLOURED)
-                    << "filter " << call.mean << ", " << Describe(picture) << ", " << nth;
-                FreeBlock(hResult);
-                EXPECT_EQ(nBlocks, LiveBlocks());
-                EXPECT_EQ(nLocks, LocksHeld());
-            }
-            for (int nth = 1; nth < 12; nth++) {
-                FailLock(nth);
-                FreeBlock(MakeCall(hDib, 0, 0, NULL));
-                FailLock(0);
-                EXPECT_EQ(nBlocks, LiveBlocks());
-                EXPECT_EQ(nLocks, LocksHeld());
-            }
-        }
-        FreeBlock(hDib);
-    }
+    FailEverywhere(MEANS, ONE_OF_EACH);
 }
 
 // ---- the parameter dialogs ----------------------------------------------------------------------
@@ -562,7 +397,8 @@ static int g_written[3];
 
 static void RewriteAll(void)
 {
-    int *const pointers[] = {(int *)g_dialog.second, (int *)g_dialog.third, (int *)g_dialog.arguments[3]};
+    int *const pointers[] = {(int *)g_dialog.second, (int *)g_dialog.third,
+                             (int *)g_dialog.arguments[3]};
     for (int i = 0; i < 3; i++) {
         EXPECT_EQ(i < g_nPointers, pointers[i] != NULL);
         if (i < g_nPointers) {
@@ -574,7 +410,7 @@ static void RewriteAll(void)
 TEST_F(MeanCalls, TheDialogRewritesEveryParameterAndIsCheckedAgain)
 {
     const struct {
-        MeanCall handed, written;
+        WindowCall handed, written;
         const char *pEntry;
         int nPointers;
         bool bAccepted;
@@ -599,15 +435,14 @@ TEST_F(MeanCalls, TheDialogRewritesEveryParameterAndIsCheckedAgain)
         g_nPointers = row.nPointers;
         std::copy(row.written.p, row.written.p + 3, g_written);
         SetDialogs(script);
-        EXPECT_EQ("", CheckMean(row.handed, dib, MODE_DIALOG, want)) << row.pEntry;
+        EXPECT_EQ("", CheckCall(MEANS, row.handed, dib, MODE_DIALOG, want)) << row.pEntry;
         EXPECT_EQ(1, g_dialog.nCalls);
         EXPECT_STREQ(row.pEntry, g_dialog.pEntry);
         SetDialogs({true, true, true, false, 0, NULL, 0, NULL, 0, 0});
-        EXPECT_EQ("", CheckMean(row.handed, dib, MODE_DIALOG, ExpectNull())) << row.pEntry;
+        EXPECT_EQ("", CheckCall(MEANS, row.handed, dib, MODE_DIALOG, ExpectNull())) << row.pEntry;
     }
 }
 
-// The dialog is handed the default mask, whether or not it is in use.
 static void TurnIntoColumn(void)
 {
     FilterMask *pMask = (FilterMask *)g_dialog.second;
@@ -626,18 +461,7 @@ static void TurnIntoNothing(void)
 
 TEST_F(MeanCalls, TheDialogEditsTheDefaultMaskAlone)
 {
-    const MeanCall mask = Masked(1, 2, 0, 0, {3, 1});
-    const MeanCall upper = Masked(3, 3, 1, 1, {0, 1, 0, 0, 0, 0, 0, 0, 0});
-    const Bytes dib = MakeDib({9, 8, 8, RAMP, 0, 8, 0});
-    DialogScript script = GO_ON;
-    script.OnCall = TurnIntoColumn;
-    SetDialogs(script);
-    EXPECT_EQ("", CheckMean(mask, dib, MODE_DIALOG, ExpectMean(mask, dib)));
-    EXPECT_EQ("", CheckMean(Call(WEIGHTED, 0), dib, MODE_DIALOG, ExpectMean(upper, dib)));
-    EXPECT_EQ(2, g_dialog.nCalls);
-    EXPECT_STREQ("WMeanFilterUI", g_dialog.pEntry);
-    script.OnCall = TurnIntoNothing;
-    SetDialogs(script);
-    EXPECT_EQ("", CheckMean(mask, dib, MODE_DIALOG, ExpectMean(mask, dib)));
-    EXPECT_EQ("", CheckMean(Call(WEIGHTED, 0), dib, MODE_DIALOG, ExpectNull()));
+    EditDefaultMask(MEANS, "WMeanFilterUI",
+                    Masked(WEIGHTED, 3, 3, 1, 1, {0, 1, 0, 0, 0, 0, 0, 0, 0}), TurnIntoColumn,
+                    TurnIntoNothing);
 }

@@ -20,6 +20,7 @@ endfunction()
 vexa_add_tests(vexafilter_tests
   tests/host.cpp
   tests/picture.cpp
+  tests/window_calls.cpp
   tests/reference/reference.cpp
   tests/reference/histogram.cpp
   tests/reference/ranks.cpp
