@@ -3,7 +3,7 @@
 //
 // A mean is a rule: one or two sums of terms that are functions of a sample, and what becomes of
 // them. The terms stand in tables that the C library's pow fills once per call. Rules and levels
-// are made here, the sums in mean_kernels.cpp.
+// are made here, the sums in mean_kernels.cpp, what makes most of them faster in mean_near.cpp.
 //
 // Precision decides results near whole numbers and is kept: the geometric mean multiplies single
 // precision factors in double precision (so flat 255 becomes 254 in a 3 x 3 window); the
@@ -20,6 +20,7 @@
 #include "frame/workers.h"
 #include "masks.h"
 #include "mean_kernels.h"
+#include "mean_near.h"
 #include "platform/workmemory.h"
 
 #include <math.h>
@@ -27,7 +28,8 @@
 
 struct MeanPlan {
     MeanRule rule;
-    NearSum nearSum;  // Yp uses its steps alone
+    NearSum nearSum;
+    LevelSteps steps;  // of Yp
 };
 
 static const double LARGEST_FLOAT_WHOLE = 16777216;  // up to here every whole number is a float
@@ -46,9 +48,8 @@ static int CellOf(double value)
     return (int)(DoubleBits(value) >> STEP_CELL_SHIFT);
 }
 
-// limits: where ranks 0 to 254 end, above 0 and in ascending order. Each may lie up to dZone
-// higher.
-static void MakeSteps(LevelSteps *pSteps, const double *limits, double dZone, int nFlip)
+// limits: where ranks 0 to 254 end, above 0 and in ascending order.
+static void MakeSteps(LevelSteps *pSteps, const double *limits, int nFlip)
 {
     const int nLast = GRAY_LEVELS - 1;
     int nNext = 0;
@@ -63,70 +64,7 @@ static void MakeSteps(LevelSteps *pSteps, const double *limits, double dZone, in
         memset(pSteps->cells + nNext, rank, (size_t)(nEnd - nNext));
         nNext = nEnd;
         pSteps->limits[rank] = DoubleBits(limits[rank]);
-        pSteps->decided[rank + 1] = DoubleBits(limits[rank] + dZone);
     }
-}
-
-// ---- near sums ----------------------------------------------------------------------------------
-
-// Sums run as doubles, in which whole numbers are exact below 2^53.
-enum { SUM_BITS = 52 };
-
-// Terms grow, and levels fall, as samples get darker. TermOf gives a sample's term, LimitOf the sum
-// at which the level falls below a given one. A zero sample's term alone is dZeroSum, half of which
-// no window without a zero exceeds: a single zero gives level 0 and nothing else does, so between
-// the two nothing is in doubt.
-//
-// A term is off by less than one; all other roundings, those of the sum in order included, come to
-// less than four. Small windows gain nothing, and huge ones would leave every level in doubt.
-static void MakeNearSum(MeanPlan *pPlan, double dZeroSum, double (*TermOf)(double, double),
-                        double (*LimitOf)(double, double))
-{
-    MeanRule *pRule = &pPlan->rule;
-    NearSum *pNear = &pPlan->nearSum;
-    double limits[GRAY_LEVELS];
-    const double dSamples = pRule->dSamples;
-    const double dError = dSamples + 4;
-    int nExponent;
-    (void)frexp(dSamples * dZeroSum, &nExponent);
-    const double dScale = ldexp(1, SUM_BITS - nExponent);
-    pNear->terms[0] = dZeroSum * dScale;
-    for (int s = 1; s < GRAY_LEVELS; s++) {
-        pNear->terms[s] = floor(TermOf(pRule->sums[0].terms[s], dSamples) * dScale + 0.5);
-    }
-    for (int level = GRAY_LEVELS - 1; level > 1; level--) {
-        limits[GRAY_LEVELS - 1 - level] = LimitOf(level, dSamples) * dScale - dError;
-    }
-    limits[GRAY_LEVELS - 2] = 0.75 * dZeroSum * dScale;
-    if (dSamples >= 4 && dSamples <= 1 << 20 && limits[0] > 2 * dError) {
-        MakeSteps(&pNear->steps, limits, 2 * dError, GRAY_LEVELS - 1);
-        pRule->pNear = pNear;
-    }
-}
-
-static double InverseTerm(double inverse, double dSamples)
-{
-    (void)dSamples;
-    return inverse;
-}
-
-static double InverseLimit(double level, double dSamples)
-{
-    return dSamples / (level - 0.5);
-}
-
-// Logarithms of 512 / product, so that no term is negative.
-static const double LOG_512 = 6.2383246250395077848;
-
-static double FactorTerm(double factor, double dSamples)
-{
-    return LOG_512 / dSamples - log(factor);
-}
-
-static double FactorLimit(double level, double dSamples)
-{
-    (void)dSamples;
-    return LOG_512 - log(level);
 }
 
 // ---- rules --------------------------------------------------------------------------------------
@@ -143,7 +81,7 @@ static int MakeGeometric(MeanPlan *pPlan, int nOrder)
     pRule->nSums = 1;
     pRule->sums[0].kind = MULTIPLY;
     pRule->finish = FINISH_VALUE;
-    MakeNearSum(pPlan, 2 * LOG_512, FactorTerm, FactorLimit);
+    MakeGeometricNear(pRule, &pPlan->nearSum);
     return 1;
 }
 
@@ -158,7 +96,7 @@ static int MakeHarmonic(MeanPlan *pPlan, int nOrder)
     pRule->nSums = 1;
     pRule->sums[0].kind = SUM_DOUBLES;
     pRule->finish = FINISH_INVERSE;
-    MakeNearSum(pPlan, 2 * pRule->dSamples, InverseTerm, InverseLimit);
+    MakeHarmonicNear(pRule, &pPlan->nearSum);
     return 1;
 }
 
@@ -194,6 +132,7 @@ static int MakeContraHarmonic(MeanPlan *pPlan, int nOrder)
     const int bMean = pRule->sums[0].kind == SUM_SAMPLES && pRule->sums[1].kind == SUM_ONES;
     pRule->nSums = bMean ? 1 : 2;
     pRule->finish = bMean ? FINISH_MEAN : FINISH_QUOTIENT;
+    MakeContraNear(pRule, &pPlan->nearSum, nOrder);
     return 1;
 }
 
@@ -267,7 +206,7 @@ static uint32_t FindLimit(const YpSearch *p, uint32_t guess)
 static int MakeYp(MeanPlan *pPlan, int nOrder)
 {
     MeanRule *pRule = &pPlan->rule;
-    LevelSteps *pSteps = &pPlan->nearSum.steps;
+    LevelSteps *pSteps = &pPlan->steps;
     double limits[GRAY_LEVELS];
     YpSearch search = {pRule, nOrder, nOrder > 0 ? 0 : GRAY_LEVELS - 1, 0};
     if (nOrder == 0) {
@@ -276,17 +215,18 @@ static int MakeYp(MeanPlan *pPlan, int nOrder)
     MakePowerSum(&pRule->sums[0], nOrder, pRule->dSamples);
     for (int rank = 0; rank < GRAY_LEVELS - 1; rank++) {
         const int level = nOrder > 0 ? rank + 1 : GRAY_LEVELS - 1 - rank;
-        const uint32_t about = FloatBits(pRule->dSamples * pow(level, nOrder));
+        const uint32_t about = FloatBits(pRule->dSamples * pRule->sums[0].terms[level]);
         const uint32_t guess = about < 1 ? 1 : about < INFINITE_BITS ? about : INFINITE_BITS - 1;
         search.nRank = rank;
         const uint32_t bits = FindLimit(&search, guess);
         limits[rank] = bits < INFINITE_BITS ? FloatOf(bits) : ldexp(1, 128);
     }
-    MakeSteps(pSteps, limits, 0, search.nFlip);
+    MakeSteps(pSteps, limits, search.nFlip);
     pSteps->bSlow |= nOrder < 0 && (float)pRule->sums[0].terms[GRAY_LEVELS - 1] == 0;
     pRule->nSums = 1;
     pRule->finish = FINISH_STEPS;
     pRule->pSteps = pSteps;
+    MakeYpNear(pRule, &pPlan->nearSum, nOrder, limits);
     return 1;
 }
 
@@ -298,19 +238,16 @@ static const RowKernel *RowsOf(const MeanRule *pRule, int width)
 {
     const double dMostBytes = 1 << 28;
     double dBytesPerSample = 8 * sizeof(double);
-    for (int s = 0; s < pRule->nSums; s++) {
+    for (int s = 0; s < pRule->nSums && pRule->pNear == NULL; s++) {
         const SumKind kind = pRule->sums[s].kind;
-        if (kind == SUM_FLOATS || kind == SUM_ROUNDED) {
+        if (kind >= SUM_FLOATS) {
             dBytesPerSample += (double)pRule->nRows * sizeof(double);
         }
     }
     if (dBytesPerSample * 3 * width > dMostBytes) {
         return NULL;
     }
-    if (pRule->finish == FINISH_VALUE || pRule->finish == FINISH_INVERSE) {
-        return pRule->pNear != NULL ? g_pPixelMeanKernels->pNear : NULL;
-    }
-    return g_pPixelMeanKernels->pOrdered;
+    return pRule->pNear != NULL ? g_pPixelMeanKernels->pNear : g_pPixelMeanKernels->pOrdered;
 }
 
 static HGLOBAL RunMean(RuleMaker Make, NeighbourhoodRun Run, HGLOBAL hDib, int width, int height,

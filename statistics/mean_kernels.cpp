@@ -5,12 +5,10 @@
 // own that grows in the stated order, row by row and left to right. The terms of a source row are
 // looked up once, when it enters the window, and stay in a ring of as many rows as the window has.
 //
-// Whole numbers need no order and run (mean_running.h). Sums of doubles and products run too, as
-// whole numbers close to the truth; only pixels whose level those leave undecided are put together
-// sample by sample.
+// Whole numbers need no order and run (mean_running.h). Where whole numbers close to the truth
+// decide most levels, mean_near_kernels.cpp comes before all this and leaves it the rest.
 
-#include "mean_kernels.h"
-
+#include "mean_forms.h"
 #include "mean_running.h"
 
 #include <string.h>
@@ -57,20 +55,14 @@ static void SlowSteps(const LevelSteps *pSteps, const double *values, BYTE *out,
     }
 }
 
-// 1 if a level is not certain; asked for only where it matters.
-template <int CHECKED>
-static inline int FastSteps(const LevelSteps *pSteps, const double *__restrict values,
-                            BYTE *__restrict out, size_t count)
+static void FastSteps(const LevelSteps *pSteps, const double *__restrict values,
+                      BYTE *__restrict out, size_t count)
 {
-    int bOpen = 0;
     for (size_t i = 0; i < count; i++) {
-        const uint64_t bits = BitsOf(values[i]);
         int rank = CellRank(pSteps, values[i]);
-        rank += bits >= pSteps->limits[rank];
-        bOpen |= CHECKED && bits < pSteps->decided[rank];
+        rank += BitsOf(values[i]) >= pSteps->limits[rank];
         out[i] = (BYTE)(rank ^ pSteps->nFlip);
     }
-    return bOpen;
 }
 
 static void Finish(const MeanRule *pRule, const double *__restrict first,
@@ -103,7 +95,7 @@ static void Finish(const MeanRule *pRule, const double *__restrict first,
         if (pRule->pSteps->bSlow) {
             SlowSteps(pRule->pSteps, first, out, count);
         } else {
-            FastSteps<0>(pRule->pSteps, first, out, count);
+            FastSteps(pRule->pSteps, first, out, count);
         }
         break;
     }
@@ -126,7 +118,7 @@ static double PlainSum(const MeanRule *pRule, const double *terms, const BYTE *c
     return (double)sum;
 }
 
-static BYTE PlainLevel(const MeanRule *pRule, const BYTE *const *lines, size_t i, ptrdiff_t step)
+BYTE PlainLevel(const MeanRule *pRule, const BYTE *const *lines, size_t i, ptrdiff_t step)
 {
     double sums[2] = {0, 0};
     BYTE level;
@@ -218,7 +210,7 @@ static OrderedLayout LayOut(const MeanRule *pRule, size_t nSamples, size_t step)
     return layout;
 }
 
-static size_t OrderedStateBytes(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step)
+size_t OrderedStateBytes(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step)
 {
     return LayOut((const MeanRule *)pFilter->pParameters, nSamples, (size_t)step).nBytes;
 }
@@ -266,53 +258,53 @@ static void Advance(void *pCarried, const WindowSum *pSum, int nTopSlot, int nRo
 }
 
 // COLUMNS neighbouring columns of one window row.
-template <int COLUMNS, class Term>
-static void TakeColumns(float *__restrict sums, const Term *__restrict terms, size_t step,
+template <int COLUMNS, SumKind KIND, class Sum, class Term>
+static void TakeColumns(Sum *__restrict sums, const Term *__restrict terms, size_t step,
                         size_t count)
 {
     for (size_t i = 0; i < count; i++) {
-        float sum = sums[i];
+        Sum sum = sums[i];
         for (size_t j = 0; j < COLUMNS; j++) {
-            sum = (float)(sum + terms[i + j * step]);
+            const Term term = terms[i + j * step];
+            sum = KIND == MULTIPLY ? (Sum)(sum * term) : (Sum)(sum + term);
         }
         sums[i] = sum;
     }
 }
 
-template <class Term>
-static void TakeRow(float *sums, const Term *terms, size_t nColumns, size_t step, size_t count)
+template <SumKind KIND, class Sum, class Term>
+static void TakeRow(Sum *sums, const Term *terms, size_t nColumns, size_t step, size_t count)
 {
     size_t j = 0;
     for (; nColumns - j >= 4; j += 4) {
-        TakeColumns<4>(sums, terms + j * step, step, count);
+        TakeColumns<4, KIND>(sums, terms + j * step, step, count);
     }
     switch (nColumns - j) {
     case 3:
-        TakeColumns<3>(sums, terms + j * step, step, count);
+        TakeColumns<3, KIND>(sums, terms + j * step, step, count);
         break;
     case 2:
-        TakeColumns<2>(sums, terms + j * step, step, count);
+        TakeColumns<2, KIND>(sums, terms + j * step, step, count);
         break;
     case 1:
-        TakeColumns<1>(sums, terms + j * step, step, count);
+        TakeColumns<1, KIND>(sums, terms + j * step, step, count);
         break;
     default:
         break;
     }
 }
 
-template <class Term>
+template <SumKind KIND, class Sum, class Term>
 static void TakeRing(const void *pRing, const MeanRule *pRule, int nTopSlot, size_t nSamples,
-                     size_t start, size_t step, float *__restrict sums, double *__restrict out,
-                     size_t count)
+                     size_t start, size_t step, Sum *sums, double *out, size_t count)
 {
     for (size_t i = 0; i < count; i++) {
-        sums[i] = 0;
+        sums[i] = KIND == MULTIPLY ? 1 : 0;
     }
     for (int k = 0; k < pRule->nRows; k++) {
         const size_t slot = (size_t)((nTopSlot + k) % pRule->nRows);
-        TakeRow(sums, (const Term *)pRing + slot * nSamples + start, (size_t)pRule->nColumns, step,
-                count);
+        TakeRow<KIND>(sums, (const Term *)pRing + slot * nSamples + start, (size_t)pRule->nColumns,
+                      step, count);
     }
     for (size_t i = 0; i < count; i++) {
         out[i] = sums[i];
@@ -353,12 +345,21 @@ static const double *SumBlock(BYTE *pMemory, const OrderedLayout *pLayout, const
         }
         break;
     case SUM_FLOATS:
-        TakeRing<float>(pCarried, pRule, nTopSlot, pLayout->nSamples, start, step, floats, out,
-                        count);
+        TakeRing<SUM_FLOATS, float, float>(pCarried, pRule, nTopSlot, pLayout->nSamples, start,
+                                           step, floats, out, count);
         break;
+    case SUM_ROUNDED:
+        TakeRing<SUM_ROUNDED, float, double>(pCarried, pRule, nTopSlot, pLayout->nSamples, start,
+                                             step, floats, out, count);
+        break;
+    case SUM_DOUBLES:
+        TakeRing<SUM_DOUBLES, double, double>(pCarried, pRule, nTopSlot, pLayout->nSamples, start,
+                                              step, out, out, count);
+        break;
+    case MULTIPLY:
     default:
-        TakeRing<double>(pCarried, pRule, nTopSlot, pLayout->nSamples, start, step, floats, out,
-                         count);
+        TakeRing<MULTIPLY, double, double>(pCarried, pRule, nTopSlot, pLayout->nSamples, start,
+                                           step, out, out, count);
         break;
     }
     return out;
@@ -389,15 +390,15 @@ static void OrderedBlock(BYTE *pMemory, const OrderedLayout *pLayout, const Mean
     Finish(pRule, sums[0], sums[1], out, count);
 }
 
-static void OrderedRow(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
-                       ptrdiff_t step, BYTE *out, size_t count, int bFirst)
+void OrderedRow(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
+                ptrdiff_t step, BYTE *out, size_t count, int bFirst)
 {
     const MeanRule *pRule = (const MeanRule *)pFilter->pParameters;
     const size_t nSamples = count + (size_t)(pRule->nColumns - 1) * (size_t)step;
     const OrderedLayout layout = LayOut(pRule, nSamples, (size_t)step);
     BYTE *pMemory = (BYTE *)pState;
     int *pTopSlot = &((OrderedState *)pState)->nTopSlot;
-    *pTopSlot = (*pTopSlot + pRule->nRows - 1) % pRule->nRows;
+    *pTopSlot = bFirst ? 0 : (*pTopSlot + pRule->nRows - 1) % pRule->nRows;
     for (int s = 0; s < pRule->nSums; s++) {
         Advance(pMemory + layout.carried[s], &pRule->sums[s], *pTopSlot, pRule->nRows, nSamples,
                 lines, bFirst);
@@ -405,51 +406,6 @@ static void OrderedRow(void *pState, const NeighbourhoodFilter *pFilter, const B
     for (size_t start = 0; start < count; start += layout.nBlock) {
         OrderedBlock(pMemory, &layout, pRule, start, (size_t)step, out + start,
                      Least(count - start, layout.nBlock));
-    }
-}
-
-// ---- rows, by near sums -------------------------------------------------------------------------
-
-enum { NEAR_BLOCK = 256 };
-
-// Doubles: the columns' sums, two spares and the sums of a block.
-static size_t NearStateBytes(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step)
-{
-    const size_t nColumns = (size_t)pFilter->nColumns;
-    return (nSamples + 2 * RunningSpare(nColumns, (size_t)step) + NEAR_BLOCK) * sizeof(double);
-}
-
-// The pixels that are left undecided are put together sample by sample.
-static void Decide(const MeanRule *pRule, const double *sums, const BYTE *const *lines,
-                   size_t start, ptrdiff_t step, BYTE *out, size_t count)
-{
-    const LevelSteps *pSteps = &pRule->pNear->steps;
-    for (size_t i = 0; i < count; i++) {
-        if (BitsOf(sums[i]) < pSteps->decided[out[start + i] ^ pSteps->nFlip]) {
-            out[start + i] = PlainLevel(pRule, lines, start + i, step);
-        }
-    }
-}
-
-static void NearRow(void *pState, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
-                    ptrdiff_t step, BYTE *out, size_t count, int bFirst)
-{
-    const MeanRule *pRule = (const MeanRule *)pFilter->pParameters;
-    const LevelSteps *pSteps = &pRule->pNear->steps;
-    const size_t nColumns = (size_t)pRule->nColumns;
-    const size_t nSamples = count + (nColumns - 1) * (size_t)step;
-    double *columns = (double *)pState;
-    double *const spares[2] = {columns + nSamples,
-                               columns + nSamples + RunningSpare(nColumns, (size_t)step)};
-    double *sums = spares[1] + RunningSpare(nColumns, (size_t)step);
-    AdvanceColumns<double, LookedUpTerm>(columns, pRule->pNear->terms, lines, pRule->nRows,
-                                         nSamples, bFirst);
-    for (size_t start = 0; start < count; start += NEAR_BLOCK) {
-        const size_t n = Least(count - start, NEAR_BLOCK);
-        SumColumns(columns + start, nColumns, (size_t)step, spares, sums, n);
-        if (FastSteps<1>(pSteps, sums, out + start, n)) {
-            Decide(pRule, sums, lines, start, step, out, n);
-        }
     }
 }
 
@@ -546,7 +502,6 @@ static void WeightedMean(const BYTE *const *lines, ptrdiff_t step, BYTE *out, si
 }
 
 static const RowKernel ORDERED_ROWS = {OrderedStateBytes, OrderedRow};
-static const RowKernel NEAR_ROWS = {NearStateBytes, NearRow};
 
 const PixelMeanKernels PIXEL_MEAN_KERNELS = {PlainMean, &ORDERED_ROWS, &NEAR_ROWS, WeightedMean};
 

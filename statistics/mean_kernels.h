@@ -28,7 +28,7 @@ struct WindowSum {
 
 // A level as a step function of a positive number. Numbers are compared by their bits, which have
 // the same order. Rank r holds below limits[r], the last everywhere; the level is r ^ nFlip: 0
-// rising, 255 falling. Below decided[r] the rank r is not certain.
+// rising, 255 falling.
 //
 // cells gives the lowest rank of all numbers that agree in exponent and eight bits of mantissa,
 // from dLeast to dMost; what lies outside has the rank of these. Since the limits grow by more than
@@ -44,15 +44,42 @@ struct LevelSteps {
     int bSlow;
     double dLeast, dMost;
     uint64_t limits[GRAY_LEVELS];
-    uint64_t decided[GRAY_LEVELS];
     BYTE cells[STEP_CELLS];
 };
 
-// A sum of doubles or a product, near enough to decide almost every level: whole-number terms whose
-// running sum meets the steps. Pixels that they leave undecided are put together in order.
+// Running sums of whole numbers, near enough to a rule's sums to decide almost every level. Pixels
+// that they leave undecided are put together in order (mean_near.cpp says when that is).
+//
+// One sum: it is looked up as a float. A cell holds all that agree in exponent and nine bits of
+// mantissa; ranks are those of LevelSteps. A cell's entry has, from the top, the lowest rank in it
+// (8 bits), for how many floats it is uncertain whether the next one holds (9 bits, by fours), and
+// where in the cell this begins (15 bits; NEAR_CELL_SIZE: nowhere).
+//
+// Two: the level is their quotient, by dRatio, but uncertain to one part in 1 / dError.
+enum NearTerms { NEAR_LOOKED_UP, NEAR_SAMPLES, NEAR_SQUARES };
+enum {
+    NEAR_CELL_SHIFT = 14,  // of the bits of a float
+    NEAR_CELL_SIZE = 1 << NEAR_CELL_SHIFT,
+    NEAR_CELLS = 54 * 512,  // the octaves from 1 to 2^53
+    NEAR_LIMIT_BITS = 15,
+    NEAR_RANK_SHIFT = 24,
+    NEAR_MOST_WIDTH = 511 * 4
+};
 struct NearSum {
-    double terms[GRAY_LEVELS];
-    LevelSteps steps;
+    int nSums;
+    NearTerms kinds[2];
+    double terms[2][GRAY_LEVELS];
+    double most[2];  // column sums are cut off here; 0: nowhere
+    int32_t shortTerms[2][GRAY_LEVELS];
+    int32_t shortMost[2];
+    int bShort;  // 32-bit sums will do
+
+    int nFlip;
+    float fLeast, fMost;  // what lies outside is in the cells of these
+    int32_t nFirstBits;   // of fLeast
+    uint32_t cells[NEAR_CELLS];
+
+    double dRatio, dError;
 };
 
 // What becomes of the sums. Levels are truncated and clamped; not a number gives 0.
@@ -71,7 +98,7 @@ struct MeanRule {
     WindowSum sums[2];
     double dSamples;
     const LevelSteps *pSteps;
-    const NearSum *pNear;  // of FINISH_VALUE and FINISH_INVERSE
+    const NearSum *pNear;  // null: none
 };
 
 // A mask of weights, not all 0.
@@ -83,8 +110,8 @@ struct WeightRule {
 
 struct PixelMeanKernels {
     LineKernel Plain;           // of a MeanRule, sample by sample
-    const RowKernel *pOrdered;  // the same for whole rows, but for rules with a pNear
-    const RowKernel *pNear;     // for those
+    const RowKernel *pOrdered;  // the same for whole rows
+    const RowKernel *pNear;     // the same for rules with a pNear
     LineKernel Weighted;        // of a WeightRule
 };
 

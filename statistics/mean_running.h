@@ -30,9 +30,9 @@ template <class Sum> static inline Sum SquareTerm(const void *pTerms, BYTE sampl
     return (Sum)(sample * sample);
 }
 
-static inline double LookedUpTerm(const void *pTerms, BYTE sample)
+template <class Sum> static inline Sum LookedUpTerm(const void *pTerms, BYTE sample)
 {
-    return ((const double *)pTerms)[sample];
+    return ((const Sum *)pTerms)[sample];
 }
 
 // Puts the row that enters the window into the column sums and takes out the one that has left it

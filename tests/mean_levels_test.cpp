@@ -13,6 +13,7 @@
 
 #include <string.h>
 
+#include <string>
 #include <vector>
 
 enum LevelFilter { GEOMETRIC, HARMONIC, CONTRA, YP, WEIGHTED, EQUAL, TRIMMED, MMSE };
@@ -23,10 +24,11 @@ struct LevelCase {
 };
 
 static const LevelCase CASES[] = {
-    {GEOMETRIC, 0}, {HARMONIC, 0}, {CONTRA, -25}, {CONTRA, -2},   {CONTRA, -1}, {CONTRA, 0},
-    {CONTRA, 1},    {CONTRA, 2},   {YP, -25},     {YP, -1},       {YP, 1},      {YP, 2},
-    {YP, 3},        {YP, 90},      {WEIGHTED, 3}, {WEIGHTED, 37}, {EQUAL, 0},   {TRIMMED, 25},
-    {TRIMMED, 0},   {MMSE, 90},    {MMSE, -4000}};
+    {GEOMETRIC, 0}, {HARMONIC, 0}, {CONTRA, -25},  {CONTRA, -3}, {CONTRA, -2},  {CONTRA, -1},
+    {CONTRA, 0},    {CONTRA, 1},   {CONTRA, 2},    {CONTRA, 5},  {YP, -25},     {YP, -3},
+    {YP, -1},       {YP, 1},       {YP, 2},        {YP, 3},      {YP, 4},       {YP, 15},
+    {YP, 90},       {WEIGHTED, 3}, {WEIGHTED, 37}, {EQUAL, 0},   {TRIMMED, 25}, {TRIMMED, 0},
+    {MMSE, 90},     {MMSE, -4000}};
 
 static HGLOBAL RunWeighted(HGLOBAL hDib, int width, int height, int n, int nStep)
 {
@@ -105,14 +107,28 @@ static void UsePlainForms(void)
     g_pAdaptiveKernels = &ADAPTIVE;
 }
 
-static void ExpectSame(const std::vector<Bytes> &want, const std::vector<Bytes> &got,
-                       const TestPicture &picture, int n, const char *pLevel)
+static void ExpectSame(const std::vector<Bytes> &want, const std::vector<Bytes> &got, int n,
+                       const std::string &what)
 {
     for (size_t i = 0; i < want.size(); i++) {
         EXPECT_EQ("", FirstDifference(want[i], got[i]))
-            << pLevel << ", filter " << CASES[i].filter << ", parameter " << CASES[i].nParameter
-            << ", size " << n << ", " << Describe(picture);
+            << "filter " << CASES[i].filter << ", parameter " << CASES[i].nParameter << ", size "
+            << n << ", " << what;
     }
+}
+
+static void ExpectSameAtEveryLevel(const Bytes &dib, int width, int height, int n,
+                                   const std::string &what)
+{
+    UsePlainForms();
+    const std::vector<Bytes> want = RunAll(dib, width, height, n);
+    ChoosePixelMeanKernels(0);
+    ExpectSame(want, RunAll(dib, width, height, n), n, "sse2, " + what);
+    if (DetectCpuFeatures() & CPU_AVX2) {
+        ChoosePixelMeanKernels(CPU_AVX2);
+        ExpectSame(want, RunAll(dib, width, height, n), n, "avx2, " + what);
+    }
+    ChoosePixelMeanKernels(DetectCpuFeatures());
 }
 
 // Widths past the blocks that the kernels work in, and windows past those that count in bytes.
@@ -125,18 +141,37 @@ TEST(MeanLevels, RowsOfEveryLevelEqualSinglePixels)
     for (const int *size : sizes) {
         for (int tone = 0; tone < 3; tone++) {
             const TestPicture picture = {size[1], size[2], 24, COLOURED, 0, nSeed++, 0};
-            const Bytes dib = MakeDib(picture);
-            UsePlainForms();
-            const std::vector<Bytes> want = RunAll(dib, size[1], size[2], size[0]);
-            ChoosePixelMeanKernels(0);
-            ExpectSame(want, RunAll(dib, size[1], size[2], size[0]), picture, size[0], "sse2");
-            if (DetectCpuFeatures() & CPU_AVX2) {
-                ChoosePixelMeanKernels(CPU_AVX2);
-                ExpectSame(want, RunAll(dib, size[1], size[2], size[0]), picture, size[0], "avx2");
-            }
+            ExpectSameAtEveryLevel(MakeDib(picture), size[1], size[2], size[0], Describe(picture));
         }
     }
-    ChoosePixelMeanKernels(DetectCpuFeatures());
+}
+
+// Flat windows of every level, whose means lie on a limit or nearly; with nSpread, up to so many
+// levels apart, and now and then a sample that stands out.
+static Bytes MakeBands(int width, int height, int nBand, int nSpread)
+{
+    std::vector<int> levels;
+    unsigned random = 5;
+    for (int i = 0; i < width * height; i++) {
+        random = random * 1664525 + 1013904223;
+        const int level = i % width / nBand + (int)(random >> 16) % (nSpread + 1);
+        const bool bStandsOut = nSpread > 0 && random >> 24 == 0;
+        levels.push_back(bStandsOut ? (int)(random >> 10 & 255) : level < 255 ? level : 255);
+    }
+    return MakeLevels(width, height, 24, levels);
+}
+
+// Sizes on both sides of where 32-bit sums no longer do.
+TEST(MeanLevels, MeansOnTheLimitsEqualSinglePixels)
+{
+    for (int n : {2, 3, 7, 8, 17}) {
+        for (int nSpread : {0, 1, 9}) {
+            const int nBand = n + 2, height = n + 1;
+            ExpectSameAtEveryLevel(MakeBands(256 * nBand, height, nBand, nSpread), 256 * nBand,
+                                   height, n, "bands, spread " + std::to_string(nSpread));
+        }
+        ExpectSameAtEveryLevel(MakeBands(1100, n + 1, 500, 0), 1100, n + 1, n, "flat blocks");
+    }
 }
 
 // Sums past 31 bits and column sums far past a byte.
