@@ -54,6 +54,19 @@ int IsNestedInProgress(const RunningCall *pCall)
     return 0;
 }
 
+// The system's own cursor: its handle never changes. To ask for it costs more than to filter a small
+// picture.
+HCURSOR ShowWaitCursor(void)
+{
+    static HCURSOR hWait;
+    HCURSOR hKnown = __atomic_load_n(&hWait, __ATOMIC_RELAXED);
+    if (hKnown == NULL) {
+        hKnown = LoadCursorA(NULL, IDC_WAIT);
+        __atomic_store_n(&hWait, hKnown, __ATOMIC_RELAXED);
+    }
+    return SetCursor(hKnown);
+}
+
 void NoteProgressDialog(void)
 {
     GetRunningCall()->bDialogOpened = 1;
@@ -212,7 +225,7 @@ static HGLOBAL RunDialogsAndWorker(const FilterFrame *pFrame, FilterCall *pCall,
         }
     }
     int bKeepOpen = 0;
-    const HCURSOR hCursor = SetCursor(LoadCursorA(NULL, IDC_WAIT));
+    const HCURSOR hCursor = ShowWaitCursor();
     const HGLOBAL hResult = RunWorker(pFrame, pCall, pShape, bProgress, &bKeepOpen);
     SetCursor(hCursor);
     if (bKeepOpen) {

@@ -34,6 +34,9 @@ void EndCall(RunningCall *pCall);
 // thread has one.
 int IsNestedInProgress(const RunningCall *pCall);
 
+// Returns the cursor that was shown.
+HCURSOR ShowWaitCursor(void);
+
 // Called by the progress dialog for the innermost call.
 void NoteProgressDialog(void);
 void KeepQuitMessage(WPARAM nQuitCode);

@@ -339,7 +339,7 @@ static int LockResult(HistogramJob *pJob)
 // Everything between the progress dialog and the end of the call.
 static HGLOBAL FinishJob(HistogramJob *pJob, const void *pArguments)
 {
-    const HCURSOR hCursor = SetCursor(LoadCursorA(NULL, IDC_WAIT));
+    const HCURSOR hCursor = ShowWaitCursor();
     int bDone = 0;
     if (LockResult(pJob)) {
         bDone = TransformRows(pJob, pArguments);

@@ -144,7 +144,7 @@ static HGLOBAL RunWork(RowWork *pWork, int bProgress)
         return NULL;
     }
     memcpy(pBlock, pWork->first.pBlock, p->nBitsOffset);
-    const HCURSOR hCursor = SetCursor(LoadCursorA(NULL, IDC_WAIT));
+    const HCURSOR hCursor = ShowWaitCursor();
     const int bDone = CombineRows(pWork, pBlock + p->nBitsOffset, bProgress);
     GlobalUnlock(hResult);
     if (!bDone) {

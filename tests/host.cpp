@@ -70,7 +70,7 @@ std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UIN
     const int nBlocks = LiveBlocks();
     const int nLocks = LocksHeld();
     const BOOL bEnabled = IsWindowEnabled(hParent);
-    const HCURSOR hCursor = LoadCursorA(NULL, IDC_ARROW);
+    static const HCURSOR hCursor = LoadCursorA(NULL, IDC_ARROW);
     SetShownCursor(hCursor);
     std::string fault = Compare(CallFilter(filter, hDib, nKernel, mode, hParent), expected);
     if (fault.empty() && LiveBlocks() != nBlocks) {
