@@ -20,6 +20,7 @@
 #include "frame/neighbourhood.h"
 #include "frame/workers.h"
 #include "masks.h"
+#include "rank_kernels.h"
 
 #include <string.h>
 
@@ -40,9 +41,11 @@ static HGLOBAL RunDWMTM(NeighbourhoodRun Run, HGLOBAL hDib, int width, int heigh
                            nTrimLevel < 255 ? nTrimLevel : 255};
     NeighbourhoodFilter filter = SquareFilter(nLargeSize);
     filter.pParameters = &rule;
-    filter.Kernel = nTrimLevel < 0                   ? NothingNear
-                    : nLargeSize <= MOST_NARROW_SIDE ? g_pAdaptiveKernels->NarrowTrim
-                                                     : g_pAdaptiveKernels->WideTrim;
+    filter.Kernel = nTrimLevel < 0 ? NothingNear : g_pAdaptiveKernels->NarrowTrim;
+    if (nTrimLevel >= 0 && nLargeSize > MOST_NARROW_SIDE) {
+        filter.pRowKernel = nLargeSize <= MOST_BYTE_SIDE ? &g_pHistogramKernels->doubleWindow
+                                                         : &g_pHistogramKernels->wideDoubleWindow;
+    }
     return Run(&filter, hDib, width, height, bProgress);
 }
 

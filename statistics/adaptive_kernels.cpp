@@ -4,10 +4,10 @@
 // MMSE: running sums of samples and squares (mean_running.h), then the same few double operations
 // for every pixel.
 //
-// Double-window trimmed mean: no sorting. In wide windows a histogram of each window slides along
-// the row, at a cost that grows with the window's side, not its area. In narrow ones many pixels
-// stand side by side: a median is the greatest value that no more than its rank of the samples lie
-// below, so it is found bit by bit by counting; the samples near it are then counted and added up.
+// Double-window trimmed mean: no sorting. Many pixels stand side by side: a median is the greatest
+// value that no more than its rank of the samples lie below, so it is found bit by bit by counting;
+// the samples near it are then counted and added up. That is for narrow windows; wide ones slide
+// histograms (rank_histograms.inl).
 
 #include "adaptive_kernels.h"
 
@@ -113,128 +113,9 @@ static void MmseRow(void *pState, const NeighbourhoodFilter *pFilter, const BYTE
     }
 }
 
-// ---- double window, wide ------------------------------------------------------------------------
+// ---- double window ----------------------------------------------------------------------
 
-// Four histograms, taken in turn by the rows of a column: neighbours are often equal, and an
-// addition to the same counter would wait for the one before.
-enum { TURNS = 4 };
-
-struct Counts {
-    uint32_t at[TURNS][256];
-};
-
-// One sample enters and one leaves. Returns how many more samples lie below a level.
-static inline int Swap(uint32_t *counts, int entering, int leaving, int level)
-{
-    counts[entering]++;
-    counts[leaving]--;
-    return (entering < level) - (leaving < level);
-}
-
-static int SwapColumns(Counts *p, const BYTE *const *lines, ptrdiff_t entering, ptrdiff_t leaving,
-                       int nRows, int level)
-{
-    int nBelow = 0;
-    int k = 0;
-    for (; k + TURNS <= nRows; k += TURNS) {
-        for (int turn = 0; turn < TURNS; turn++) {
-            const BYTE *line = lines[k + turn];
-            nBelow += Swap(p->at[turn], line[entering], line[leaving], level);
-        }
-    }
-    for (; k < nRows; k++) {
-        nBelow += Swap(p->at[k % TURNS], lines[k][entering], lines[k][leaving], level);
-    }
-    return nBelow;
-}
-
-// The first window of a row. Returns how many samples lie below a level.
-static int CountWindow(Counts *p, const BYTE *const *lines, ptrdiff_t first, ptrdiff_t step,
-                       int nSide, int level)
-{
-    int nBelow = 0;
-    memset(p, 0, sizeof *p);
-    for (int k = 0; k < nSide; k++) {
-        for (int j = 0; j < nSide; j++) {
-            const int sample = lines[k][first + j * step];
-            p->at[k % TURNS][sample]++;
-            nBelow += sample < level;
-        }
-    }
-    return nBelow;
-}
-
-static inline uint32_t CountOf(const Counts *p, int level)
-{
-    return p->at[0][level] + p->at[1][level] + p->at[2][level] + p->at[3][level];
-}
-
-// The greatest level that no more than nRank samples lie below, from the last one on.
-static inline int MoveMedian(const Counts *p, int median, int nRank, int *pBelow)
-{
-    int nBelow = *pBelow;
-    while (nBelow > nRank) {
-        nBelow -= (int)CountOf(p, --median);
-    }
-    for (int n = (int)CountOf(p, median); nBelow + n <= nRank; n = (int)CountOf(p, ++median)) {
-        nBelow += n;
-    }
-    *pBelow = nBelow;
-    return median;
-}
-
-// The median is among the samples: there is one.
-static int MeanBetween(const Counts *p, int least, int most)
-{
-    uint64_t sum = 0;
-    uint32_t count = 0;
-    for (int level = least; level <= most; level++) {
-        const uint32_t n = CountOf(p, level);
-        count += n;
-        sum += (uint64_t)n * (uint32_t)level;
-    }
-    return (int)(sum / count);
-}
-
-static void WideTrimChannel(const BYTE *const *lines, ptrdiff_t channel, ptrdiff_t step, BYTE *out,
-                            ptrdiff_t count, const TrimRule *pRule)
-{
-    const int nLarge = pRule->nLarge, nSmall = pRule->nSmall;
-    const BYTE *const *smallLines = lines + pRule->nInset;
-    const ptrdiff_t smallAt = pRule->nInset * step;
-    const int nRank = (int)((int64_t)nSmall * nSmall / 2);
-    Counts large, small;
-    int median = 128;
-    int nBelow = CountWindow(&small, smallLines, channel + smallAt, step, nSmall, median);
-    CountWindow(&large, lines, channel, step, nLarge, 0);
-    for (ptrdiff_t i = channel;; i += step) {
-        median = MoveMedian(&small, median, nRank, &nBelow);
-        const int least = median - pRule->nTrim;
-        const int most = median + pRule->nTrim;
-        out[i] = (BYTE)MeanBetween(&large, least > 0 ? least : 0, most < 255 ? most : 255);
-        if (i + step >= count) {
-            return;
-        }
-        SwapColumns(&large, lines, i + nLarge * step, i, nLarge, 0);
-        nBelow += SwapColumns(&small, smallLines, i + smallAt + nSmall * step, i + smallAt, nSmall,
-                              median);
-    }
-}
-
-static void WideTrim(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
-                     const void *pParameters)
-{
-    for (ptrdiff_t channel = 0; channel < step && channel < (ptrdiff_t)count; channel++) {
-        WideTrimChannel(lines, channel, step, out, (ptrdiff_t)count, (const TrimRule *)pParameters);
-    }
-}
-
-// ---- double window, narrow ----------------------------------------------------------------------
-
-enum {
-    BLOCK = 256,
-    LEAST_NARROW_RUN = 8  // below, one pixel after the other is faster
-};
+enum { BLOCK = 256 };
 
 struct NarrowWork {
     BYTE found[BLOCK];  // the median's bits so far
@@ -338,10 +219,6 @@ static void NarrowTrim(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size
     const TrimRule *pRule = (const TrimRule *)pParameters;
     const ptrdiff_t nInset = pRule->nInset;
     NarrowWork work;
-    if (count < LEAST_NARROW_RUN) {
-        WideTrim(lines, step, out, count, pParameters);
-        return;
-    }
     for (size_t start = 0; start < count; start += BLOCK) {
         const size_t n = Least(count - start, BLOCK);
         const size_t nFirst = start + (size_t)(nInset * step);
@@ -352,6 +229,6 @@ static void NarrowTrim(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size
 
 static const RowKernel MMSE_ROWS = {MmseStateBytes, MmseRow};
 
-const AdaptiveKernels ADAPTIVE_KERNELS = {PlainMmse, &MMSE_ROWS, NarrowTrim, WideTrim};
+const AdaptiveKernels ADAPTIVE_KERNELS = {PlainMmse, &MMSE_ROWS, NarrowTrim};
 
 }  // namespace KERNEL_LEVEL

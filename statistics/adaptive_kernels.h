@@ -19,14 +19,13 @@ struct TrimRule {
     int nTrim;
 };
 
-// Windows of at most this side are counted in bytes.
-enum { MOST_NARROW_SIDE = 15 };
+// Windows of at most this side are summed up side by side; beyond, histograms are faster.
+enum { MOST_NARROW_SIDE = 12 };
 
 struct AdaptiveKernels {
     LineKernel Mmse;             // of an MmseRule, pixel by pixel
     const RowKernel *pMmseRows;  // the same over rows
     LineKernel NarrowTrim;       // of a TrimRule with nLarge up to MOST_NARROW_SIDE
-    LineKernel WideTrim;         // of any
 };
 
 // The compiled levels. All give the same bytes.

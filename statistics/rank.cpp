@@ -27,10 +27,7 @@
 
 #include <string.h>
 
-enum {
-    MOST_NARROW_SIZE = 255,  // beyond, histograms need wider counters
-    MOST_SIZE = 46340        // beyond, no picture holds the window
-};
+enum { MOST_SIZE = 46340 };  // beyond, no picture holds the window
 
 // ---- rules --------------------------------------------------------------------------------------
 
@@ -67,7 +64,7 @@ static const RowKernel *ChooseRows(const RowKernel *pNetworks, const RowKernel *
     if (nSize % 2 == 1 && nSize / 2 < NETWORK_SIZES && pNetworks[nSize / 2].Run != NULL) {
         return &pNetworks[nSize / 2];
     }
-    return nSize <= MOST_NARROW_SIZE ? pNarrow : pWide;
+    return nSize <= MOST_BYTE_SIDE ? pNarrow : pWide;
 }
 
 static HGLOBAL RunMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, int height, int nSize,

@@ -1,4 +1,5 @@
-// Median and trimmed mean of square windows of any size, at a cost that hardly depends on it.
+// Median, trimmed mean and double-window trimmed mean of square windows of any size, at a cost that
+// hardly depends on it.
 //
 // Every column of the picture that the windows touch keeps counts of its samples in them: how many
 // are at most so bright. Counts that only grow with the level need no summing when a rank is looked
@@ -16,9 +17,14 @@
 // level l or less that is the sum of max(0, k - c(l)) over all levels: over whole segments it comes
 // from sums that each column keeps as well, and within the segment from the fine counts.
 //
+// The double window needs the number and the sum of the large window's samples up to two levels.
+// Both come the same way: the sum of those up to l is (l + 1) c(l) less the sum of c over all
+// levels to l.
+//
 // Columns count in bytes and windows in words up to 255 x 255; larger windows take words and double
 // words, in plain loops. State is kept by channel: a channel's columns are neighbours.
 
+#include "adaptive_kernels.h"
 #include "rank_kernels.h"
 
 #include <string.h>
@@ -28,8 +34,7 @@ namespace KERNEL_LEVEL
 
 enum {
     SEGMENT = 16,  // levels in a segment
-    SEGMENTS = 16,
-    MOST_BYTES = 255  // the largest window that is counted in bytes and words
+    SEGMENTS = 16
 };
 
 // ---- sixteen numbers ----------------------------------------------------------------------------
@@ -68,6 +73,15 @@ static inline SixteenDwords Subtract(const SixteenDwords &a, const SixteenDwords
         difference.at[i] = a.at[i] - b.at[i];
     }
     return difference;
+}
+
+static inline SixteenDwords And(const SixteenDwords &a, const SixteenDwords &b)
+{
+    SixteenDwords both;
+    for (int i = 0; i < 16; i++) {
+        both.at[i] = a.at[i] & b.at[i];
+    }
+    return both;
 }
 
 static inline SixteenDwords Shortfalls(const SixteenDwords &a, DWORD limit)
@@ -123,6 +137,20 @@ template <typename T> static constexpr StepRows<T> MakeSteps(void)
 }
 
 template <typename T> static constexpr StepRows<T> STEPS = MakeSteps<T>();
+
+// Row j: all bits up to place j.
+template <typename T> static constexpr StepRows<T> MakePrefixes(void)
+{
+    StepRows<T> prefixes = {};
+    for (int j = 0; j < SEGMENTS; j++) {
+        for (int i = 0; i <= j; i++) {
+            prefixes.at[j][i] = (T)-1;
+        }
+    }
+    return prefixes;
+}
+
+template <typename T> static constexpr StepRows<T> PREFIXES = MakePrefixes<T>();
 
 // Row l: how far level l lies below the start of each segment.
 template <typename T> struct DepthRows {
@@ -298,6 +326,36 @@ static inline typename COUNTS::Sixteen FirstWindow(const Columns<COUNTS> *pColum
     return window;
 }
 
+// From the window whose first column is x to the next.
+template <typename COUNTS>
+static inline void MoveWindow(const Columns<COUNTS> *pColumns, typename COUNTS::Sixteen *pWindow,
+                              size_t x, size_t nSize)
+{
+    typename COUNTS::Sixteen gained, lost;
+    LoadSixteen(&gained, pColumns->coarse + (x + nSize) * SEGMENTS);
+    LoadSixteen(&lost, pColumns->coarse + x * SEGMENTS);
+    *pWindow = Subtract(Add(*pWindow, gained), lost);
+}
+
+template <typename COUNTS>
+static inline void FirstDepths(const Columns<COUNTS> *pColumns, typename COUNTS::Sum *depths,
+                               size_t nSize)
+{
+    for (size_t i = 0; i < nSize * SEGMENTS; i++) {
+        depths[i % SEGMENTS] += pColumns->depths[i];
+    }
+}
+
+template <typename COUNTS>
+static inline void MoveDepths(const Columns<COUNTS> *pColumns,
+                              typename COUNTS::Sum *__restrict depths, size_t x, size_t nSize)
+{
+    for (size_t i = 0; i < SEGMENTS; i++) {
+        depths[i] += pColumns->depths[(x + nSize) * SEGMENTS + i] -
+                     (typename COUNTS::Sum)pColumns->depths[x * SEGMENTS + i];
+    }
+}
+
 // ---- median -------------------------------------------------------------------------------------
 
 // The top left sample is left out: its steps are taken off the counts that are looked at.
@@ -312,7 +370,7 @@ static void MedianRow(const Columns<COUNTS> *pColumns, const BYTE *top, size_t s
     Segment<COUNTS> segment;
     PutAside<COUNTS> aside;
     typename COUNTS::Sixteen window = FirstWindow(pColumns, nSize);
-    typename COUNTS::Sixteen column, steps;
+    typename COUNTS::Sixteen steps;
     BeginSegment(pColumns, &segment, &aside, nSize);
     for (size_t x = 0; x < nPixels; x++) {
         const unsigned first = top[x * step];
@@ -326,10 +384,7 @@ static void MedianRow(const Columns<COUNTS> *pColumns, const BYTE *top, size_t s
         out[x * step] = (BYTE)(nNumber * SEGMENT + FirstToReach(Subtract(segment.counts, steps),
                                                                 nRank - reached[nNumber]));
         segment.counts = Slide<COUNTS>(segment.counts, FineCounts(pColumns, nNumber, 0), x, nSize);
-        LoadSixteen(&column, pColumns->coarse + (x + nSize) * SEGMENTS);
-        window = Add(window, column);
-        LoadSixteen(&column, pColumns->coarse + x * SEGMENTS);
-        window = Subtract(window, column);
+        MoveWindow(pColumns, &window, x, nSize);
     }
 }
 
@@ -373,13 +428,10 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
     Segment<COUNTS> low, high;
     PutAside<COUNTS> lowAside, highAside;
     typename COUNTS::Sixteen window = FirstWindow(pColumns, nSize);
-    typename COUNTS::Sixteen column;
     (void)top;
     BeginSegment(pColumns, &low, &lowAside, nSize);
     BeginSegment(pColumns, &high, &highAside, nSize);
-    for (size_t i = 0; i < nSize * SEGMENTS; i++) {
-        depths[i % SEGMENTS] += pColumns->depths[i];
-    }
+    FirstDepths(pColumns, depths, nSize);
     for (size_t x = 0; x < nPixels; x++) {
         StoreSixteen(reached + 1, window);
         const Sum nLow =
@@ -387,14 +439,87 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
         const Sum nHigh = SumOfLowest(pColumns, nSamples - pRule->nTrim, window, reached, depths,
                                       &high, &highAside, x, nSize);
         out[x * step] = (BYTE)((double)(nHigh - nLow) / divisor + 0.5);
-        for (size_t i = 0; i < SEGMENTS; i++) {
-            depths[i] += pColumns->depths[(x + nSize) * SEGMENTS + i] -
-                         (Sum)pColumns->depths[x * SEGMENTS + i];
-        }
-        LoadSixteen(&column, pColumns->coarse + (x + nSize) * SEGMENTS);
-        window = Add(window, column);
-        LoadSixteen(&column, pColumns->coarse + x * SEGMENTS);
-        window = Subtract(window, column);
+        MoveDepths(pColumns, depths, x, nSize);
+        MoveWindow(pColumns, &window, x, nSize);
+    }
+}
+
+// ---- double window ------------------------------------------------------------------------------
+
+// The median of all samples.
+template <typename COUNTS>
+static inline int
+WholeMedian(const Columns<COUNTS> *pColumns, const typename COUNTS::Sixteen &window, DWORD nRank,
+            Segment<COUNTS> *pSegment, PutAside<COUNTS> *pAside, size_t x, size_t nSize)
+{
+    typename COUNTS::Coarse reached[1 + SEGMENTS] = {0};
+    StoreSixteen(reached + 1, window);
+    TurnToSegment(pColumns, pSegment, pAside, FirstToReach(window, nRank), x, nSize);
+    const unsigned nNumber = pSegment->nNumber;
+    const unsigned row = FirstToReach(pSegment->counts, nRank - reached[nNumber]);
+    pSegment->counts = Slide<COUNTS>(pSegment->counts, FineCounts(pColumns, nNumber, 0), x, nSize);
+    return (int)(nNumber * SEGMENT + row);
+}
+
+template <typename COUNTS> struct Lowest {
+    typename COUNTS::Sum count;
+    typename COUNTS::Sum sum;
+};
+
+// The window's samples up to a level; none up to level -1.
+template <typename COUNTS>
+static inline Lowest<COUNTS> LowestTo(const Columns<COUNTS> *pColumns, int level,
+                                      const typename COUNTS::Coarse *reached,
+                                      const typename COUNTS::Sum *depths, Segment<COUNTS> *pSegment,
+                                      PutAside<COUNTS> *pAside, size_t x, size_t nSize)
+{
+    typedef typename COUNTS::Sum Sum;
+    typename COUNTS::Sixteen prefix;
+    typename COUNTS::Coarse counts[SEGMENTS];
+    if (level >= 0) {
+        TurnToSegment(pColumns, pSegment, pAside, (unsigned)level / SEGMENT, x, nSize);
+    }
+    const unsigned nNumber = pSegment->nNumber;
+    const unsigned row = (unsigned)level % SEGMENT;
+    LoadSixteen(&prefix, PREFIXES<typename COUNTS::Coarse>.at[row]);
+    StoreSixteen(counts, pSegment->counts);
+    const Sum count = (Sum)reached[nNumber] + counts[row];
+    const Sum nDepth = depths[nNumber] + (Sum)(row + 1) * reached[nNumber] +
+                       (Sum)SumOf(And(pSegment->counts, prefix));
+    pSegment->counts = Slide<COUNTS>(pSegment->counts, FineCounts(pColumns, nNumber, 0), x, nSize);
+    return level < 0 ? Lowest<COUNTS>{0, 0}
+                     : Lowest<COUNTS>{count, (Sum)(level + 1) * count - nDepth};
+}
+
+template <typename COUNTS>
+static void DoubleWindowRow(const Columns<COUNTS> *pSmall, const Columns<COUNTS> *pLarge,
+                            size_t step, BYTE *out, size_t nPixels, const TrimRule *pRule)
+{
+    const size_t nSmall = (size_t)pRule->nSmall, nLarge = (size_t)pRule->nLarge;
+    const DWORD nRank = (DWORD)(nSmall * nSmall / 2 + 1);
+    typename COUNTS::Coarse reached[1 + SEGMENTS] = {0};
+    typename COUNTS::Sum depths[SEGMENTS] = {0};
+    Segment<COUNTS> middle, low, high;
+    PutAside<COUNTS> middleAside, lowAside, highAside;
+    typename COUNTS::Sixteen inner = FirstWindow(pSmall, nSmall);
+    typename COUNTS::Sixteen window = FirstWindow(pLarge, nLarge);
+    BeginSegment(pSmall, &middle, &middleAside, nSmall);
+    BeginSegment(pLarge, &low, &lowAside, nLarge);
+    BeginSegment(pLarge, &high, &highAside, nLarge);
+    FirstDepths(pLarge, depths, nLarge);
+    for (size_t x = 0; x < nPixels; x++) {
+        const int median = WholeMedian(pSmall, inner, nRank, &middle, &middleAside, x, nSmall);
+        const int least = median - pRule->nTrim, most = median + pRule->nTrim;
+        StoreSixteen(reached + 1, window);
+        const Lowest<COUNTS> below = LowestTo(pLarge, least > 0 ? least - 1 : -1, reached, depths,
+                                              &low, &lowAside, x, nLarge);
+        const Lowest<COUNTS> all = LowestTo(pLarge, most < 255 ? most : 255, reached, depths, &high,
+                                            &highAside, x, nLarge);
+        // The median is among the samples: there is one.
+        out[x * step] = (BYTE)((all.sum - below.sum) / (all.count - below.count));
+        MoveWindow(pSmall, &inner, x, nSmall);
+        MoveWindow(pLarge, &window, x, nLarge);
+        MoveDepths(pLarge, depths, x, nLarge);
     }
 }
 
@@ -416,10 +541,9 @@ static size_t HistogramBytes(const NeighbourhoodFilter *pFilter, size_t nSamples
 }
 
 template <typename COUNTS, int WITH_DEPTHS>
-static Columns<COUNTS> ChannelColumns(void *pState, size_t nColumns, size_t channel)
+static Columns<COUNTS> ColumnsAt(BYTE *memory, size_t nColumns)
 {
     Columns<COUNTS> columns = {};
-    BYTE *memory = (BYTE *)pState + channel * (size_t)ColumnsBytes<COUNTS, WITH_DEPTHS>(nColumns);
     columns.count = nColumns;
     columns.coarse = (typename COUNTS::Coarse *)(void *)memory;
     typename COUNTS::Coarse *end = columns.coarse + nColumns * SEGMENTS;
@@ -429,6 +553,19 @@ static Columns<COUNTS> ChannelColumns(void *pState, size_t nColumns, size_t chan
     }
     columns.fine = (typename COUNTS::Fine *)(void *)end;
     return columns;
+}
+
+// lines: from the window's top line on, and the one that it has just left.
+template <typename COUNTS>
+static void MoveRows(const Columns<COUNTS> *pColumns, const BYTE *const *lines, size_t offset,
+                     size_t step, size_t nSize, int bFirst)
+{
+    for (size_t k = 0; k < (bFirst ? nSize : 1); k++) {
+        GainSamples(pColumns, lines[k] + offset, step);
+    }
+    if (!bFirst) {
+        LoseSamples(pColumns, lines[nSize] + offset, step);
+    }
 }
 
 template <typename COUNTS, int WITH_DEPTHS,
@@ -442,15 +579,41 @@ static void RunHistograms(void *pState, const NeighbourhoodFilter *pFilter,
     const size_t channels = (size_t)step;
     const size_t nPixels = count / channels;
     for (size_t c = 0; c < channels; c++) {
-        const Columns<COUNTS> columns =
-            ChannelColumns<COUNTS, WITH_DEPTHS>(pState, nPixels + pRule->nSize, c);
-        for (size_t k = 0; k < (bFirst ? pRule->nSize : 1); k++) {
-            GainSamples(&columns, lines[k] + c, channels);
-        }
-        if (!bFirst) {
-            LoseSamples(&columns, lines[pRule->nSize] + c, channels);
-        }
+        const size_t nColumns = nPixels + pRule->nSize;
+        const Columns<COUNTS> columns = ColumnsAt<COUNTS, WITH_DEPTHS>(
+            (BYTE *)pState + c * (size_t)ColumnsBytes<COUNTS, WITH_DEPTHS>(nColumns), nColumns);
+        MoveRows(&columns, lines, c, channels, pRule->nSize, bFirst);
         ROW(&columns, lines[0] + c, channels, out + c, nPixels, pRule);
+    }
+}
+
+// The small window's columns and the large one's.
+template <typename COUNTS>
+static size_t DoubleWindowBytes(const NeighbourhoodFilter *pFilter, size_t nSamples, ptrdiff_t step)
+{
+    const ULONGLONG nColumns = nSamples + (ULONGLONG)step;
+    (void)pFilter;
+    return StateSize(ColumnsBytes<COUNTS, 0>(nColumns) + ColumnsBytes<COUNTS, 1>(nColumns));
+}
+
+template <typename COUNTS>
+static void RunDoubleWindow(void *pState, const NeighbourhoodFilter *pFilter,
+                            const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
+                            int bFirst)
+{
+    const TrimRule *pRule = (const TrimRule *)pFilter->pParameters;
+    const size_t channels = (size_t)step, nPixels = count / channels;
+    const size_t nSmall = (size_t)pRule->nSmall, nLarge = (size_t)pRule->nLarge;
+    const size_t nInset = (size_t)pRule->nInset;
+    BYTE *memory = (BYTE *)pState;
+    for (size_t c = 0; c < channels; c++) {
+        const Columns<COUNTS> small = ColumnsAt<COUNTS, 0>(memory, nPixels + nSmall);
+        memory += ColumnsBytes<COUNTS, 0>(nPixels + nSmall);
+        const Columns<COUNTS> large = ColumnsAt<COUNTS, 1>(memory, nPixels + nLarge);
+        memory += ColumnsBytes<COUNTS, 1>(nPixels + nLarge);
+        MoveRows(&small, lines + nInset, nInset * channels + c, channels, nSmall, bFirst);
+        MoveRows(&large, lines, c, channels, nLarge, bFirst);
+        DoubleWindowRow(&small, &large, channels, out + c, nPixels, pRule);
     }
 }
 
@@ -459,6 +622,8 @@ const HistogramKernels HISTOGRAM_KERNELS = {
     {HistogramBytes<WideCounts, 0>, RunHistograms<WideCounts, 0, MedianRow<WideCounts>>},
     {HistogramBytes<NarrowCounts, 1>, RunHistograms<NarrowCounts, 1, TrimmedMeanRow<NarrowCounts>>},
     {HistogramBytes<WideCounts, 1>, RunHistograms<WideCounts, 1, TrimmedMeanRow<WideCounts>>},
+    {DoubleWindowBytes<NarrowCounts>, RunDoubleWindow<NarrowCounts>},
+    {DoubleWindowBytes<WideCounts>, RunDoubleWindow<WideCounts>},
 };
 
 }  // namespace KERNEL_LEVEL

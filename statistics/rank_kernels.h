@@ -44,10 +44,12 @@ struct NetworkKernels {
     RowKernel trimmedMean[NETWORK_SIZES];
 };
 
-// Column histograms: for windows up to 255 x 255, and beyond.
+// Column histograms: for windows up to MOST_BYTE_SIDE, and beyond.
+enum { MOST_BYTE_SIDE = 255 };
 struct HistogramKernels {
     RowKernel median, wideMedian;
     RowKernel trimmedMean, wideTrimmedMean;
+    RowKernel doubleWindow, wideDoubleWindow;  // of a TrimRule
 };
 
 // A search bit by bit; for total weights up to 255, 65535 and 4294967295.

@@ -38,6 +38,11 @@ static inline SixteenWords Subtract(const SixteenWords &a, const SixteenWords &b
     return {_mm256_sub_epi16(a.all, b.all)};
 }
 
+static inline SixteenWords And(const SixteenWords &a, const SixteenWords &b)
+{
+    return {_mm256_and_si256(a.all, b.all)};
+}
+
 static inline SixteenWords Shortfalls(const SixteenWords &a, DWORD limit)
 {
     return {_mm256_subs_epu16(_mm256_set1_epi16((short)limit), a.all)};

@@ -48,6 +48,11 @@ static inline SixteenWords Subtract(const SixteenWords &a, const SixteenWords &b
     return {_mm_sub_epi16(a.low, b.low), _mm_sub_epi16(a.high, b.high)};
 }
 
+static inline SixteenWords And(const SixteenWords &a, const SixteenWords &b)
+{
+    return {_mm_and_si128(a.low, b.low), _mm_and_si128(a.high, b.high)};
+}
+
 // How far each is below the limit; 0 for those that reach it.
 static inline SixteenWords Shortfalls(const SixteenWords &a, DWORD limit)
 {

@@ -3,16 +3,20 @@
 
 #include "picture.h"
 
+#include "frame/dispatch.h"
 #include "platform/cpu.h"
 #include "statistics/adaptive.h"
 #include "statistics/adaptive_kernels.h"
 #include "statistics/mean.h"
 #include "statistics/mean_kernels.h"
+#include "statistics/rank_kernels.h"
 
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -96,13 +100,56 @@ static std::vector<Bytes> RunAll(const Bytes &dib, int width, int height, int n)
     return results;
 }
 
+// The double window by sorting, in the words of the definition.
+static BYTE SortedTrim(const BYTE *const *lines, size_t i, ptrdiff_t step, const TrimRule *pRule)
+{
+    std::vector<int> inner;
+    int sum = 0, count = 0;
+    for (int k = 0; k < pRule->nSmall; k++) {
+        for (int j = 0; j < pRule->nSmall; j++) {
+            inner.push_back((lines[k + pRule->nInset] + i)[(j + pRule->nInset) * step]);
+        }
+    }
+    std::sort(inner.begin(), inner.end());
+    const int median = inner[inner.size() / 2];
+    for (int k = 0; k < pRule->nLarge; k++) {
+        for (int j = 0; j < pRule->nLarge; j++) {
+            const int sample = (lines[k] + i)[j * step];
+            const int bNear = abs(sample - median) <= pRule->nTrim;
+            sum += bNear * sample;
+            count += bNear;
+        }
+    }
+    return (BYTE)(sum / count);
+}
+
+static void PlainTrim(const BYTE *const *lines, ptrdiff_t step, BYTE *out, size_t count,
+                      const void *pParameters)
+{
+    for (size_t i = 0; i < count; i++) {
+        out[i] = SortedTrim(lines, i, step, (const TrimRule *)pParameters);
+    }
+}
+
+static size_t NoState(const NeighbourhoodFilter *, size_t, ptrdiff_t)
+{
+    return 0;
+}
+
+static void PlainTrimRow(void *, const NeighbourhoodFilter *pFilter, const BYTE *const *lines,
+                         ptrdiff_t step, BYTE *out, size_t count, int)
+{
+    PlainTrim(lines, step, out, count, pFilter->pParameters);
+}
+
 static void UsePlainForms(void)
 {
+    static HistogramKernels histograms = sse2::HISTOGRAM_KERNELS;
     static const PixelMeanKernels MEANS = {sse2::PIXEL_MEAN_KERNELS.Plain, NULL, NULL,
                                            sse2::PIXEL_MEAN_KERNELS.Weighted};
-    static const AdaptiveKernels ADAPTIVE = {sse2::ADAPTIVE_KERNELS.Mmse, NULL,
-                                             sse2::ADAPTIVE_KERNELS.WideTrim,
-                                             sse2::ADAPTIVE_KERNELS.WideTrim};
+    static const AdaptiveKernels ADAPTIVE = {sse2::ADAPTIVE_KERNELS.Mmse, NULL, PlainTrim};
+    histograms.doubleWindow = histograms.wideDoubleWindow = {NoState, PlainTrimRow};
+    g_pHistogramKernels = &histograms;
     g_pPixelMeanKernels = &MEANS;
     g_pAdaptiveKernels = &ADAPTIVE;
 }
@@ -122,21 +169,21 @@ static void ExpectSameAtEveryLevel(const Bytes &dib, int width, int height, int 
 {
     UsePlainForms();
     const std::vector<Bytes> want = RunAll(dib, width, height, n);
-    ChoosePixelMeanKernels(0);
+    ChooseKernels(0);
     ExpectSame(want, RunAll(dib, width, height, n), n, "sse2, " + what);
     if (DetectCpuFeatures() & CPU_AVX2) {
-        ChoosePixelMeanKernels(CPU_AVX2);
+        ChooseKernels(CPU_AVX2);
         ExpectSame(want, RunAll(dib, width, height, n), n, "avx2, " + what);
     }
-    ChoosePixelMeanKernels(DetectCpuFeatures());
+    ChooseKernels(DetectCpuFeatures());
 }
 
 // Widths past the blocks that the kernels work in, and windows past those that count in bytes.
 TEST(MeanLevels, RowsOfEveryLevelEqualSinglePixels)
 {
-    const int sizes[][3] = {{2, 200, 5},  {3, 260, 8},   {4, 175, 9},  {5, 333, 7},
-                            {7, 183, 12}, {8, 600, 9},   {13, 90, 20}, {15, 110, 18},
-                            {16, 75, 19}, {17, 120, 21}, {31, 50, 40}, {40, 64, 44}};
+    const int sizes[][3] = {{2, 200, 5},   {3, 260, 8},   {4, 175, 9},  {5, 333, 7},   {7, 183, 12},
+                            {8, 600, 9},   {12, 100, 17}, {13, 90, 20}, {15, 110, 18}, {16, 75, 19},
+                            {17, 120, 21}, {31, 50, 40},  {40, 64, 44}};
     unsigned nSeed = 0;
     for (const int *size : sizes) {
         for (int tone = 0; tone < 3; tone++) {
@@ -177,15 +224,16 @@ TEST(MeanLevels, MeansOnTheLimitsEqualSinglePixels)
 // Sums past 31 bits and column sums far past a byte.
 TEST(MeanLevels, LargeWindowsEqualSinglePixels)
 {
-    const LevelCase large[] = {{MMSE, 500}, {HARMONIC, 0}, {GEOMETRIC, 0}, {CONTRA, 1}, {YP, 1}};
-    const int side = 250, width = 260, height = 253;
+    const LevelCase large[] = {{MMSE, 500}, {HARMONIC, 0}, {GEOMETRIC, 0},
+                               {CONTRA, 1}, {YP, 1},       {TRIMMED, 9}};
+    const int side = 256, width = 266, height = 259;
     const TestPicture picture = {width, height, 24, COLOURED, 0, 2, 0};
     const HGLOBAL hDib = NewDib(MakeDib(picture));
     for (const LevelCase &c : large) {
         UsePlainForms();
         const Bytes want = TakeBytes(RunCase(c, hDib, width, height, side));
         for (unsigned features : {0u, DetectCpuFeatures()}) {
-            ChoosePixelMeanKernels(features);
+            ChooseKernels(features);
             EXPECT_EQ("", FirstDifference(want, TakeBytes(RunCase(c, hDib, width, height, side))))
                 << "filter " << c.filter << ", features " << features;
         }
