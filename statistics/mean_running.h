@@ -17,6 +17,18 @@
 namespace KERNEL_LEVEL
 {
 
+// 32-bit sums wrap: a host may change the picture meanwhile, and then a sample leaves that never
+// came.
+static inline int32_t Plus(int32_t a, int32_t b)
+{
+    return (int32_t)((uint32_t)a + (uint32_t)b);
+}
+
+static inline double Plus(double a, double b)
+{
+    return a + b;
+}
+
 // What a sample adds.
 template <class Sum> static inline Sum SampleTerm(const void *pTerms, BYTE sample)
 {
@@ -45,7 +57,7 @@ static void AdvanceColumns(Sum *__restrict columns, const void *pTerms, const BY
         const BYTE *entering = lines[0];
         const BYTE *leaving = lines[nRows];
         for (size_t i = 0; i < nSamples; i++) {
-            columns[i] += TERM(pTerms, entering[i]) - TERM(pTerms, leaving[i]);
+            columns[i] = Plus(columns[i], TERM(pTerms, entering[i]) - TERM(pTerms, leaving[i]));
         }
         return;
     }
@@ -55,7 +67,7 @@ static void AdvanceColumns(Sum *__restrict columns, const void *pTerms, const BY
     for (int k = 0; k < nRows; k++) {
         const BYTE *line = lines[k];
         for (size_t i = 0; i < nSamples; i++) {
-            columns[i] += TERM(pTerms, line[i]);
+            columns[i] = Plus(columns[i], TERM(pTerms, line[i]));
         }
     }
 }
@@ -77,7 +89,7 @@ template <class Sum>
 static void AddRuns(const Sum *__restrict runs, size_t distance, Sum *__restrict out, size_t count)
 {
     for (size_t i = 0; i < count; i++) {
-        out[i] = runs[i] + runs[i + distance];
+        out[i] = Plus(runs[i], runs[i + distance]);
     }
 }
 
@@ -91,7 +103,7 @@ static void TakeRuns(Sum *__restrict sums, const Sum *__restrict runs, size_t co
         return;
     }
     for (size_t i = 0; i < count; i++) {
-        sums[i] += runs[i];
+        sums[i] = Plus(sums[i], runs[i]);
     }
 }
 

@@ -96,7 +96,7 @@ static inline SixteenDwords Shortfalls(const SixteenDwords &a, DWORD limit)
 static inline unsigned FirstToReach(const SixteenDwords &a, DWORD limit)
 {
     unsigned nBefore = 0;
-    for (int i = 0; i < 16; i++) {
+    for (int i = 0; i < 15; i++) {
         nBefore += a.at[i] < limit;
     }
     return nBefore;
@@ -515,8 +515,9 @@ static void DoubleWindowRow(const Columns<COUNTS> *pSmall, const Columns<COUNTS>
                                               &low, &lowAside, x, nLarge);
         const Lowest<COUNTS> all = LowestTo(pLarge, most < 255 ? most : 255, reached, depths, &high,
                                             &highAside, x, nLarge);
-        // The median is among the samples: there is one.
-        out[x * step] = (BYTE)((all.sum - below.sum) / (all.count - below.count));
+        // The median is among the samples, unless the host changes the picture meanwhile.
+        const typename COUNTS::Sum count = all.count - below.count;
+        out[x * step] = (BYTE)(count != 0 ? (all.sum - below.sum) / count : 0);
         MoveWindow(pSmall, &inner, x, nSmall);
         MoveWindow(pLarge, &window, x, nLarge);
         MoveDepths(pLarge, depths, x, nLarge);

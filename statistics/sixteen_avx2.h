@@ -51,7 +51,7 @@ static inline SixteenWords Shortfalls(const SixteenWords &a, DWORD limit)
 static inline unsigned FirstToReach(const SixteenWords &a, DWORD limit)
 {
     const __m256i reached = _mm256_cmpeq_epi16(Shortfalls(a, limit).all, _mm256_setzero_si256());
-    return (unsigned)__builtin_ctz((unsigned)_mm256_movemask_epi8(reached)) / 2;
+    return (unsigned)__builtin_ctz((unsigned)_mm256_movemask_epi8(reached) | 1u << 31) / 2;
 }
 
 static inline DWORD SumOf(const SixteenWords &a)

@@ -60,14 +60,15 @@ static inline SixteenWords Shortfalls(const SixteenWords &a, DWORD limit)
     return {_mm_subs_epu16(limits, a.low), _mm_subs_epu16(limits, a.high)};
 }
 
-// The index of the first that reaches the limit; one does.
+// The index of the first that reaches the limit. One does, unless the host changes the picture
+// meanwhile; then the last is taken for it.
 static inline unsigned FirstToReach(const SixteenWords &a, DWORD limit)
 {
     const SixteenWords shortfalls = Shortfalls(a, limit);
     const __m128i zero = _mm_setzero_si128();
     const __m128i reached = _mm_packs_epi16(_mm_cmpeq_epi16(shortfalls.low, zero),
                                             _mm_cmpeq_epi16(shortfalls.high, zero));
-    return (unsigned)__builtin_ctz((unsigned)_mm_movemask_epi8(reached));
+    return (unsigned)__builtin_ctz((unsigned)_mm_movemask_epi8(reached) | 1u << 15);
 }
 
 static inline DWORD SumOf(const SixteenWords &a)

@@ -389,6 +389,11 @@ TEST_F(MeanCalls, EachAllocationAndEachLockMayFail)
     FailEverywhere(MEANS, ONE_OF_EACH);
 }
 
+TEST_F(MeanCalls, APictureThatChangesMeanwhileDoesNoHarm)
+{
+    DrawMeanwhile(MEANS, ONE_OF_EACH);
+}
+
 // ---- the parameter dialogs ----------------------------------------------------------------------
 
 // What the dialog writes through each of its pointers, and through how many.

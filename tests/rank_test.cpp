@@ -255,6 +255,11 @@ TEST_F(RankCalls, EachAllocationAndEachLockMayFail)
     FailEverywhere(RANKS, ONE_OF_EACH);
 }
 
+TEST_F(RankCalls, APictureThatChangesMeanwhileDoesNoHarm)
+{
+    DrawMeanwhile(RANKS, ONE_OF_EACH);
+}
+
 // ---- the parameter dialogs ----------------------------------------------------------------------
 
 static int g_nTrimWritten;

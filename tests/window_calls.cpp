@@ -6,6 +6,9 @@
 
 #include <limits.h>
 
+#include <atomic>
+#include <thread>
+
 const DialogScript GO_ON = {true, true, false, false, 0, NULL, 0, NULL, 0, 0};
 
 WindowCall Call(int filter, int first, int second, int third)
@@ -201,6 +204,42 @@ void FailEverywhere(const WindowFamily &family, const std::vector<WindowCall> &c
                 EXPECT_EQ(nLocks, LocksHeld());
             }
         }
+        FreeBlock(hDib);
+    }
+}
+
+static void Draw(BYTE *pPixels, size_t nBytes, const std::atomic<bool> *pStop)
+{
+    for (unsigned random = 7; !*pStop;) {
+        for (int i = 0; i < 1000; i++) {
+            random = random * 1664525 + 1013904223;
+            pPixels[(random >> 8) % nBytes] = (BYTE)(random & 1 ? 255 : random >> 24);
+        }
+    }
+}
+
+void DrawMeanwhile(const WindowFamily &family, const std::vector<WindowCall> &calls)
+{
+    for (const TestPicture &picture :
+         {TestPicture{150, 140, 8, RAMP, 0, 81, 0}, TestPicture{150, 140, 24, RAMP, 0, 82, 0},
+          TestPicture{150, 140, 8, EVEN, 0, 83, 0}}) {
+        const Bytes dib = MakeDib(picture);
+        const HGLOBAL hDib = NewBlock(dib);
+        const size_t nPixels = (size_t)140 * (picture.bits == 8 ? 152 : 452);
+        std::atomic<bool> bStop(false);
+        BYTE *pPixels = (BYTE *)GlobalLock(hDib) + dib.size() - nPixels;
+        std::thread drawing(Draw, pPixels, nPixels, &bStop);
+        const int nBlocks = LiveBlocks(), nLocks = LocksHeld();
+        for (int i = 0; i < 6; i++) {
+            for (const WindowCall &call : calls) {
+                FreeBlock(family.Make(call, hDib, 0));
+                EXPECT_EQ(nBlocks, LiveBlocks());
+                EXPECT_EQ(nLocks, LocksHeld());
+            }
+        }
+        bStop = true;
+        drawing.join();
+        GlobalUnlock(hDib);
         FreeBlock(hDib);
     }
 }
