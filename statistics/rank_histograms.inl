@@ -32,6 +32,9 @@
 namespace KERNEL_LEVEL
 {
 
+// Into each of the loops over a row, however many there are.
+#define INLINE static inline __attribute__((always_inline))
+
 enum {
     SEGMENT = 16,  // levels in a segment
     SEGMENTS = 16
@@ -180,8 +183,8 @@ template <typename COUNTS> struct Columns {
 };
 
 template <typename COUNTS>
-static inline typename COUNTS::Fine *FineCounts(const Columns<COUNTS> *pColumns, unsigned segment,
-                                                size_t x)
+INLINE typename COUNTS::Fine *FineCounts(const Columns<COUNTS> *pColumns, unsigned segment,
+                                         size_t x)
 {
     return pColumns->fine + (segment * pColumns->count + x) * SEGMENT;
 }
@@ -191,7 +194,7 @@ template <typename T> struct RowOf {
     typedef T Vector __attribute__((vector_size(SEGMENT * sizeof(T))));
 };
 
-template <typename T> static inline void AddRow(T *counts, const T *added)
+template <typename T> INLINE void AddRow(T *counts, const T *added)
 {
     typename RowOf<T>::Vector sum, more;
     memcpy(&sum, counts, sizeof sum);
@@ -200,7 +203,7 @@ template <typename T> static inline void AddRow(T *counts, const T *added)
     memcpy(counts, &sum, sizeof sum);
 }
 
-template <typename T> static inline void SubtractRow(T *counts, const T *lost)
+template <typename T> INLINE void SubtractRow(T *counts, const T *lost)
 {
     typename RowOf<T>::Vector difference, less;
     memcpy(&difference, counts, sizeof difference);
@@ -210,7 +213,7 @@ template <typename T> static inline void SubtractRow(T *counts, const T *lost)
 }
 
 template <typename COUNTS>
-static void GainSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_t step)
+INLINE void GainSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_t step)
 {
     typedef typename COUNTS::Coarse Coarse;
     typedef typename COUNTS::Fine Fine;
@@ -225,7 +228,7 @@ static void GainSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_
 }
 
 template <typename COUNTS>
-static void LoseSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_t step)
+INLINE void LoseSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_t step)
 {
     typedef typename COUNTS::Coarse Coarse;
     typedef typename COUNTS::Fine Fine;
@@ -256,9 +259,8 @@ template <typename COUNTS> struct PutAside {
 };
 
 template <typename COUNTS>
-static inline typename COUNTS::Sixteen Slide(const typename COUNTS::Sixteen &counts,
-                                             const typename COUNTS::Fine *segment, size_t x,
-                                             size_t nSize)
+INLINE typename COUNTS::Sixteen Slide(const typename COUNTS::Sixteen &counts,
+                                      const typename COUNTS::Fine *segment, size_t x, size_t nSize)
 {
     typename COUNTS::Sixteen gained, lost;
     LoadSixteen(&gained, segment + (x + nSize) * SEGMENT);
@@ -289,8 +291,8 @@ static __attribute__((noinline)) void CatchUp(typename COUNTS::Sixteen *pCounts,
 }
 
 template <typename COUNTS>
-static inline void BeginSegment(const Columns<COUNTS> *pColumns, Segment<COUNTS> *pSegment,
-                                PutAside<COUNTS> *pAside, size_t nSize)
+INLINE void BeginSegment(const Columns<COUNTS> *pColumns, Segment<COUNTS> *pSegment,
+                         PutAside<COUNTS> *pAside, size_t nSize)
 {
     for (size_t &at : pAside->at) {
         at = NEVER;
@@ -301,8 +303,8 @@ static inline void BeginSegment(const Columns<COUNTS> *pColumns, Segment<COUNTS>
 }
 
 template <typename COUNTS>
-static inline void TurnToSegment(const Columns<COUNTS> *pColumns, Segment<COUNTS> *pSegment,
-                                 PutAside<COUNTS> *pAside, unsigned nNumber, size_t x, size_t nSize)
+INLINE void TurnToSegment(const Columns<COUNTS> *pColumns, Segment<COUNTS> *pSegment,
+                          PutAside<COUNTS> *pAside, unsigned nNumber, size_t x, size_t nSize)
 {
     if (__builtin_expect(nNumber != pSegment->nNumber, 0)) {
         pAside->counts[pSegment->nNumber] = pSegment->counts;
@@ -315,7 +317,7 @@ static inline void TurnToSegment(const Columns<COUNTS> *pColumns, Segment<COUNTS
 }
 
 template <typename COUNTS>
-static inline typename COUNTS::Sixteen FirstWindow(const Columns<COUNTS> *pColumns, size_t nSize)
+INLINE typename COUNTS::Sixteen FirstWindow(const Columns<COUNTS> *pColumns, size_t nSize)
 {
     typename COUNTS::Sixteen window, column;
     LoadSixteen(&window, pColumns->coarse);
@@ -328,18 +330,18 @@ static inline typename COUNTS::Sixteen FirstWindow(const Columns<COUNTS> *pColum
 
 // From the window whose first column is x to the next.
 template <typename COUNTS>
-static inline void MoveWindow(const Columns<COUNTS> *pColumns, typename COUNTS::Sixteen *pWindow,
-                              size_t x, size_t nSize)
+INLINE typename COUNTS::Sixteen NextWindow(const Columns<COUNTS> *pColumns,
+                                           const typename COUNTS::Sixteen &window, size_t x,
+                                           size_t nSize)
 {
     typename COUNTS::Sixteen gained, lost;
     LoadSixteen(&gained, pColumns->coarse + (x + nSize) * SEGMENTS);
     LoadSixteen(&lost, pColumns->coarse + x * SEGMENTS);
-    *pWindow = Subtract(Add(*pWindow, gained), lost);
+    return Subtract(Add(window, gained), lost);
 }
 
 template <typename COUNTS>
-static inline void FirstDepths(const Columns<COUNTS> *pColumns, typename COUNTS::Sum *depths,
-                               size_t nSize)
+INLINE void FirstDepths(const Columns<COUNTS> *pColumns, typename COUNTS::Sum *depths, size_t nSize)
 {
     for (size_t i = 0; i < nSize * SEGMENTS; i++) {
         depths[i % SEGMENTS] += pColumns->depths[i];
@@ -347,8 +349,8 @@ static inline void FirstDepths(const Columns<COUNTS> *pColumns, typename COUNTS:
 }
 
 template <typename COUNTS>
-static inline void MoveDepths(const Columns<COUNTS> *pColumns,
-                              typename COUNTS::Sum *__restrict depths, size_t x, size_t nSize)
+INLINE void MoveDepths(const Columns<COUNTS> *pColumns, typename COUNTS::Sum *__restrict depths,
+                       size_t x, size_t nSize)
 {
     for (size_t i = 0; i < SEGMENTS; i++) {
         depths[i] += pColumns->depths[(x + nSize) * SEGMENTS + i] -
@@ -384,13 +386,13 @@ static void MedianRow(const Columns<COUNTS> *pColumns, const BYTE *top, size_t s
         out[x * step] = (BYTE)(nNumber * SEGMENT + FirstToReach(Subtract(segment.counts, steps),
                                                                 nRank - reached[nNumber]));
         segment.counts = Slide<COUNTS>(segment.counts, FineCounts(pColumns, nNumber, 0), x, nSize);
-        MoveWindow(pColumns, &window, x, nSize);
+        window = NextWindow(pColumns, window, x, nSize);
     }
 }
 
 // ---- trimmed mean -------------------------------------------------------------------------------
 
-static inline ULONGLONG SumOf(const SixteenDwords &a)
+INLINE ULONGLONG SumOf(const SixteenDwords &a)
 {
     ULONGLONG sum = 0;
     for (int i = 0; i < 16; i++) {
@@ -401,7 +403,7 @@ static inline ULONGLONG SumOf(const SixteenDwords &a)
 
 // The sum of the window's nRank lowest samples.
 template <typename COUNTS>
-static inline typename COUNTS::Sum
+INLINE typename COUNTS::Sum
 SumOfLowest(const Columns<COUNTS> *pColumns, DWORD nRank, const typename COUNTS::Sixteen &window,
             const typename COUNTS::Coarse *reached, const typename COUNTS::Sum *depths,
             Segment<COUNTS> *pSegment, PutAside<COUNTS> *pAside, size_t x, size_t nSize)
@@ -440,7 +442,7 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
                                       &high, &highAside, x, nSize);
         out[x * step] = (BYTE)((double)(nHigh - nLow) / divisor + 0.5);
         MoveDepths(pColumns, depths, x, nSize);
-        MoveWindow(pColumns, &window, x, nSize);
+        window = NextWindow(pColumns, window, x, nSize);
     }
 }
 
@@ -448,9 +450,9 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
 
 // The median of all samples.
 template <typename COUNTS>
-static inline int
-WholeMedian(const Columns<COUNTS> *pColumns, const typename COUNTS::Sixteen &window, DWORD nRank,
-            Segment<COUNTS> *pSegment, PutAside<COUNTS> *pAside, size_t x, size_t nSize)
+INLINE int WholeMedian(const Columns<COUNTS> *pColumns, const typename COUNTS::Sixteen &window,
+                       DWORD nRank, Segment<COUNTS> *pSegment, PutAside<COUNTS> *pAside, size_t x,
+                       size_t nSize)
 {
     typename COUNTS::Coarse reached[1 + SEGMENTS] = {0};
     StoreSixteen(reached + 1, window);
@@ -468,10 +470,10 @@ template <typename COUNTS> struct Lowest {
 
 // The window's samples up to a level; none up to level -1.
 template <typename COUNTS>
-static inline Lowest<COUNTS> LowestTo(const Columns<COUNTS> *pColumns, int level,
-                                      const typename COUNTS::Coarse *reached,
-                                      const typename COUNTS::Sum *depths, Segment<COUNTS> *pSegment,
-                                      PutAside<COUNTS> *pAside, size_t x, size_t nSize)
+INLINE Lowest<COUNTS> LowestTo(const Columns<COUNTS> *pColumns, int level,
+                               const typename COUNTS::Coarse *reached,
+                               const typename COUNTS::Sum *depths, Segment<COUNTS> *pSegment,
+                               PutAside<COUNTS> *pAside, size_t x, size_t nSize)
 {
     typedef typename COUNTS::Sum Sum;
     typename COUNTS::Sixteen prefix;
@@ -518,8 +520,8 @@ static void DoubleWindowRow(const Columns<COUNTS> *pSmall, const Columns<COUNTS>
         // The median is among the samples, unless the host changes the picture meanwhile.
         const typename COUNTS::Sum count = all.count - below.count;
         out[x * step] = (BYTE)(count != 0 ? (all.sum - below.sum) / count : 0);
-        MoveWindow(pSmall, &inner, x, nSmall);
-        MoveWindow(pLarge, &window, x, nLarge);
+        inner = NextWindow(pSmall, inner, x, nSmall);
+        window = NextWindow(pLarge, window, x, nLarge);
         MoveDepths(pLarge, depths, x, nLarge);
     }
 }
@@ -558,7 +560,7 @@ static Columns<COUNTS> ColumnsAt(BYTE *memory, size_t nColumns)
 
 // lines: from the window's top line on, and the one that it has just left.
 template <typename COUNTS>
-static void MoveRows(const Columns<COUNTS> *pColumns, const BYTE *const *lines, size_t offset,
+INLINE void MoveRows(const Columns<COUNTS> *pColumns, const BYTE *const *lines, size_t offset,
                      size_t step, size_t nSize, int bFirst)
 {
     for (size_t k = 0; k < (bFirst ? nSize : 1); k++) {
