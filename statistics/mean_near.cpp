@@ -214,7 +214,7 @@ static void FitBestSteps(MeanRule *pRule, NearSum *pNear, const StepSource *pSou
 
 static int IsSampleCount(double dSamples, int nMost)
 {
-    return dSamples >= LEAST_SAMPLES && dSamples <= nMost;
+    return dSamples >= (double)LEAST_SAMPLES && dSamples <= nMost;
 }
 
 // ---- means that double precision decides --------------------------------------------------------
