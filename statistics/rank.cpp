@@ -18,14 +18,10 @@
 #include "rank.h"
 
 #include "frame/call.h"
-#include "frame/dib.h"
 #include "frame/neighbourhood.h"
 #include "frame/workers.h"
 #include "masks.h"
-#include "platform/workmemory.h"
 #include "rank_kernels.h"
-
-#include <string.h>
 
 enum { MOST_SIZE = 46340 };  // beyond, no picture holds the window
 

@@ -1,4 +1,4 @@
-// Median and trimmed mean of square windows of any size, from histograms: the base level.
+// Median and both trimmed means of square windows of any size, from histograms: the base level.
 
 #include "sixteen_sse2.h"
 

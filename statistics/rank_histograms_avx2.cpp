@@ -1,4 +1,4 @@
-// Median and trimmed mean of square windows of any size, from histograms: with AVX2.
+// Median and both trimmed means of square windows of any size, from histograms: with AVX2.
 
 #include "sixteen_avx2.h"
 
