@@ -15,7 +15,7 @@ target_compile_options(vexaposix PRIVATE -fvisibility=hidden)
 target_link_libraries(vexaposix PRIVATE vexa_flags Threads::Threads ${CMAKE_DL_LIBS})
 
 # The same list of exports as the DLL's.
-file(STRINGS ${CMAKE_SOURCE_DIR}/frame/VexaFilter.def VEXA_EXPORTS REGEX "^    [A-Za-z0-9]+$")
+file(STRINGS ${CMAKE_SOURCE_DIR}/library/VexaFilter.def VEXA_EXPORTS REGEX "^    [A-Za-z0-9]+$")
 list(TRANSFORM VEXA_EXPORTS STRIP)
 list(JOIN VEXA_EXPORTS "; " VEXA_EXPORT_LIST)
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/vexafilter.map
@@ -28,7 +28,7 @@ target_link_options(vexafilter_library PRIVATE
   -Wl,--version-script=${CMAKE_BINARY_DIR}/vexafilter.map -Wl,--no-undefined)
 set_target_properties(vexafilter_library PROPERTIES
   LINK_DEPENDS "${CMAKE_BINARY_DIR}/vexafilter.map")
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS frame/VexaFilter.def)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS library/VexaFilter.def)
 
 # What a host links.
 add_library(vexafilter_import ALIAS vexafilter_library)

@@ -12,45 +12,41 @@
 //
 // The palette is visited column by column, which decides the result where it lacks levels.
 
-#include "convolution.h"
-
 #include "VexaFilter.h"
 #include "convolution_kernels.h"
 #include "frame/call.h"
 #include "frame/intops.h"
-#include "frame/dib.h"
-#include "frame/neighbourhood.h"
-#include "frame/workers.h"
 
-static NeighbourhoodFilter Filter3x3(BorderRule border, LineKernel kernel)
+static int Describe3x3(BorderRule border, LineKernel kernel, NeighbourhoodFilter *pFilter)
 {
-    NeighbourhoodFilter filter = {};
-    filter.nRows = filter.nColumns = 3;
-    filter.nOriginRow = filter.nOriginColumn = 1;
-    filter.nTop = filter.nBottom = filter.nLeft = filter.nRight = 1;
-    filter.border = border;
-    filter.order = VISIT_COLUMNS;
-    filter.Kernel = kernel;
-    return filter;
+    pFilter->nRows = pFilter->nColumns = 3;
+    pFilter->nOriginRow = pFilter->nOriginColumn = 1;
+    pFilter->nTop = pFilter->nBottom = pFilter->nLeft = pFilter->nRight = 1;
+    pFilter->border = border;
+    pFilter->order = VISIT_COLUMNS;
+    pFilter->Kernel = kernel;
+    return 1;
 }
 
 // ---- kernel selectors ---------------------------------------------------------------------------
 
-static LineKernel LaplaceKernel(int nKernel)
+// Null for a selector that there is not.
+static LineKernel LaplaceKernel(const void *pArguments)
 {
     // Kept: 1 and 11, 2 and 12 select the same kernel.
     static const int SELECTORS[][2] = {{0, 0}, {10, 1}, {1, 2},  {11, 2},
                                        {2, 3}, {12, 3}, {13, 4}, {14, 5}};
     for (const int *selector : SELECTORS) {
-        if (selector[0] == nKernel) {
+        if (selector[0] == *(const int *)pArguments) {
             return g_pWeightedKernels->laplace[selector[1]];
         }
     }
     return NULL;
 }
 
-static LineKernel GradientKernel(int nKernel)
+static LineKernel GradientKernel(const void *pArguments)
 {
+    const int nKernel = *(const int *)pArguments;
     const int family = nKernel / 10;
     const int direction = nKernel % 10;
     if (nKernel < 0 || family >= GRADIENT_FAMILIES || direction >= GRADIENT_DIRECTIONS) {
@@ -59,93 +55,65 @@ static LineKernel GradientKernel(int nKernel)
     return g_pWeightedKernels->gradient[family][direction];
 }
 
-static NeighbourhoodFilter EnhanceRule(void)
-{
-    const LineKernel *kernels = g_pWeightedKernels->enhance;
-    NeighbourhoodFilter filter = Filter3x3(BORDER_MIRRORED, kernels[ENHANCE_INNER]);
-    filter.EdgeRowKernel = kernels[ENHANCE_EDGE_ROW];
-    filter.EdgeColumnKernel = kernels[ENHANCE_EDGE_COLUMN];
-    return filter;
-}
-
-// ---- workers ------------------------------------------------------------------------------------
-
-HGLOBAL LaplaceFilter8(HGLOBAL hDib, int nKernel, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_REPEATED, LaplaceKernel(nKernel));
-    return FilterGrayNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL LaplaceFilter24(HGLOBAL hDib, int nKernel, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_REPEATED, LaplaceKernel(nKernel));
-    return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL GradientFilter8(HGLOBAL hDib, int nKernel, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_REPEATED, GradientKernel(nKernel));
-    return FilterGrayNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL GradientFilter24(HGLOBAL hDib, int nKernel, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_REPEATED, GradientKernel(nKernel));
-    return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL EnhanceFilter8(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = EnhanceRule();
-    return FilterGrayNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL EnhanceFilter24(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = EnhanceRule();
-    return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL UniformFilter8(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_MIRRORED, g_pMeanKernels->uniform);
-    return FilterGrayNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL UniformFilter24(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_MIRRORED, g_pMeanKernels->uniform);
-    return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL GaussFilter8(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_MIRRORED, g_pMeanKernels->gauss);
-    return FilterGrayNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL GaussFilter24(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    const NeighbourhoodFilter filter = Filter3x3(BORDER_MIRRORED, g_pMeanKernels->gauss);
-    return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-// ---- exports ------------------------------------------------------------------------------------
-
 static int IsLaplaceSelector(const void *pArguments)
 {
-    return LaplaceKernel(((const IntArguments *)pArguments)->nValue) != NULL;
+    return LaplaceKernel(pArguments) != NULL;
 }
 
 static int IsGradientSelector(const void *pArguments)
 {
-    return GradientKernel(((const IntArguments *)pArguments)->nValue) != NULL;
+    return GradientKernel(pArguments) != NULL;
 }
 
-// The gradient's total depends on whether the picture is worked on in gray or in colour.
-static int GradientSteps(HGLOBAL hDib, int bitCount, int width, int height)
+// ---- descriptions -------------------------------------------------------------------------------
+
+static int DescribeLaplace(const Picture *pPicture, const FilterCall *pCall,
+                           NeighbourhoodFilter *pFilter)
 {
-    const int bGray = bitCount == 1 || (bitCount == 8 && IsGrayPalette(hDib));
+    (void)pPicture;
+    return Describe3x3(BORDER_REPEATED, LaplaceKernel(pCall->pArguments), pFilter);
+}
+
+static int DescribeGradient(const Picture *pPicture, const FilterCall *pCall,
+                            NeighbourhoodFilter *pFilter)
+{
+    (void)pPicture;
+    return Describe3x3(BORDER_REPEATED, GradientKernel(pCall->pArguments), pFilter);
+}
+
+static int DescribeEnhance(const Picture *pPicture, const FilterCall *pCall,
+                           NeighbourhoodFilter *pFilter)
+{
+    const LineKernel *kernels = g_pWeightedKernels->enhance;
+    (void)pPicture;
+    (void)pCall;
+    pFilter->EdgeRowKernel = kernels[ENHANCE_EDGE_ROW];
+    pFilter->EdgeColumnKernel = kernels[ENHANCE_EDGE_COLUMN];
+    return Describe3x3(BORDER_MIRRORED, kernels[ENHANCE_INNER], pFilter);
+}
+
+static int DescribeUniform(const Picture *pPicture, const FilterCall *pCall,
+                           NeighbourhoodFilter *pFilter)
+{
+    (void)pPicture;
+    (void)pCall;
+    return Describe3x3(BORDER_MIRRORED, g_pMeanKernels->uniform, pFilter);
+}
+
+static int DescribeGauss(const Picture *pPicture, const FilterCall *pCall,
+                         NeighbourhoodFilter *pFilter)
+{
+    (void)pPicture;
+    (void)pCall;
+    return Describe3x3(BORDER_MIRRORED, g_pMeanKernels->gauss, pFilter);
+}
+
+// ---- exports ------------------------------------------------------------------------------------
+
+// The gradient's total depends on whether the picture is worked on in gray or in colour.
+static int GradientSteps(int width, int height, int bGray, const void *pArguments)
+{
+    (void)pArguments;
     const int64_t units =
         bGray ? (int64_t)width + 2 * (int64_t)height + 1 : 2 * ((int64_t)width + height) + 1;
     return RoundToSteps(units);
@@ -153,56 +121,33 @@ static int GradientSteps(HGLOBAL hDib, int bitCount, int width, int height)
 
 HGLOBAL VEXAFILTER_API FilterLaplace(HGLOBAL hDib, int nKernel, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"LaplaceUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsLaplaceSelector,
-                                      CallIntWorker,
-                                      (AnyWorker)LaplaceFilter8,
-                                      (AnyWorker)LaplaceFilter24};
-    return RunIntFilter(&FRAME, hDib, nKernel, mode, hParent);
+    static const FilterFrame FRAME = {"LaplaceUI",      1, 1, DescribeLaplace, 0, NULL,
+                                      IsLaplaceSelector};
+    return RunFilter(&FRAME, hDib, {nKernel}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterGradient(HGLOBAL hDib, int nKernel, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"GradientUI",
-                                      ACCEPT_1_8_24,
-                                      GradientSteps,
-                                      IsGradientSelector,
-                                      CallIntWorker,
-                                      (AnyWorker)GradientFilter8,
-                                      (AnyWorker)GradientFilter24};
-    return RunIntFilter(&FRAME, hDib, nKernel, mode, hParent);
+    static const FilterFrame FRAME = {
+        "GradientUI", 1, 1, DescribeGradient, 0, NULL, IsGradientSelector, ACCEPT_1_8_24,
+        GradientSteps};
+    return RunFilter(&FRAME, hDib, {nKernel}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterEnhance(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"EnhanceUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      NULL,
-                                      CallPlainWorker,
-                                      (AnyWorker)EnhanceFilter8,
-                                      (AnyWorker)EnhanceFilter24};
-    return RunPlainFilter(&FRAME, hDib, mode, hParent);
+    static const FilterFrame FRAME = {"EnhanceUI", 0, 0, DescribeEnhance};
+    return RunFilter(&FRAME, hDib, {}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterUniform(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"UniformUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      NULL,
-                                      CallPlainWorker,
-                                      (AnyWorker)UniformFilter8,
-                                      (AnyWorker)UniformFilter24};
-    return RunPlainFilter(&FRAME, hDib, mode, hParent);
+    static const FilterFrame FRAME = {"UniformUI", 0, 0, DescribeUniform};
+    return RunFilter(&FRAME, hDib, {}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterGauss(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {
-        "GaussUI",       ACCEPT_1_8_24,           TwoPassesOverSides,      NULL,
-        CallPlainWorker, (AnyWorker)GaussFilter8, (AnyWorker)GaussFilter24};
-    return RunPlainFilter(&FRAME, hDib, mode, hParent);
+    static const FilterFrame FRAME = {"GaussUI", 0, 0, DescribeGauss};
+    return RunFilter(&FRAME, hDib, {}, mode, hParent);
 }

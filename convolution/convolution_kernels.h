@@ -140,8 +140,7 @@ extern const WeightedKernels WEIGHTED_KERNELS;
 extern const MeanKernels MEAN_KERNELS;
 }  // namespace avx2
 
-// Called once at attach; afterwards the pointers are read-only.
-void ChooseConvolutionKernels(unsigned cpuFeatures);
+// Chosen at attach (library/kernels); read-only afterwards.
 extern const WeightedKernels *g_pWeightedKernels;
 extern const MeanKernels *g_pMeanKernels;
 

@@ -1,28 +1,28 @@
 // The call frame.
 //
-// Order of work: validate, parameter dialog, progress dialog, worker, close, cancel test. A 1-bit
-// image is expanded to 8-bit gray for the worker; an 8-bit image with a short colour table is
-// worked on as a copy with a full one, its missing entries black.
+// Order of work: validate, lock and check the image, parameter dialog, progress dialog, picture,
+// work, close, cancel test. The image is unlocked while the parameter dialog runs and checked again
+// after it; from then on it stays locked to the end of the work.
 //
 // Kept: when the expansion of a 1-bit image fails the progress dialog stays open and the parent
 // disabled. Blocks are checked before, so only a lack of memory gets there.
 
 #include "call.h"
 
-#include "convert.h"
-#include "dib.h"
+#include "dialogs.h"
 #include "intops.h"
+#include "platform/workmemory.h"
 #include "progress.h"
 
 #include <string.h>
 
-static const char DIALOG_LIBRARY[] = "VexaDlgs.dll";
+// ---- every export -------------------------------------------------------------------------------
 
 FilterThreadState *BeginCall(RunningCall *pCall)
 {
     FilterThreadState *pState = GetFilterThreadState();
     memset(pCall, 0, sizeof *pCall);
-    pCall->savedControls = SetDefaultFloatControls();
+    pCall->hostControls = SetDefaultFloatControls();
     pCall->pOuter = GetRunningCall();
     pCall->savedCurrentError = pState->nCurrentError;
     pCall->savedCancelled = pState->bCancelled;
@@ -41,7 +41,38 @@ void EndCall(RunningCall *pCall)
     if (pCall->bQuitSeen) {
         PostQuitMessage((int)pCall->nQuitCode);
     }
-    RestoreFloatControls(pCall->savedControls);
+    RestoreFloatControls(pCall->hostControls);
+}
+
+static int HasQuirk(const FilterCall *pCall, FrameQuirk quirk)
+{
+    return (pCall->pFrame->nQuirks & (unsigned)quirk) != 0;
+}
+
+static int HoldsStill(const DibView *pView)
+{
+    return GlobalSize(pView->hDib) >= pView->shape.nBlockBytes;
+}
+
+// The host may free or shorten even a locked block.
+static int HoldsImages(const FilterCall *pCall)
+{
+    return HoldsStill(&pCall->source) &&
+           (!HasQuirk(pCall, TWO_IMAGES) || HoldsStill(&pCall->second));
+}
+
+void LetHostRun(void)
+{
+    RestoreFloatControls(GetRunningCall()->hostControls);
+}
+
+void ResumeCall(void)
+{
+    RunningCall *pCall = GetRunningCall();
+    pCall->hostControls = SetDefaultFloatControls();
+    if (pCall->pLocked != NULL && !HoldsImages(pCall->pLocked)) {
+        GetFilterThreadState()->bCancelled = 1;
+    }
 }
 
 int IsNestedInProgress(const RunningCall *pCall)
@@ -52,19 +83,6 @@ int IsNestedInProgress(const RunningCall *pCall)
         }
     }
     return 0;
-}
-
-// The system's own cursor: its handle never changes. To ask for it costs more than to filter a small
-// picture.
-HCURSOR ShowWaitCursor(void)
-{
-    static HCURSOR hWait;
-    HCURSOR hKnown = __atomic_load_n(&hWait, __ATOMIC_RELAXED);
-    if (hKnown == NULL) {
-        hKnown = LoadCursorA(NULL, IDC_WAIT);
-        __atomic_store_n(&hWait, hKnown, __ATOMIC_RELAXED);
-    }
-    return SetCursor(hKnown);
 }
 
 void NoteProgressDialog(void)
@@ -79,192 +97,311 @@ void KeepQuitMessage(WPARAM nQuitCode)
     pCall->nQuitCode = nQuitCode;
 }
 
-// Beside this library first, then wherever the system looks.
-static HMODULE LoadDialogLibrary(void)
+// The mode argument is compared by value: 4, 5 or 7 mean neither.
+static int WantsProgress(UINT mode)
 {
-    char path[260];
-    const DWORD length = GetModuleFileNameA(GetModuleHandleA("VexaFilter.dll"), path, sizeof path);
-    if (length > 0 && length < sizeof path) {
-        char *pName = strrchr(path, '\\');
-        if (pName != NULL && (size_t)(pName + 1 - path) + sizeof DIALOG_LIBRARY <= sizeof path) {
-            lstrcpyA(pName + 1, DIALOG_LIBRARY);
-            const HMODULE hLibrary = LoadLibraryA(path);
-            if (hLibrary != NULL) {
-                return hLibrary;
-            }
-        }
-    }
-    return LoadLibraryA(DIALOG_LIBRARY);
+    return mode == MODE_PROGRESS || mode == (MODE_PROGRESS | MODE_DIALOG);
 }
 
-static int CallEntry(FARPROC entry, const UINT_PTR *p, int nArguments)
+static int WantsDialog(UINT mode)
 {
-    typedef UINT_PTR A;
-    typedef void (*AnyEntry)(void);
-    const AnyEntry any = (AnyEntry)entry;
-    switch (nArguments) {
+    return mode == MODE_DIALOG || mode == (MODE_PROGRESS | MODE_DIALOG);
+}
+
+// The system's own cursor: its handle never changes. To ask for it costs more than to filter a
+// small picture. Returns the cursor that was shown.
+static HCURSOR ShowWaitCursor(void)
+{
+    static HCURSOR hWait;
+    HCURSOR hKnown = __atomic_load_n(&hWait, __ATOMIC_RELAXED);
+    if (hKnown == NULL) {
+        hKnown = LoadCursorA(NULL, IDC_WAIT);
+        __atomic_store_n(&hWait, hKnown, __ATOMIC_RELAXED);
+    }
+    return SetCursor(hKnown);
+}
+
+int TwoPassesOverSides(int width, int height, int bGray, const void *pArguments)
+{
+    (void)bGray;
+    (void)pArguments;
+    return RoundToSteps(((int64_t)width + height) * 2);
+}
+
+// ---- images -------------------------------------------------------------------------------------
+
+static unsigned DepthBit(int bitCount)
+{
+    switch (bitCount) {
     case 1:
-        return ((int(WINAPI *)(A))any)(p[0]);
-    case 2:
-        return ((int(WINAPI *)(A, A))any)(p[0], p[1]);
-    case 3:
-        return ((int(WINAPI *)(A, A, A))any)(p[0], p[1], p[2]);
+        return ACCEPT_1;
     case 4:
-        return ((int(WINAPI *)(A, A, A, A))any)(p[0], p[1], p[2], p[3]);
-    case 7:
-        return ((int(WINAPI *)(A, A, A, A, A, A, A))any)(p[0], p[1], p[2], p[3], p[4], p[5], p[6]);
-    default:
-        return 0;
-    }
-}
-
-int RunParameterDialog(const char *pEntry, const UINT_PTR *pArguments, int nArguments)
-{
-    int result = 1;
-    const HMODULE hLibrary = LoadDialogLibrary();
-    const FARPROC entry = hLibrary != NULL ? GetProcAddress(hLibrary, pEntry) : NULL;
-    if (entry == NULL) {
-        GetFilterThreadState()->nCurrentError = ERROR_DIALOG_MISSING;
-    } else {
-        result = CallEntry(entry, pArguments, nArguments) != 0;
-    }
-    if (hLibrary != NULL) {
-        FreeLibrary(hLibrary);
-    }
-    return result;
-}
-
-// A 1-bit image with other than one plane would fail its conversion with the dialogs already open.
-static unsigned AcceptBit(const DibShape *pShape)
-{
-    switch (pShape->bitCount) {
-    case 1:
-        return pShape->nPlanes == 1 ? ACCEPT_1 : 0;
+        return ACCEPT_4;
     case 8:
         return ACCEPT_8;
     case 24:
         return ACCEPT_24;
     default:
-        return 0;
+        return ACCEPT_OTHER;
     }
 }
 
-// An 8-bit block with fewer than 256 colours as a copy with all of them.
-static HGLOBAL RunOnFullTable(const FilterFrame *pFrame, const FilterCall *pCall, int width,
-                              int height, int bProgress)
+static int IsAccepted(const FilterCall *pCall, const DibShape *pShape)
 {
-    HGLOBAL hResult = NULL;
-    const HGLOBAL hFull = CopyWithFullTable(pCall->hDib);
-    if (hFull != NULL) {
-        hResult =
-            pFrame->Adapter(pFrame->Worker8, hFull, width, height, pCall->pArguments, bProgress);
-        GlobalFree(hFull);
+    const int bExpanded = pShape->bitCount == 1 && !HasQuirk(pCall, AS_STORED);
+    if ((bExpanded || HasQuirk(pCall, ONE_PLANE)) && pShape->nPlanes != 1) {
+        return 0;
     }
+    if (HasQuirk(pCall, SIXTEEN_BIT_ROWS) && !FitsSixteenBits(pShape)) {
+        return 0;
+    }
+    return (DepthBit(pShape->bitCount) & pCall->pFrame->nAccepted) != 0;
+}
+
+static int LockAccepted(const FilterCall *pCall, HGLOBAL hDib, DibView *pView)
+{
+    const int bLocked =
+        HasQuirk(pCall, LOW_BYTE_OF_DEPTH) ? LockDibByLowDepth(hDib, pView) : LockDib(hDib, pView);
+    if (bLocked && !IsAccepted(pCall, &pView->shape)) {
+        UnlockDib(pView);
+        return 0;
+    }
+    return bLocked;
+}
+
+static int AreAlike(const DibShape *a, const DibShape *b)
+{
+    return a->width == b->width && a->height == b->height && a->bitCount == b->bitCount;
+}
+
+static int LockSecond(FilterCall *pCall)
+{
+    if (!LockAccepted(pCall, pCall->hSecond, &pCall->second)) {
+        return 0;
+    }
+    if (!AreAlike(&pCall->source.shape, &pCall->second.shape)) {
+        UnlockDib(&pCall->second);
+        return 0;
+    }
+    return 1;
+}
+
+static int LockImages(FilterCall *pCall)
+{
+    if (!LockAccepted(pCall, pCall->hDib, &pCall->source)) {
+        return 0;
+    }
+    if (HasQuirk(pCall, TWO_IMAGES) && !LockSecond(pCall)) {
+        UnlockDib(&pCall->source);
+        return 0;
+    }
+    GetRunningCall()->pLocked = pCall;
+    return 1;
+}
+
+static void UnlockImages(FilterCall *pCall)
+{
+    if (GetRunningCall()->pLocked == NULL) {
+        return;
+    }
+    GetRunningCall()->pLocked = NULL;
+    if (HasQuirk(pCall, TWO_IMAGES)) {
+        UnlockDib(&pCall->second);
+    }
+    UnlockDib(&pCall->source);
+}
+
+// ---- dialogs ------------------------------------------------------------------------------------
+
+static int Accepts(ArgumentTest Test, const FilterCall *pCall)
+{
+    return Test == NULL || Test(pCall->pArguments);
+}
+
+// A dialog gets the image's handle and may have put another picture into the block: then there is
+// no result.
+static int AskForParameters(FilterCall *pCall)
+{
+    const DibShape before = pCall->source.shape;
+    const int bHold = HasQuirk(pCall, DIALOG_LEAVES_RESULT);
+    if (!bHold) {
+        UnlockImages(pCall);
+    }
+    if (!RunParameterDialog(pCall->pFrame->pDialogEntry, pCall->dialogArguments,
+                            pCall->nDialogArguments)) {
+        return 0;
+    }
+    return bHold ? HoldsImages(pCall)
+                 : LockImages(pCall) && IsSameShape(&before, &pCall->source.shape);
+}
+
+static int OpenBar(const FilterCall *pCall)
+{
+    const DibShape *p = &pCall->source.shape;
+    HWND hParent;
+    memcpy(&hParent, pCall->pParent, sizeof hParent);
+    const int nTotal =
+        pCall->pFrame->StepTotal(p->width, p->height, pCall->bGray, pCall->pArguments);
+    return OpenProgressDialog(hParent, nTotal);
+}
+
+// The parameter dialog and the progress dialog. 0: the call ends here.
+static int OpenDialogs(FilterCall *pCall)
+{
+    if (WantsDialog(pCall->mode) && !AskForParameters(pCall)) {
+        return 0;
+    }
+    if (!Accepts(pCall->pFrame->AcceptsEdited, pCall)) {
+        return 0;
+    }
+    pCall->bGray = !HasQuirk(pCall, AS_STORED) && IsWorkedOnInGray(&pCall->source);
+    return !pCall->bProgress || OpenBar(pCall);
+}
+
+// ---- work ---------------------------------------------------------------------------------------
+
+static HGLOBAL RunDescribed(FilterCall *pCall, const Picture *pPicture)
+{
+    NeighbourhoodFilter filter;
+    memset(&filter, 0, sizeof filter);
+    if (!pCall->pFrame->Describe(pPicture, pCall, &filter)) {
+        return NULL;
+    }
+    return FilterPicture(&filter, pPicture, pCall->bProgress);
+}
+
+// *pKeepOpen is set when the progress dialog stays open.
+static HGLOBAL RunWork(FilterCall *pCall, int *pKeepOpen)
+{
+    Picture picture;
+    if (pCall->bProgress && pCall->pState->bCancelled) {
+        pCall->bStopped = 1;  // while the progress dialog was opening
+        return NULL;
+    }
+    if (HasQuirk(pCall, AS_STORED)) {
+        return pCall->pFrame->Work(pCall, NULL);
+    }
+    if (!OpenPicture(&pCall->source, pCall->bGray, &picture)) {
+        *pKeepOpen = pCall->source.shape.bitCount == 1;
+        return NULL;
+    }
+    const Worker Work = pCall->pFrame->Work != NULL ? pCall->pFrame->Work : RunDescribed;
+    const HGLOBAL hResult = Work(pCall, &picture);
+    ClosePicture(&picture);
     return hResult;
 }
 
-// Runs the worker for the image's depth. *pKeepOpen is set when the progress dialog stays open.
-static HGLOBAL RunWorker(const FilterFrame *pFrame, const FilterCall *pCall, const DibShape *pShape,
-                         int bProgress, int *pKeepOpen)
+static void FreeResult(HGLOBAL hResult)
 {
-    const int width = pShape->width;
-    const int height = pShape->height;
-    if (pShape->bitCount == 8 && pShape->nColors < 256) {
-        return RunOnFullTable(pFrame, pCall, width, height, bProgress);
+    if (hResult != NULL) {
+        GlobalFree(hResult);
     }
-    if (pShape->bitCount == 1) {
-        const HGLOBAL hGray = ConvertMono(pCall->hDib, 0);
-        HGLOBAL hResult = NULL;
-        if (hGray == NULL) {
-            *pKeepOpen = 1;
-            return NULL;
-        }
-        hResult =
-            pFrame->Adapter(pFrame->Worker8, hGray, width, height, pCall->pArguments, bProgress);
-        GlobalFree(hGray);
-        return hResult;
-    }
-    const AnyWorker worker = pShape->bitCount == 24 ? pFrame->Worker24 : pFrame->Worker8;
-    return pFrame->Adapter(worker, pCall->hDib, width, height, pCall->pArguments, bProgress);
 }
 
-static int ArgumentsAreValid(const FilterFrame *pFrame, const FilterCall *pCall)
+// From the open progress dialog to the end.
+static HGLOBAL WorkAndClose(FilterCall *pCall)
 {
-    return pFrame->ArgumentsAreValid == NULL || pFrame->ArgumentsAreValid(pCall->pArguments);
-}
-
-// A dialog gets the image's handle and may have put another picture into the block.
-static int IsStill(HGLOBAL hDib, const DibShape *pShape)
-{
-    DibShape now;
-    return ReadDibShape(hDib, &now) && memcmp(&now, pShape, sizeof now) == 0;
-}
-
-// From the parameter dialog to the result, for an image that is accepted.
-static HGLOBAL RunDialogsAndWorker(const FilterFrame *pFrame, FilterCall *pCall,
-                                   const DibShape *pShape, FilterThreadState *pState)
-{
-    const int bProgress = WantsProgress(pCall->mode);
-    if (pFrame->bCheckFirst && !ArgumentsAreValid(pFrame, pCall)) {
-        return NULL;
-    }
-    if (WantsDialog(pCall->mode) &&
-        (!RunParameterDialog(pFrame->pDialogEntry, pCall->dialogArguments,
-                             pCall->nDialogArguments) ||
-         !IsStill(pCall->hDib, pShape))) {
-        return NULL;
-    }
-    if (!ArgumentsAreValid(pFrame, pCall)) {
-        return NULL;
-    }
-    if (bProgress) {
-        const int total =
-            pFrame->StepTotal(pCall->hDib, pShape->bitCount, pShape->width, pShape->height);
-        if (!OpenProgressDialog(*pCall->pParent, total)) {
-            return NULL;
-        }
-    }
+    FilterThreadState *pState = pCall->pState;
     int bKeepOpen = 0;
     const HCURSOR hCursor = ShowWaitCursor();
-    const HGLOBAL hResult = RunWorker(pFrame, pCall, pShape, bProgress, &bKeepOpen);
-    SetCursor(hCursor);
+    const HGLOBAL hResult = RunWork(pCall, &bKeepOpen);
+    if (hResult == NULL) {
+        FreeResult(pCall->hResult);
+    }
+    if (!pCall->bStopped || !HasQuirk(pCall, CANCEL_LEAVES_LOCKS)) {
+        SetCursor(hCursor);
+        UnlockImages(pCall);
+    }
+    GetRunningCall()->pLocked = NULL;
     if (bKeepOpen) {
         return NULL;
     }
-    if (bProgress) {
+    if (pCall->bProgress) {
         CloseProgressDialog();
     }
+    if (HasQuirk(pCall, LEAVES_CODES)) {
+        return hResult;
+    }
     if (pState->bCancelled) {
-        if (hResult != NULL) {
-            GlobalFree(hResult);
-        }
+        FreeResult(hResult);
         return NULL;
     }
     pState->nLastError = pState->nCurrentError;
     return hResult;
 }
 
-HGLOBAL RunFilter(const FilterFrame *pFrame, FilterCall *pCall)
+// For an image that is accepted, and locked.
+static HGLOBAL RunOnLocked(FilterCall *pCall)
+{
+    const FilterFrame *pFrame = pCall->pFrame;
+    HGLOBAL hResult = NULL;
+    if (pFrame->nPlanBytes != 0) {
+        pCall->pPlan = WorkAlloc(1, pFrame->nPlanBytes);
+    }
+    if ((pFrame->nPlanBytes != 0 && pCall->pPlan == NULL) ||
+        (pFrame->Prepare != NULL && !pFrame->Prepare(pCall))) {
+        UnlockImages(pCall);
+    } else if (OpenDialogs(pCall)) {
+        hResult = WorkAndClose(pCall);
+    } else if (!HasQuirk(pCall, DIALOG_LEAVES_RESULT)) {
+        UnlockImages(pCall);
+        FreeResult(pCall->hResult);
+    }
+    if (pFrame->Release != NULL) {
+        pFrame->Release(pCall);
+    }
+    WorkFree(pCall->pPlan);
+    return hResult;
+}
+
+HGLOBAL RunCall(const FilterFrame *pFrame, FilterCall *pCall)
 {
     RunningCall running;
-    DibShape shape;
     HGLOBAL hResult = NULL;
-    FilterThreadState *pState = BeginCall(&running);
-    pState->nCurrentError = ERROR_NONE;
-    pState->bCancelled = 0;
+    pCall->pFrame = pFrame;
+    pCall->pState = BeginCall(&running);
+    if (!HasQuirk(pCall, LEAVES_CODES)) {
+        pCall->pState->nCurrentError = ERROR_NONE;
+        pCall->pState->bCancelled = 0;
+    }
     if (IsNestedInProgress(&running)) {
         pCall->mode = 0;
     }
-    if (ReadDibShape(pCall->hDib, &shape) && (AcceptBit(&shape) & pFrame->nAccepted)) {
-        hResult = RunDialogsAndWorker(pFrame, pCall, &shape, pState);
+    pCall->bProgress = WantsProgress(pCall->mode);
+    if (Accepts(pFrame->AcceptsCall, pCall) && LockImages(pCall)) {
+        hResult = RunOnLocked(pCall);
     }
     EndCall(&running);
     return hResult;
 }
 
-int TwoPassesOverSides(HGLOBAL hDib, int bitCount, int width, int height)
+// An argument list of the usual shape: room for the parameters, the mode and the aligned parent.
+struct ArgumentList {
+    alignas(HWND) int words[MOST_PARAMETERS + 2 + sizeof(HWND) / sizeof(int)];
+};
+
+HGLOBAL RunFilter(const FilterFrame *pFrame, HGLOBAL hDib, Parameters parameters, UINT mode,
+                  HWND hParent)
 {
-    (void)hDib;
-    (void)bitCount;
-    return RoundToSteps(((int64_t)width + height) * 2);
+    const size_t nWords = (size_t)pFrame->nParameters;
+    const size_t nAlignment = sizeof(HWND) / sizeof(int);
+    const size_t nParent = (nWords + 1 + nAlignment - 1) / nAlignment * nAlignment;
+    ArgumentList list;
+    FilterCall call;
+    memset(&call, 0, sizeof call);
+    memcpy(list.words, parameters.words, nWords * sizeof(int));
+    list.words[nWords] = (int)mode;
+    memcpy(&list.words[nParent], &hParent, sizeof hParent);
+    call.hDib = hDib;
+    call.pArguments = list.words;
+    call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)hDib;
+    for (int i = 0; i < pFrame->nDialogPointers; i++) {
+        call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)&list.words[i];
+    }
+    if (pFrame->nDialogNumber >= 0) {
+        call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)pFrame->nDialogNumber;
+    }
+    call.mode = mode;
+    call.pParent = &list.words[nParent];
+    return RunCall(pFrame, &call);
 }

@@ -1,10 +1,13 @@
-// The call frame: what every export of an image filter does around its worker.
+// The call frame: what every export of an image operation does around its work.
 //
-// An export fills a FilterCall - the constant facts of the filter (FilterFrame) and the arguments
-// of this call - and runs it.
+// An export is a constant record of facts (FilterFrame) and a description, which turns one call's
+// arguments into a neighbourhood filter, or a worker of any other kind. It hands the record and its
+// arguments to RunFilter. What a family does differently is a named bit of its record, tested where
+// the frame does it.
 #ifndef FRAME_CALL_H
 #define FRAME_CALL_H
 
+#include "neighbourhood.h"
 #include "platform/cpu.h"
 #include "thread_state.h"
 
@@ -12,16 +15,20 @@
 
 // ---- every export -------------------------------------------------------------------------------
 
+struct FilterCall;
+struct FilterFrame;
+
 // A call in progress, on the export's stack. The calls of one thread form a chain: a host may call
 // again from inside the message pump or from its parameter dialog.
 struct RunningCall {
     RunningCall *pOuter;
-    FloatControls savedControls;
-    int savedCurrentError;  // the outer call's codes and cancel flag, put back at the end
+    FloatControls hostControls;  // given back to the host while its code runs, and at the end
+    int savedCurrentError;       // the outer call's codes and cancel flag, put back at the end
     int savedCancelled;
     int bDialogOpened;  // this call has opened the progress dialog
     int bQuitSeen;
     WPARAM nQuitCode;
+    const FilterCall *pLocked;  // the call whose images are locked; null: none
 };
 
 // Sets the floating-point controls for the call and makes it the thread's innermost.
@@ -30,70 +37,120 @@ FilterThreadState *BeginCall(RunningCall *pCall);
 // Undoes BeginCall; posts a WM_QUIT that the pump met once more.
 void EndCall(RunningCall *pCall);
 
+// Around everything that may run the host's code (a dialog, messages that are let through): it
+// finds its own floating-point controls and may leave others behind. If it has freed or shortened a
+// locked image meanwhile, the call counts as cancelled.
+void LetHostRun(void);
+void ResumeCall(void);
+
 // A call that runs inside the pump of another's progress dialog shows no dialog of its own: the
 // thread has one.
 int IsNestedInProgress(const RunningCall *pCall);
-
-// Returns the cursor that was shown.
-HCURSOR ShowWaitCursor(void);
 
 // Called by the progress dialog for the innermost call.
 void NoteProgressDialog(void);
 void KeepQuitMessage(WPARAM nQuitCode);
 
-// The mode argument is compared by value: 4, 5 or 7 mean neither.
-static inline int WantsProgress(UINT mode)
-{
-    return mode == MODE_PROGRESS || mode == (MODE_PROGRESS | MODE_DIALOG);
-}
+// ---- the record of a filter ---------------------------------------------------------------------
 
-static inline int WantsDialog(UINT mode)
-{
-    return mode == MODE_DIALOG || mode == (MODE_PROGRESS | MODE_DIALOG);
-}
-
-enum { MAX_DIALOG_ARGUMENTS = 7 };
-
-// Calls an entry of VexaDlgs.dll with the given arguments. 0: the user cancelled; 1: go on (also
-// when the library or the entry is missing: then nCurrentError is set to -1).
-int RunParameterDialog(const char *pEntry, const UINT_PTR *pArguments, int nArguments);
-
-// ---- the filters --------------------------------------------------------------------------------
-
-enum { ACCEPT_1 = 1, ACCEPT_8 = 2, ACCEPT_24 = 4, ACCEPT_1_8_24 = ACCEPT_1 | ACCEPT_8 | ACCEPT_24 };
-
-// Any worker: the image, the filter's parameters in order, width, height and the progress flag (the
-// exact list is the family's). An adapter knows the list and calls the worker with it.
-typedef void (*AnyWorker)(void);
-typedef HGLOBAL (*WorkerAdapter)(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                                 const void *pArguments, int bProgress);
-
-// The facts of one filter.
-struct FilterFrame {
-    const char *pDialogEntry;
-    unsigned nAccepted;  // ACCEPT_ bits
-    int (*StepTotal)(HGLOBAL hDib, int bitCount, int width, int height);
-    int (*ArgumentsAreValid)(const void *pArguments);  // asked after the dialog; null: always
-    WorkerAdapter Adapter;
-    AnyWorker Worker8;
-    AnyWorker Worker24;
-    int bCheckFirst = 0;  // ArgumentsAreValid is asked before the dialog as well
+// An argument list from the first parameter on, in the words of 32 bits that a 32-bit host pushes:
+// the parameters, the mode, the parent window. A dialog that walks on from a parameter finds the
+// next ones.
+enum { MOST_PARAMETERS = 6, MOST_DIALOG_ARGUMENTS = 7 };
+struct Parameters {
+    int words[MOST_PARAMETERS];
 };
 
-// One call of it. pArguments is a record laid out as the export's argument list from the parameter
-// on, so that a dialog that walks on from the first parameter finds the next ones.
+// Image depths. ACCEPT_OTHER: whatever else a header may say.
+enum { ACCEPT_1 = 1, ACCEPT_4 = 2, ACCEPT_8 = 4, ACCEPT_24 = 8, ACCEPT_OTHER = 16 };
+enum { ACCEPT_8_24 = ACCEPT_8 | ACCEPT_24, ACCEPT_1_8_24 = ACCEPT_1 | ACCEPT_8_24 };
+
+// Departures from the usual frame.
+enum FrameQuirk {
+    // The image is worked on as it is stored, whatever its colours; Work gets no picture.
+    AS_STORED = 1,
+    // Only the low byte of biBitCount counts.
+    LOW_BYTE_OF_DEPTH = 2,
+    // biPlanes must be 1. (For an image that is expanded from one bit it always must.)
+    ONE_PLANE = 4,
+    // Rows and strides are 16-bit numbers: refused beyond 65535.
+    SIXTEEN_BIT_ROWS = 8,
+    // Kept: the current error and the cancel flag of an earlier call are still there, the last
+    // error
+    // is not set, and a cancel during the last rows does not take the result away.
+    LEAVES_CODES = 16,
+    // Kept: a cancel leaves the images locked and the wait cursor showing.
+    CANCEL_LEAVES_LOCKS = 32,
+    // The source stays locked under the parameter dialog. Kept: when that is cancelled, or the
+    // progress dialog does not open, it stays locked for good and the prepared result allocated.
+    DIALOG_LEAVES_RESULT = 64,
+    // There is a second image, of the same sides and depth as the first.
+    TWO_IMAGES = 128
+};
+
+// One call, as a record's functions see it.
 struct FilterCall {
+    // Filled in by the caller of RunCall.
     HGLOBAL hDib;
-    void *pArguments;
-    UINT_PTR dialogArguments[MAX_DIALOG_ARGUMENTS];
+    HGLOBAL hSecond;   // with TWO_IMAGES
+    void *pArguments;  // what a dialog may edit
+    UINT_PTR dialogArguments[MOST_DIALOG_ARGUMENTS];
     int nDialogArguments;
     UINT mode;
-    const HWND *pParent;  // read after the dialog, which may have changed it
+    const void *pParent;  // the HWND; read after the dialog, which may have changed it
+    // Filled in by the frame.
+    const FilterFrame *pFrame;
+    FilterThreadState *pState;
+    int bProgress;
+    DibView source;
+    DibView second;
+    int bGray;        // the picture will be gray
+    void *pPlan;      // nPlanBytes of the record
+    HGLOBAL hResult;  // what Prepare has made; freed by the frame unless Work returns it
+    int bStopped;     // set by Work: it has seen the cancel
 };
 
-HGLOBAL RunFilter(const FilterFrame *pFrame, FilterCall *pCall);
+// A neighbourhood filter for the picture. 0: the result is null. What the filter points at lives in
+// the plan or longer.
+typedef int (*Description)(const Picture *pPicture, const FilterCall *pCall,
+                           NeighbourhoodFilter *pFilter);
+
+// Any other work: the result, or null. pPicture is null with AS_STORED.
+typedef HGLOBAL (*Worker)(FilterCall *pCall, const Picture *pPicture);
+
+typedef int (*ArgumentTest)(const void *pArguments);
+typedef int (*StepFormula)(int width, int height, int bGray, const void *pArguments);
 
 // The step total of a filter that loads, allocates, computes once and stores.
-int TwoPassesOverSides(HGLOBAL hDib, int bitCount, int width, int height);
+int TwoPassesOverSides(int width, int height, int bGray, const void *pArguments);
+
+// The facts of one export. What is usual is a default.
+struct FilterFrame {
+    const char *pDialogEntry;
+    int nParameters;      // words between the image and the mode
+    int nDialogPointers;  // the dialog gets the image and pointers to so many of them
+    Description Describe;
+    size_t nPlanBytes = 0;            // zeroed for each call
+    ArgumentTest AcceptsCall = NULL;  // asked before any dialog; null: always
+    ArgumentTest AcceptsEdited =
+        NULL;  // asked after the parameter dialog, which may have edited them
+    unsigned nAccepted = ACCEPT_1_8_24;
+    StepFormula StepTotal = TwoPassesOverSides;
+    const void *pRule = NULL;  // the family's own facts
+    Worker Work = NULL;        // in place of Describe
+    unsigned nQuirks = 0;      // FrameQuirk
+    int nDialogNumber = -1;    // a last argument for an entry that serves several exports; -1: none
+    // Makes the result and what else must stand before the dialogs. 0: the result is null.
+    int (*Prepare)(FilterCall *pCall) = NULL;
+    // Frees what the plan points at, however the call ends.
+    void (*Release)(FilterCall *pCall) = NULL;
+};
+
+// Runs a call of the usual shape: (hDib, parameters..., mode, hParent).
+HGLOBAL RunFilter(const FilterFrame *pFrame, HGLOBAL hDib, Parameters parameters, UINT mode,
+                  HWND hParent);
+
+// Any other shape.
+HGLOBAL RunCall(const FilterFrame *pFrame, FilterCall *pCall);
 
 #endif

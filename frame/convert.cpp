@@ -1,8 +1,7 @@
 // Format conversions: 1-bit to 8-bit gray (plain or smoothed) and 8-bit palette to 24-bit.
 //
-// Both report in nLastError, which no export returns, and leave nCurrentError alone. They check
-// their input themselves because their codes tell one fault from another; what no code tells (a
-// block shorter than its header says) counts as a bad argument.
+// Both report in nLastError, which no export returns, and leave nCurrentError alone. What no code
+// tells (a block shorter than its header says) counts as a bad argument.
 //
 // Smoothing: every output pixel is the sum of the weights of the white pixels around it. The
 // weights of each kernel add up to 255, so the sums fit a byte; pixels outside the picture count as
@@ -22,13 +21,10 @@
 
 #include <string.h>
 
-enum {
-    LARGEST_SIDE = 5,  // of the smoothing kernels
-    GUARD = LARGEST_SIDE / 2
-};
+enum { SMOOTHING_SIDE = 5, GUARD = SMOOTHING_SIDE / 2 };
 
 // clang-format off
-static const BYTE SMOOTHING[2][LARGEST_SIDE][LARGEST_SIDE] = {
+static const BYTE SMOOTHING[2][SMOOTHING_SIDE][SMOOTHING_SIDE] = {
     {{0,  0,  0,  0, 0},
      {0,  8, 31,  8, 0},
      {0, 31, 99, 31, 0},
@@ -40,27 +36,6 @@ static const BYTE SMOOTHING[2][LARGEST_SIDE][LARGEST_SIDE] = {
      {3, 16, 25, 16, 3},
      {0,  3,  7,  3, 0}}};
 // clang-format on
-
-// The header of a block of unknown size, for the first tests. Null if the block is shorter.
-static const BITMAPINFOHEADER *LockHeader(HGLOBAL hDib, int *pError)
-{
-    *pError = CONVERT_OK;
-    if (hDib == NULL) {
-        *pError = CONVERT_BAD_ARGUMENT;
-        return NULL;
-    }
-    void *pBlock = GlobalLock(hDib);
-    if (pBlock == NULL) {
-        *pError = CONVERT_NOT_LOCKED;
-        return NULL;
-    }
-    if (GlobalSize(hDib) < DIB_HEADER_BYTES) {
-        *pError = CONVERT_BAD_ARGUMENT;
-        GlobalUnlock(hDib);
-        return NULL;
-    }
-    return (const BITMAPINFOHEADER *)pBlock;
-}
 
 // Eight pixels, most significant bit first, as 255 or 0.
 static void SpreadByte(BYTE bits, BYTE *out)
@@ -110,25 +85,25 @@ static void AddWeighted(const BYTE *line, BYTE weight, int width, BYTE *out)
 }
 
 static int ConvertSmoothed(const DibView *pSource, const DibView *pResult, BYTE invert,
-                           const BYTE kernel[LARGEST_SIDE][LARGEST_SIDE])
+                           const BYTE kernel[SMOOTHING_SIDE][SMOOTHING_SIDE])
 {
     const int width = pSource->shape.width;
     const size_t lineBytes = (size_t)width + 2 * GUARD + 8;
-    BYTE *lines = (BYTE *)WorkAlloc(LARGEST_SIDE, lineBytes);
+    BYTE *lines = (BYTE *)WorkAlloc(SMOOTHING_SIDE, lineBytes);
     if (lines == NULL) {
         return 0;
     }
     for (int y = -GUARD; y < pSource->shape.height + GUARD; y++) {
         // Line k of the ring holds the rows k, k + 5, ... above the picture included.
         LoadGuardedLine(pSource, y, invert,
-                        lines + (size_t)((y + LARGEST_SIDE) % LARGEST_SIDE) * lineBytes);
+                        lines + (size_t)((y + SMOOTHING_SIDE) % SMOOTHING_SIDE) * lineBytes);
         const int centre = y - GUARD;
         if (centre < 0) {
             continue;
         }
-        for (int i = 0; i < LARGEST_SIDE; i++) {
-            const int ring = (centre + i - GUARD + LARGEST_SIDE) % LARGEST_SIDE;
-            for (int j = 0; j < LARGEST_SIDE; j++) {
+        for (int i = 0; i < SMOOTHING_SIDE; i++) {
+            const int ring = (centre + i - GUARD + SMOOTHING_SIDE) % SMOOTHING_SIDE;
+            for (int j = 0; j < SMOOTHING_SIDE; j++) {
                 if (kernel[i][j] != 0) {
                     AddWeighted(lines + (size_t)ring * lineBytes + j, kernel[i][j], width,
                                 PictureRow(pResult, centre));
@@ -140,127 +115,68 @@ static int ConvertSmoothed(const DibView *pSource, const DibView *pResult, BYTE 
     return 1;
 }
 
-// A gray block for the picture, header and colour table written, locked into *pResult.
-static HGLOBAL NewGrayDib(const DibView *pSource, DibView *pResult)
+// A new image of the same sides with that many spare bytes at its end, its header written. Locked
+// into *pResult; null without memory, *pError then says why.
+static HGLOBAL NewExpanded(const DibView *pSource, WORD bitCount, uint64_t nSpareBytes, int *pError,
+                           DibView *pResult)
 {
-    const BITMAPINFOHEADER *pFrom = (const BITMAPINFOHEADER *)(void *)pSource->pBlock;
-    const uint64_t width = (uint64_t)pSource->shape.width;
-    const uint64_t stride = RowStride(width, 8);
+    const size_t nColors = bitCount == 8 ? (size_t)GRAY_LEVELS : 0;
+    const uint64_t stride = RowStride((uint64_t)pSource->shape.width, bitCount);
     const uint64_t nPixelBytes = stride * (uint64_t)pSource->shape.height;
-    const uint64_t nSpareBytes = (width * 40 + 155) / 32 * 4;
-    const size_t nTable = GRAY_LEVELS * sizeof(RGBQUAD);
-    const HGLOBAL hResult = AllocBlock(DIB_HEADER_BYTES + nTable + nPixelBytes + nSpareBytes);
+    const size_t nBitsOffset = DIB_HEADER_BYTES + nColors * sizeof(RGBQUAD);
+    const uint64_t nBytes = nBitsOffset + nPixelBytes + nSpareBytes;
+    HGLOBAL hResult = AllocBlock(nBytes);
+    if (hResult == NULL && bitCount == 24) {
+        GlobalCompact((DWORD)-1);
+        hResult = AllocBlock(nBytes);
+    }
+    *pError = hResult == NULL ? CONVERT_NO_MEMORY : CONVERT_OK;
     BYTE *pBlock = hResult != NULL ? (BYTE *)GlobalLock(hResult) : NULL;
+    if (hResult != NULL && pBlock == NULL) {
+        *pError = bitCount == 24 ? CONVERT_NOT_LOCKED : CONVERT_NO_MEMORY;
+        GlobalFree(hResult);
+    }
     if (pBlock == NULL) {
-        if (hResult != NULL) {
-            GlobalFree(hResult);
-        }
         return NULL;
     }
-    BITMAPINFOHEADER *pHeader = (BITMAPINFOHEADER *)(void *)pBlock;
-    pHeader->biSize = DIB_HEADER_BYTES;
-    pHeader->biWidth = pFrom->biWidth;
-    pHeader->biHeight = pFrom->biHeight;
-    pHeader->biPlanes = 1;
-    pHeader->biBitCount = 8;
-    pHeader->biSizeImage = (DWORD)nPixelBytes;
-    pHeader->biXPelsPerMeter = pFrom->biXPelsPerMeter;
-    pHeader->biYPelsPerMeter = pFrom->biYPelsPerMeter;
-    pResult->hDib = hResult;
-    pResult->shape = pSource->shape;
-    pResult->shape.stride = (size_t)stride;
-    pResult->pBlock = pBlock;
-    pResult->pColors = (RGBQUAD *)(void *)(pBlock + DIB_HEADER_BYTES);
-    pResult->pBits = pBlock + DIB_HEADER_BYTES + nTable;
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        const BYTE level = (BYTE)i;
-        pResult->pColors[i] = RGBQUAD{level, level, level, 0};
-    }
+    pResult->header = pSource->header;
+    pResult->header.biPlanes = 1;
+    pResult->header.biBitCount = bitCount;
+    pResult->header.biSizeImage = (DWORD)nPixelBytes;
+    pResult->header.biClrUsed = 0;
+    pResult->header.biClrImportant = 0;
+    memcpy(pBlock, &pResult->header, DIB_HEADER_BYTES);
+    ViewDib(hResult, pBlock, &pResult->header, pResult);
     return hResult;
 }
 
-static HGLOBAL ConvertCheckedMono(const DibView *pSource, UINT method, int *pError)
+HGLOBAL ExpandMono(const DibView *pSource, UINT method, DibView *pGray)
 {
-    DibView result;
     const RGBQUAD first = pSource->pColors[0];
     const int bFirstIsLight = first.rgbBlue >= 128 && first.rgbGreen >= 128 && first.rgbRed >= 128;
     const BYTE invert = bFirstIsLight ? 255 : 0;
-    const HGLOBAL hResult = NewGrayDib(pSource, &result);
-    if (hResult == NULL) {
-        *pError = CONVERT_NO_MEMORY;
-        return NULL;
-    }
-    if (method == 0) {
-        ConvertPlain(pSource, &result, invert);
-    } else if (!ConvertSmoothed(pSource, &result, invert, SMOOTHING[method - 1])) {
-        *pError = CONVERT_NO_MEMORY;
-    }
-    UnlockDib(&result);
-    if (*pError != CONVERT_OK) {
-        GlobalFree(hResult);
-        return NULL;
-    }
-    return hResult;
-}
-
-static int MonoError(const BITMAPINFOHEADER *pHeader, UINT method)
-{
-    if (pHeader->biSize != DIB_HEADER_BYTES) {
-        return CONVERT_BAD_ARGUMENT;
-    }
-    if (pHeader->biPlanes != 1 || pHeader->biBitCount != 1 || pHeader->biCompression != BI_RGB) {
-        return CONVERT_COMPRESSED;
-    }
-    if (pHeader->biWidth == 0 || pHeader->biHeight == 0) {
-        return CONVERT_EMPTY;
-    }
-    return method > 2 ? CONVERT_BAD_ARGUMENT : CONVERT_OK;
-}
-
-HGLOBAL ConvertMono(HGLOBAL hDib, UINT method)
-{
-    FilterThreadState *pState = GetFilterThreadState();
-    HGLOBAL hResult = NULL;
+    const int height = pSource->shape.height;
+    const uint64_t nSpareBytes = ((uint64_t)pSource->shape.width * 40 + 155) / 32 * 4;
+    // Low pictures have no room for the larger kernels.
+    const UINT fitting = method == 2 && height < 4 ? 0 : method == 2 && height < 6 ? 1 : method;
     int error;
-    const BITMAPINFOHEADER *pHeader = LockHeader(hDib, &error);
-    if (pHeader != NULL) {
-        DibView source;
-        error = MonoError(pHeader, method);
-        if (error == CONVERT_OK && LockDib(hDib, &source)) {
-            const int height = source.shape.height;
-            // Low pictures have no room for the larger kernels.
-            const UINT fitting = method == 2 && height < 4   ? 0
-                                 : method == 2 && height < 6 ? 1
-                                                             : method;
-            hResult = ConvertCheckedMono(&source, fitting, &error);
-            UnlockDib(&source);
-        } else if (error == CONVERT_OK) {
-            error = CONVERT_BAD_ARGUMENT;
+    HGLOBAL hGray = NewExpanded(pSource, 8, nSpareBytes, &error, pGray);
+    if (hGray != NULL) {
+        for (int i = 0; i < GRAY_LEVELS; i++) {
+            const BYTE level = (BYTE)i;
+            pGray->pColors[i] = {level, level, level, 0};
         }
-        GlobalUnlock(hDib);
+        if (fitting == 0) {
+            ConvertPlain(pSource, pGray, invert);
+        } else if (!ConvertSmoothed(pSource, pGray, invert, SMOOTHING[fitting - 1])) {
+            error = CONVERT_NO_MEMORY;
+            UnlockDib(pGray);
+            GlobalFree(hGray);
+            hGray = NULL;
+        }
     }
-    pState->nLastError = error;
-    return hResult;
-}
-
-static int PaletteError(const BITMAPINFOHEADER *pHeader)
-{
-    if (pHeader->biSize != DIB_HEADER_BYTES) {
-        return CONVERT_BAD_ARGUMENT;
-    }
-    if (pHeader->biCompression != BI_RGB) {
-        return CONVERT_COMPRESSED;
-    }
-    if (pHeader->biBitCount == 1 || pHeader->biBitCount == 4) {
-        return CONVERT_LOW_DEPTH;
-    }
-    if (pHeader->biBitCount == 24) {
-        return CONVERT_HIGH_DEPTH;
-    }
-    if (pHeader->biWidth == 0 || (pHeader->biHeight & 0xffff) == 0) {
-        return CONVERT_EMPTY;
-    }
-    return pHeader->biBitCount == 8 ? CONVERT_OK : CONVERT_BAD_ARGUMENT;
+    GetFilterThreadState()->nLastError = error;
+    return hGray;
 }
 
 // Indices past a short colour table are black.
@@ -285,77 +201,114 @@ static void ExpandRows(const DibView *pSource, BYTE *pBits, size_t stride, int n
     }
 }
 
-static HGLOBAL ConvertCheckedPalette(const DibView *pSource, int *pError)
+HGLOBAL ExpandPalette(const DibView *pSource, DibView *pColor)
 {
-    const BITMAPINFOHEADER *pFrom = (const BITMAPINFOHEADER *)(void *)pSource->pBlock;
     const uint64_t stride = RowStride((uint64_t)pSource->shape.width, 24);
-    const uint64_t nPixelBytes = stride * (uint64_t)pSource->shape.height;
-    if (stride > 65535 || pSource->shape.height > 65535) {
-        *pError = CONVERT_BAD_ARGUMENT;
-        return NULL;
+    const int bFits = stride <= 0xffff && pSource->shape.height <= 0xffff;
+    int error = CONVERT_BAD_ARGUMENT;
+    const HGLOBAL hColor = bFits ? NewExpanded(pSource, 24, 0, &error, pColor) : NULL;
+    if (hColor != NULL) {
+        ExpandRows(pSource, pColor->pBits, pColor->shape.stride, (short)pSource->shape.height);
     }
-    HGLOBAL hResult = AllocBlock(DIB_HEADER_BYTES + nPixelBytes);
-    if (hResult == NULL) {
-        GlobalCompact((DWORD)-1);
-        hResult = AllocBlock(DIB_HEADER_BYTES + nPixelBytes);
-    }
-    if (hResult == NULL) {
-        *pError = CONVERT_NO_MEMORY;
-        return NULL;
-    }
-    BYTE *pBlock = (BYTE *)GlobalLock(hResult);
-    if (pBlock == NULL) {
-        *pError = CONVERT_NOT_LOCKED;
-        GlobalFree(hResult);
-        return NULL;
-    }
-    BITMAPINFOHEADER *pHeader = (BITMAPINFOHEADER *)(void *)pBlock;
-    *pHeader = *pFrom;
-    pHeader->biPlanes = 1;
-    pHeader->biBitCount = 24;
-    pHeader->biSizeImage = (DWORD)nPixelBytes;
-    pHeader->biClrUsed = 0;
-    pHeader->biClrImportant = 0;
-    ExpandRows(pSource, pBlock + DIB_HEADER_BYTES, (size_t)stride, (short)pSource->shape.height);
-    GlobalUnlock(hResult);
-    return hResult;
+    GetFilterThreadState()->nLastError = error;
+    return hColor;
 }
 
-HGLOBAL ConvertPalette(HGLOBAL hDib)
+// ---- exports ------------------------------------------------------------------------------------
+
+static int MonoError(const BITMAPINFOHEADER *pHeader, UINT method)
 {
-    FilterThreadState *pState = GetFilterThreadState();
-    HGLOBAL hResult = NULL;
-    int error;
-    const BITMAPINFOHEADER *pHeader = LockHeader(hDib, &error);
-    if (pHeader != NULL) {
-        DibView source;
-        error = PaletteError(pHeader);
-        if (error == CONVERT_OK && LockDib(hDib, &source)) {
-            hResult = ConvertCheckedPalette(&source, &error);
-            UnlockDib(&source);
-        } else if (error == CONVERT_OK) {
-            error = CONVERT_BAD_ARGUMENT;
-        }
+    if (pHeader->biSize != DIB_HEADER_BYTES) {
+        return CONVERT_BAD_ARGUMENT;
+    }
+    if (pHeader->biPlanes != 1 || pHeader->biBitCount != 1 || pHeader->biCompression != BI_RGB) {
+        return CONVERT_COMPRESSED;
+    }
+    if (pHeader->biWidth == 0 || pHeader->biHeight == 0) {
+        return CONVERT_EMPTY;
+    }
+    return method > 2 ? CONVERT_BAD_ARGUMENT : CONVERT_OK;
+}
+
+static int PaletteError(const BITMAPINFOHEADER *pHeader, UINT method)
+{
+    (void)method;
+    if (pHeader->biSize != DIB_HEADER_BYTES) {
+        return CONVERT_BAD_ARGUMENT;
+    }
+    if (pHeader->biCompression != BI_RGB) {
+        return CONVERT_COMPRESSED;
+    }
+    if (pHeader->biBitCount == 1 || pHeader->biBitCount == 4) {
+        return CONVERT_LOW_DEPTH;
+    }
+    if (pHeader->biBitCount == 24) {
+        return CONVERT_HIGH_DEPTH;
+    }
+    if (pHeader->biWidth == 0 || (pHeader->biHeight & 0xffff) == 0) {
+        return CONVERT_EMPTY;
+    }
+    return pHeader->biBitCount == 8 ? CONVERT_OK : CONVERT_BAD_ARGUMENT;
+}
+
+// The codes tell one fault from another, so the header is looked at before the usual check, which
+// knows only one answer.
+static int LockForConversion(HGLOBAL hDib, UINT method,
+                             int (*HeaderError)(const BITMAPINFOHEADER *, UINT), DibView *pSource)
+{
+    BITMAPINFOHEADER header;
+    if (hDib == NULL) {
+        return CONVERT_BAD_ARGUMENT;
+    }
+    void *pBlock = GlobalLock(hDib);
+    if (pBlock == NULL) {
+        return CONVERT_NOT_LOCKED;
+    }
+    int error = CONVERT_BAD_ARGUMENT;
+    if (ReadHeader(hDib, pBlock, &header)) {
+        error = HeaderError(&header, method);
+    }
+    if (error == CONVERT_OK && !ViewDib(hDib, pBlock, &header, pSource)) {
+        error = CONVERT_BAD_ARGUMENT;
+    }
+    if (error != CONVERT_OK) {
         GlobalUnlock(hDib);
     }
-    pState->nLastError = error;
-    return hResult;
+    return error;
 }
 
 HGLOBAL VEXAFILTER_API ConvertMonoDibToGrayScale(HGLOBAL hDib, UINT method)
 {
     RunningCall running;
-    BeginCall(&running);
-    const HGLOBAL hResult = ConvertMono(hDib, method);
+    DibView source, gray;
+    HGLOBAL hGray = NULL;
+    FilterThreadState *pState = BeginCall(&running);
+    pState->nLastError = LockForConversion(hDib, method, MonoError, &source);
+    if (pState->nLastError == CONVERT_OK) {
+        hGray = ExpandMono(&source, method, &gray);
+        if (hGray != NULL) {
+            UnlockDib(&gray);
+        }
+        UnlockDib(&source);
+    }
     EndCall(&running);
-    return hResult;
+    return hGray;
 }
 
 HGLOBAL VEXAFILTER_API Convert8bitto24(HGLOBAL hDib)
 {
     RunningCall running;
-    BeginCall(&running);
-    const HGLOBAL hResult = ConvertPalette(hDib);
+    DibView source, color;
+    HGLOBAL hColor = NULL;
+    FilterThreadState *pState = BeginCall(&running);
+    pState->nLastError = LockForConversion(hDib, 0, PaletteError, &source);
+    if (pState->nLastError == CONVERT_OK) {
+        hColor = ExpandPalette(&source, &color);
+        if (hColor != NULL) {
+            UnlockDib(&color);
+        }
+        UnlockDib(&source);
+    }
     EndCall(&running);
-    return hResult;
+    return hColor;
 }

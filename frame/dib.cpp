@@ -1,8 +1,8 @@
 // Packed DIBs: checking, layout, result blocks.
 //
-// A header is whatever a host or a file put there. Every size is formed in 64 bits and compared
-// with the block's real size, so nothing past this file can reach outside a block. biSizeImage is
-// not looked at; the block's own size may be larger than the image.
+// A header is whatever a host or a file put there. It is read once; every size is formed in 64 bits
+// and compared with the block's real size, so nothing past this file can reach outside a block.
+// biSizeImage is not looked at; the block's own size may be larger than the image.
 
 #include "dib.h"
 
@@ -61,7 +61,12 @@ static int ShapeOf(const BITMAPINFOHEADER *pHeader, unsigned bitCount, size_t nB
     return 1;
 }
 
-static void ViewOf(HGLOBAL hDib, BYTE *pBlock, DibView *pView)
+int IsSameShape(const DibShape *a, const DibShape *b)
+{
+    return memcmp(a, b, sizeof *a) == 0;
+}
+
+static void AimView(HGLOBAL hDib, BYTE *pBlock, DibView *pView)
 {
     pView->hDib = hDib;
     pView->pBlock = pBlock;
@@ -69,23 +74,45 @@ static void ViewOf(HGLOBAL hDib, BYTE *pBlock, DibView *pView)
     pView->pBits = pBlock + pView->shape.nBitsOffset;
 }
 
-static int LockAtDepth(HGLOBAL hDib, unsigned depthMask, DibView *pView)
+static int ViewAtDepth(HGLOBAL hDib, void *pBlock, const BITMAPINFOHEADER *pHeader,
+                       unsigned depthMask, DibView *pView)
 {
-    if (hDib == NULL) {
+    if (!ShapeOf(pHeader, pHeader->biBitCount & depthMask, GlobalSize(hDib), &pView->shape)) {
         return 0;
     }
-    BYTE *pBlock = (BYTE *)GlobalLock(hDib);
+    pView->header = *pHeader;
+    AimView(hDib, (BYTE *)pBlock, pView);
+    return 1;
+}
+
+int ViewDib(HGLOBAL hDib, void *pBlock, const BITMAPINFOHEADER *pHeader, DibView *pView)
+{
+    return ViewAtDepth(hDib, pBlock, pHeader, 0xffff, pView);
+}
+
+int ReadHeader(HGLOBAL hDib, const void *pBlock, BITMAPINFOHEADER *pHeader)
+{
+    if (GlobalSize(hDib) < DIB_HEADER_BYTES) {
+        return 0;
+    }
+    memcpy(pHeader, pBlock, sizeof *pHeader);
+    // Keeps the compiler from reading the block again in place of the copy.
+    __asm__ volatile("" : "+m"(*pHeader));
+    return 1;
+}
+
+static int LockAtDepth(HGLOBAL hDib, unsigned depthMask, DibView *pView)
+{
+    BITMAPINFOHEADER header;
+    void *pBlock = hDib != NULL ? GlobalLock(hDib) : NULL;
     if (pBlock == NULL) {
         return 0;
     }
-    const BITMAPINFOHEADER *pHeader = (const BITMAPINFOHEADER *)(void *)pBlock;
-    const SIZE_T nBlockBytes = GlobalSize(hDib);
-    if (nBlockBytes < DIB_HEADER_BYTES ||
-        !ShapeOf(pHeader, pHeader->biBitCount & depthMask, nBlockBytes, &pView->shape)) {
+    if (!ReadHeader(hDib, pBlock, &header) ||
+        !ViewAtDepth(hDib, pBlock, &header, depthMask, pView)) {
         GlobalUnlock(hDib);
         return 0;
     }
-    ViewOf(hDib, pBlock, pView);
     return 1;
 }
 
@@ -99,20 +126,9 @@ int LockDibByLowDepth(HGLOBAL hDib, DibView *pView)
     return LockAtDepth(hDib, 0xff, pView);
 }
 
-void UnlockDib(DibView *pView)
+void UnlockDib(const DibView *pView)
 {
     GlobalUnlock(pView->hDib);
-}
-
-int ReadDibShape(HGLOBAL hDib, DibShape *pShape)
-{
-    DibView view;
-    if (!LockDib(hDib, &view)) {
-        return 0;
-    }
-    *pShape = view.shape;
-    UnlockDib(&view);
-    return 1;
 }
 
 HGLOBAL AllocBlock(unsigned long long nBytes)
@@ -123,46 +139,37 @@ HGLOBAL AllocBlock(unsigned long long nBytes)
     return GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, (SIZE_T)nBytes);
 }
 
-HGLOBAL DuplicateDib(HGLOBAL hDib)
+// A new block, locked. Null, nothing left behind, if it cannot be had.
+static HGLOBAL AllocLocked(unsigned long long nBytes, BYTE **ppBlock)
 {
-    if (hDib == NULL) {
-        return NULL;
+    const HGLOBAL hBlock = AllocBlock(nBytes);
+    *ppBlock = hBlock != NULL ? (BYTE *)GlobalLock(hBlock) : NULL;
+    if (*ppBlock == NULL && hBlock != NULL) {
+        GlobalFree(hBlock);
     }
-    const SIZE_T nBytes = GlobalSize(hDib);
-    const HGLOBAL hCopy = AllocBlock(nBytes);
-    if (hCopy == NULL) {
-        return NULL;
-    }
-    void *pSource = GlobalLock(hDib);
-    void *pCopy = GlobalLock(hCopy);
-    // Kept: if a lock fails the new block is returned zero-filled.
-    if (pSource != NULL && pCopy != NULL) {
-        memcpy(pCopy, pSource, nBytes);
-    }
-    if (pSource != NULL) {
-        GlobalUnlock(hDib);
-    }
-    if (pCopy != NULL) {
-        GlobalUnlock(hCopy);
-    }
-    return hCopy;
+    return *ppBlock != NULL ? hBlock : NULL;
+}
+
+void CopyHead(const DibView *pSource, BYTE *pBlock)
+{
+    memcpy(pBlock, &pSource->header, DIB_HEADER_BYTES);
+    memcpy(pBlock + DIB_HEADER_BYTES, pSource->pColors,
+           pSource->shape.nBitsOffset - DIB_HEADER_BYTES);
 }
 
 HGLOBAL DuplicateFrame(const DibView *pSource, DibView *pResult)
 {
     const DibShape *p = &pSource->shape;
-    const HGLOBAL hResult = AllocBlock(p->nBlockBytes);
-    BYTE *pBlock = hResult != NULL ? (BYTE *)GlobalLock(hResult) : NULL;
-    if (pBlock == NULL) {
-        if (hResult != NULL) {
-            GlobalFree(hResult);
-        }
+    BYTE *pBlock;
+    const HGLOBAL hResult = AllocLocked(p->nBlockBytes, &pBlock);
+    if (hResult == NULL) {
         return NULL;
     }
     const size_t nPixelsEnd = p->nBitsOffset + p->stride * (size_t)p->height;
     pResult->shape = *p;
-    ViewOf(hResult, pBlock, pResult);
-    memcpy(pBlock, pSource->pBlock, p->nBitsOffset);
+    pResult->header = pSource->header;
+    AimView(hResult, pBlock, pResult);
+    CopyHead(pSource, pBlock);
     memcpy(pBlock + nPixelsEnd, pSource->pBlock + nPixelsEnd, p->nBlockBytes - nPixelsEnd);
     return hResult;
 }
@@ -176,24 +183,26 @@ void CopyRowPadding(const DibView *pSource, const DibView *pResult, int y)
     }
 }
 
-HGLOBAL CopyWithFullTable(HGLOBAL hDib)
+HGLOBAL CopyWithFullTable(const DibView *pSource, DibView *pFull)
 {
-    DibView source;
-    if (!LockDib(hDib, &source)) {
-        return NULL;
-    }
-    const DibShape *p = &source.shape;
+    const DibShape *p = &pSource->shape;
     const size_t nAfterTable = p->nBlockBytes - p->nBitsOffset;
     const size_t nFullOffset = DIB_HEADER_BYTES + GRAY_LEVELS * sizeof(RGBQUAD);
-    const HGLOBAL hFull = AllocBlock((unsigned long long)nFullOffset + nAfterTable);
-    BYTE *pFull = hFull != NULL ? (BYTE *)GlobalLock(hFull) : NULL;
-    if (pFull != NULL) {
-        memcpy(pFull, source.pBlock, p->nBitsOffset);
-        memcpy(pFull + nFullOffset, source.pBits, nAfterTable);
-        ((BITMAPINFOHEADER *)(void *)pFull)->biClrUsed = GRAY_LEVELS;
-        GlobalUnlock(hFull);
+    BYTE *pBlock;
+    const HGLOBAL hFull = AllocLocked((unsigned long long)nFullOffset + nAfterTable, &pBlock);
+    if (hFull == NULL) {
+        return NULL;
     }
-    UnlockDib(&source);
+    pFull->shape = *p;
+    pFull->shape.nColors = GRAY_LEVELS;
+    pFull->shape.nBitsOffset = nFullOffset;
+    pFull->shape.nBlockBytes = nFullOffset + nAfterTable;
+    pFull->header = pSource->header;
+    pFull->header.biClrUsed = GRAY_LEVELS;
+    AimView(hFull, pBlock, pFull);
+    CopyHead(pSource, pBlock);
+    memcpy(pBlock, &pFull->header, DIB_HEADER_BYTES);
+    memcpy(pFull->pBits, pSource->pBits, nAfterTable);
     return hFull;
 }
 
@@ -235,32 +244,25 @@ HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount,
     header.biXPelsPerMeter = TruncateToInt(xDpi * INCHES_PER_METER + 0.5);
     header.biYPelsPerMeter = TruncateToInt(yDpi * INCHES_PER_METER + 0.5);
     // Kept: four spare bytes at the end.
-    const HGLOBAL hBlank = AllocBlock(nPixelBytes + DibPaletteSize(&header) + DIB_HEADER_BYTES + 4);
-    void *pBlock = hBlank != NULL ? GlobalLock(hBlank) : NULL;
-    if (pBlock == NULL) {
+    BYTE *pBlock;
+    const HGLOBAL hBlank =
+        AllocLocked(nPixelBytes + DibPaletteSize(&header) + DIB_HEADER_BYTES + 4, &pBlock);
+    if (hBlank == NULL) {
         pState->nLastError = CONVERT_NO_MEMORY;
-        if (hBlank != NULL) {
-            GlobalFree(hBlank);
-        }
         return NULL;
     }
     memcpy(pBlock, &header, sizeof header);
-    FillBlank((BITMAPINFOHEADER *)pBlock, (size_t)nPixelBytes, bWhite);
+    FillBlank((BITMAPINFOHEADER *)(void *)pBlock, (size_t)nPixelBytes, bWhite);
     GlobalUnlock(hBlank);
     return hBlank;
 }
 
-int IsGrayPalette(HGLOBAL hDib)
+int IsGrayPalette(const DibView *pView)
 {
-    DibView view;
-    if (!LockDib(hDib, &view)) {
-        return 0;
-    }
-    int bGray = view.shape.bitCount == 8;
-    for (DWORD i = 0; bGray && i < GRAY_LEVELS && i < view.shape.nColors; i++) {
-        const RGBQUAD color = view.pColors[i];
+    int bGray = pView->shape.bitCount == 8;
+    for (DWORD i = 0; bGray && i < GRAY_LEVELS && i < pView->shape.nColors; i++) {
+        const RGBQUAD color = pView->pColors[i];
         bGray = color.rgbRed == color.rgbGreen && color.rgbRed == color.rgbBlue;
     }
-    UnlockDib(&view);
     return bGray;
 }

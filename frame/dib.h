@@ -21,10 +21,13 @@ struct DibShape {
     size_t nBlockBytes;  // what the block holds, at least nBitsOffset + height * stride
 };
 
-// A checked block, locked. Rows are bottom-up.
+// A checked block, locked. Rows are bottom-up. The host may rewrite the block at any time (another
+// thread, a message that is let through), so the header is read once, when the block is checked,
+// and only this copy of it is used from then on.
 struct DibView {
     HGLOBAL hDib;
     DibShape shape;
+    BITMAPINFOHEADER header;
     BYTE *pBlock;
     RGBQUAD *pColors;
     BYTE *pBits;
@@ -38,10 +41,15 @@ int LockDib(HGLOBAL hDib, DibView *pView);
 // from that byte, and the block is checked against them.
 int LockDibByLowDepth(HGLOBAL hDib, DibView *pView);
 
-void UnlockDib(DibView *pView);
+// The check alone, of a locked block whose header the caller has read. 0: it is no such DIB.
+int ViewDib(HGLOBAL hDib, void *pBlock, const BITMAPINFOHEADER *pHeader, DibView *pView);
 
-// The check alone.
-int ReadDibShape(HGLOBAL hDib, DibShape *pShape);
+// Reads the header of a locked block, once. 0 if the block is shorter.
+int ReadHeader(HGLOBAL hDib, const void *pBlock, BITMAPINFOHEADER *pHeader);
+
+void UnlockDib(const DibView *pView);
+
+int IsSameShape(const DibShape *a, const DibShape *b);
 
 // Some operations count rows and keep the stride in 16 bits and are not defined past that.
 static inline int FitsSixteenBits(const DibShape *pShape)
@@ -60,19 +68,21 @@ static inline BYTE *PictureRow(const DibView *pView, int y)
     return pView->pBits + (size_t)(pView->shape.height - 1 - y) * pView->shape.stride;
 }
 
-// A new block with the same bytes; null for a null source or without memory.
-HGLOBAL DuplicateDib(HGLOBAL hDib);
+// A new movable, zeroed block of that many bytes; null past 2^31 - 1.
+HGLOBAL AllocBlock(unsigned long long nBytes);
 
-// The same, but for the rows, which are left zero for the caller to write once, in order, each with
-// the source's padding (CopyRowPadding). Locked into *pResult.
+// A new block of the same size with the same bytes but for the rows, which are left zero for the
+// caller to write once, in order, each with the source's padding (CopyRowPadding). Locked into
+// *pResult; null without memory.
 HGLOBAL DuplicateFrame(const DibView *pSource, DibView *pResult);
 void CopyRowPadding(const DibView *pSource, const DibView *pResult, int y);
 
-// An 8-bit image with fewer than 256 colours as a copy with 256, the missing ones black.
-HGLOBAL CopyWithFullTable(HGLOBAL hDib);
+// Header and colour table of a new image in a block of at least that size.
+void CopyHead(const DibView *pSource, BYTE *pBlock);
 
-// A new movable, zeroed block of that many bytes; null past 2^31 - 1.
-HGLOBAL AllocBlock(unsigned long long nBytes);
+// An 8-bit image with fewer than 256 colours as a copy with 256, the missing ones black. Locked
+// into *pFull; null without memory.
+HGLOBAL CopyWithFullTable(const DibView *pSource, DibView *pFull);
 
 // A new image of one colour: 1, 8 or 24 bits, white or black. The resolutions are dots per inch.
 // Null for a width below 1, a negative resolution or another depth (code 8 in nLastError), for a
@@ -81,6 +91,6 @@ HGLOBAL AllocBlock(unsigned long long nBytes);
 HGLOBAL CreateBlankDib(int width, int height, int xDpi, int yDpi, BYTE bitCount, int bWhite);
 
 // 1 if all colours of an 8-bit image have equal components (missing entries count as black).
-int IsGrayPalette(HGLOBAL hDib);
+int IsGrayPalette(const DibView *pView);
 
 #endif

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <stdint.h>
+#include <string.h>
 
 static inline BYTE ClampToByte(int value)
 {
@@ -22,6 +23,20 @@ static inline int TruncateToInt(double value)
                                     : (int)value;
 }
 
+static inline float FloatOfBits(uint32_t bits)
+{
+    float value;
+    memcpy(&value, &bits, sizeof value);
+    return value;
+}
+
+static inline uint32_t BitsOfFloat(float value)
+{
+    uint32_t bits;
+    memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
 // The bytes of one stored row. 64 bits wide, so that no width and depth can overflow it.
 static inline uint64_t RowStride(uint64_t width, uint64_t bitCount)
 {
@@ -33,11 +48,14 @@ static inline uint64_t CeilDivide(uint64_t value, uint64_t divisor)
     return (value + divisor - 1) / divisor;
 }
 
+// Units of work (rows or columns of a pass) between two steps of the bar.
+enum { UNITS_PER_STEP = 5 };
+
 // A progress total: n units of work rounded up to a whole number of bar steps.
 static inline int RoundToSteps(int64_t n)
 {
-    const int64_t total = (n + 4) / 5 * 5;
-    return total > INT32_MAX ? INT32_MAX / 5 * 5 : (int)total;
+    const int64_t total = (n + UNITS_PER_STEP - 1) / UNITS_PER_STEP * UNITS_PER_STEP;
+    return total > INT32_MAX ? INT32_MAX / UNITS_PER_STEP * UNITS_PER_STEP : (int)total;
 }
 
 #endif

@@ -2,16 +2,6 @@
 
 #include "levels_kernels.h"
 
-#include "platform/cpu.h"
-
-const MapKernels *g_pMapKernels = &sse2::MAP_KERNELS;
-
-void ChooseLevelKernels(unsigned cpuFeatures)
-{
-    const bool bAvx2 = (cpuFeatures & CPU_AVX2) != 0;
-    g_pMapKernels = bAvx2 ? &avx2::MAP_KERNELS : &sse2::MAP_KERNELS;
-}
-
 void MapBytes(const BYTE table[GRAY_LEVELS], const BYTE *src, BYTE *dst, size_t count)
 {
     g_pMapKernels->MapBytes(table, src, dst, count);

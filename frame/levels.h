@@ -21,7 +21,4 @@ void CountBytes(const BYTE *src, size_t count, DWORD counts[GRAY_LEVELS]);
 // The same with counters per channel: byte i adds to counts[i % 3]. count is in bytes.
 void CountPixels(const BYTE *src, size_t count, DWORD counts[COLOR_CHANNELS][GRAY_LEVELS]);
 
-// Called once at attach.
-void ChooseLevelKernels(unsigned cpuFeatures);
-
 #endif

@@ -8,7 +8,6 @@
 // The bar takes the same number of steps as a filter that loads, allocates, computes and stores in
 // passes, spread over the rows.
 
-#include "dib.h"
 #include "levels.h"
 #include "matrix.h"
 #include "neighbourhood.h"
@@ -282,17 +281,15 @@ static int PrepareLines(LineRun *pRun)
     return pRun->lines != NULL && PrepareRing(pRun) && PrepareRowKernel(pRun);
 }
 
-HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const LevelMaps *pMaps,
-                        int bProgress)
+HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, const DibView *pSource,
+                        const LevelMaps *pMaps, int bProgress)
 {
     LineRun run;
     HGLOBAL hResult = NULL;
     int bDone = 0;
     memset(&run, 0, sizeof run);
-    if (!LockDib(hDib, &run.source)) {
-        return NULL;
-    }
     run.pFilter = pFilter;
+    run.source = *pSource;
     run.pMaps = pMaps;
     for (int i = 0; pMaps != NULL && i < GRAY_LEVELS; i++) {
         run.indexOf[i] = (BYTE)pMaps->indexOf[i];
@@ -313,6 +310,5 @@ HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const 
     WorkFree(run.pState);
     WorkFree(run.ring);
     WorkFree((void *)run.lines);
-    UnlockDib(&run.source);
     return hResult;
 }

@@ -9,46 +9,6 @@
 #include "platform/workmemory.h"
 #include "progress.h"
 
-void BuildLevelMaps(const RGBQUAD *pColors, LevelMaps *pMaps)
-{
-    pMaps->paletteChanged = 0;
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        pMaps->indexOf[i] = -1;
-    }
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        pMaps->levels[i] = pColors[i].rgbBlue;
-        pMaps->indexOf[pMaps->levels[i]] = i;
-    }
-}
-
-int HasAllLevels(const LevelMaps *pMaps)
-{
-    int bAll = 1;
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        bAll &= pMaps->indexOf[i] >= 0;
-    }
-    return bAll;
-}
-
-int IsGrayRamp(const LevelMaps *pMaps)
-{
-    int bRamp = 1;
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        bRamp &= pMaps->levels[i] == i;
-    }
-    return bRamp;
-}
-
-int GrayLevelToIndex(LevelMaps *pMaps, int level)
-{
-    if (pMaps->indexOf[level] == -1) {
-        pMaps->paletteChanged = 1;
-        pMaps->levels[level] = (BYTE)level;
-        pMaps->indexOf[level] = level;
-    }
-    return pMaps->indexOf[level];
-}
-
 // ---- columns ------------------------------------------------------------------------------------
 
 static void FreeColumns(void **columns, unsigned width)
@@ -151,27 +111,26 @@ static int StoreColumns(const DibView *pView, void **columns,
     return 1;
 }
 
+// The columns of a locked picture, loaded; null without memory or once the user has cancelled.
+static void **NewLoadedColumns(const DibView *pView, size_t cellBytes,
+                               void (*LoadRow)(const BYTE *, size_t, void **, int), int bProgress)
+{
+    void **columns = AllocColumns(pView->shape.width, pView->shape.height, cellBytes, 0);
+    if (columns != NULL && !LoadColumns(pView, columns, LoadRow, bProgress)) {
+        FreeColumns(columns, (unsigned)pView->shape.width);
+        columns = NULL;
+    }
+    return columns;
+}
+
 // ---- gray ---------------------------------------------------------------------------------------
 
-int LoadGrayMatrix(HGLOBAL hDib, GrayMatrix *pMatrix, int bProgress)
+int LoadGrayMatrix(const DibView *pView, GrayMatrix *pMatrix, int bProgress)
 {
-    DibView view;
-    pMatrix->columns = NULL;
-    if (!LockDib(hDib, &view)) {
-        return 0;
-    }
-    if (view.shape.bitCount == 8 && view.shape.nColors >= GRAY_LEVELS) {
-        pMatrix->width = (unsigned)view.shape.width;
-        pMatrix->height = (unsigned)view.shape.height;
-        void **columns = AllocColumns(view.shape.width, view.shape.height, 1, 0);
-        if (columns != NULL && !LoadColumns(&view, columns, LoadGrayRow, bProgress)) {
-            FreeColumns(columns, pMatrix->width);
-            columns = NULL;
-        }
-        pMatrix->columns = (BYTE **)columns;
-        BuildLevelMaps(view.pColors, &pMatrix->maps);
-    }
-    UnlockDib(&view);
+    pMatrix->width = (unsigned)pView->shape.width;
+    pMatrix->height = (unsigned)pView->shape.height;
+    pMatrix->columns = (BYTE **)NewLoadedColumns(pView, 1, LoadGrayRow, bProgress);
+    BuildLevelMaps(pView->pColors, &pMatrix->maps);
     return pMatrix->columns != NULL;
 }
 
@@ -191,35 +150,13 @@ static void StoreLevels(const DibView *pView, const LevelMaps *pMaps)
     }
 }
 
-// The block may be another picture by now: the host runs while messages are let through.
-static int LockForStore(HGLOBAL hDib, int bitCount, unsigned width, unsigned height, DibView *pView)
-{
-    const DibShape *p = &pView->shape;
-    if (!LockDib(hDib, pView)) {
-        return 0;
-    }
-    if (p->bitCount == bitCount && (unsigned)p->width == width && (unsigned)p->height == height &&
-        (bitCount != 8 || p->nColors >= GRAY_LEVELS)) {
-        return 1;
-    }
-    UnlockDib(pView);
-    return 0;
-}
-
-int StoreGrayMatrix(HGLOBAL hDib, const GrayMatrix *pPixels, const GrayMatrix *pPalette,
+int StoreGrayMatrix(const DibView *pView, const GrayMatrix *pPixels, const GrayMatrix *pPalette,
                     int bProgress)
 {
-    DibView view;
-    if (!LockForStore(hDib, 8, pPixels->width, pPixels->height, &view)) {
-        return 0;
-    }
     if (pPalette->maps.paletteChanged) {
-        StoreLevels(&view, &pPalette->maps);
+        StoreLevels(pView, &pPalette->maps);
     }
-    const int bDone =
-        StoreColumns(&view, (void **)(void *)pPixels->columns, StoreGrayColumn, bProgress);
-    UnlockDib(&view);
-    return bDone;
+    return StoreColumns(pView, (void **)(void *)pPixels->columns, StoreGrayColumn, bProgress);
 }
 
 void FreeGrayMatrix(GrayMatrix *pMatrix)
@@ -230,24 +167,12 @@ void FreeGrayMatrix(GrayMatrix *pMatrix)
 
 // ---- colour -------------------------------------------------------------------------------------
 
-int LoadColorMatrix(HGLOBAL hDib, ColorMatrix *pMatrix, int bProgress)
+int LoadColorMatrix(const DibView *pView, ColorMatrix *pMatrix, int bProgress)
 {
-    DibView view;
-    pMatrix->columns = NULL;
-    if (!LockDib(hDib, &view)) {
-        return 0;
-    }
-    if (view.shape.bitCount == 24) {
-        pMatrix->width = (unsigned)view.shape.width;
-        pMatrix->height = (unsigned)view.shape.height;
-        void **columns = AllocColumns(view.shape.width, view.shape.height, sizeof(uint32_t), 0);
-        if (columns != NULL && !LoadColumns(&view, columns, LoadColorRow, bProgress)) {
-            FreeColumns(columns, pMatrix->width);
-            columns = NULL;
-        }
-        pMatrix->columns = (uint32_t **)columns;
-    }
-    UnlockDib(&view);
+    pMatrix->width = (unsigned)pView->shape.width;
+    pMatrix->height = (unsigned)pView->shape.height;
+    pMatrix->columns =
+        (uint32_t **)NewLoadedColumns(pView, sizeof(uint32_t), LoadColorRow, bProgress);
     return pMatrix->columns != NULL;
 }
 
@@ -259,16 +184,9 @@ int AllocColorMatrix(ColorMatrix *pMatrix, int width, int height, int bProgress)
     return pMatrix->columns != NULL;
 }
 
-int StoreColorMatrix(HGLOBAL hDib, const ColorMatrix *pMatrix, int bProgress)
+int StoreColorMatrix(const DibView *pView, const ColorMatrix *pMatrix, int bProgress)
 {
-    DibView view;
-    if (!LockForStore(hDib, 24, pMatrix->width, pMatrix->height, &view)) {
-        return 0;
-    }
-    const int bDone =
-        StoreColumns(&view, (void **)(void *)pMatrix->columns, StoreColorColumn, bProgress);
-    UnlockDib(&view);
-    return bDone;
+    return StoreColumns(pView, (void **)(void *)pMatrix->columns, StoreColorColumn, bProgress);
 }
 
 void FreeColorMatrix(ColorMatrix *pMatrix)
@@ -279,10 +197,10 @@ void FreeColorMatrix(ColorMatrix *pMatrix)
 
 int64_t LoadSteps(int height)
 {
-    return (int64_t)CeilDivide((uint64_t)height - 1, 5);
+    return (int64_t)CeilDivide((uint64_t)height - 1, UNITS_PER_STEP);
 }
 
 int64_t ColumnSteps(int width)
 {
-    return (int64_t)CeilDivide((uint64_t)width, 5);
+    return (int64_t)CeilDivide((uint64_t)width, UNITS_PER_STEP);
 }

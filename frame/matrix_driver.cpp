@@ -10,7 +10,6 @@
 // entry which the picture uses, and the rest of the row is computed again. That happens no more
 // than 256 times in a picture.
 
-#include "dib.h"
 #include "matrix.h"
 #include "neighbourhood.h"
 #include "platform/workmemory.h"
@@ -247,31 +246,40 @@ static int PrepareWindow(MatrixRun *pRun)
     return 1;
 }
 
-static HGLOBAL StoreResult(const MatrixRun *pRun, HGLOBAL hDib, int bProgress)
+static HGLOBAL StoreResult(const MatrixRun *pRun, const DibView *pSource, int bProgress)
 {
-    const HGLOBAL hResult = DuplicateDib(hDib);
-    if (hResult != NULL && !StoreGrayMatrix(hResult, &pRun->result, &pRun->source, bProgress)) {
+    DibView result;
+    const HGLOBAL hResult = DuplicateFrame(pSource, &result);
+    if (hResult == NULL) {
+        return NULL;
+    }
+    for (int y = 0; y < pSource->shape.height; y++) {
+        CopyRowPadding(pSource, &result, y);
+    }
+    const int bDone = StoreGrayMatrix(&result, &pRun->result, &pRun->source, bProgress);
+    UnlockDib(&result);
+    if (!bDone) {
         GlobalFree(hResult);
         return NULL;
     }
     return hResult;
 }
 
-HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int bProgress)
+HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, const DibView *pSource, int bProgress)
 {
     MatrixRun run;
     HGLOBAL hResult = NULL;
     memset(&run, 0, sizeof run);
     run.pFilter = pFilter;
-    if (!LoadGrayMatrix(hDib, &run.source, bProgress)) {
+    if (!LoadGrayMatrix(pSource, &run.source, bProgress)) {
         return NULL;
     }
-    const int width = (int)run.source.width;
-    const int height = (int)run.source.height;
+    const int width = pSource->shape.width;
+    const int height = pSource->shape.height;
     const int bCopy = ComputesNothing(pFilter, width, height);
     if (AllocGrayMatrix(&run.result, width, height, bProgress) && (bCopy || PrepareWindow(&run)) &&
         StepEarlierPasses(&run, bProgress) && ComputePass(&run, bCopy, bProgress)) {
-        hResult = StoreResult(&run, hDib, bProgress);
+        hResult = StoreResult(&run, pSource, bProgress);
     }
     WorkFree(run.pState);
     WorkFree(run.levels);

@@ -6,9 +6,6 @@
 
 #include "neighbourhood.h"
 
-#include "convert.h"
-#include "matrix.h"
-
 int ComputesNothing(const NeighbourhoodFilter *pFilter, int width, int height)
 {
     switch (pFilter->border) {
@@ -42,47 +39,15 @@ LineKernel KernelAt(const NeighbourhoodFilter *pFilter, int bEdgeColumn, int bEd
     return kernel != NULL ? kernel : pFilter->Kernel;
 }
 
-static HGLOBAL FilterExpanded(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
-                              int height, int bProgress)
+HGLOBAL FilterPicture(const NeighbourhoodFilter *pFilter, const Picture *pPicture, int bProgress)
 {
-    const HGLOBAL hColor = ConvertPalette(hDib);
-    if (hColor == NULL) {
-        return NULL;
+    const LevelMaps *pMaps = &pPicture->maps;
+    if (!pPicture->bGray) {
+        return RunLinePipeline(pFilter, &pPicture->view, NULL, bProgress);
     }
-    const HGLOBAL hResult = FilterColorNeighbourhood(pFilter, hColor, width, height, bProgress);
-    GlobalFree(hColor);
-    return hResult;
-}
-
-HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
-                                int height, int bProgress)
-{
-    DibView view;
-    LevelMaps maps;
-    if (!IsGrayPalette(hDib)) {
-        return FilterExpanded(pFilter, hDib, width, height, bProgress);
+    if (pFilter->bKeepsLevels || HasAllLevels(pMaps)) {
+        return RunLinePipeline(pFilter, &pPicture->view, IsGrayRamp(pMaps) ? NULL : pMaps,
+                               bProgress);
     }
-    if (!LockDib(hDib, &view)) {
-        return NULL;
-    }
-    const int bFullTable = view.shape.nColors >= GRAY_LEVELS;
-    if (bFullTable) {
-        BuildLevelMaps(view.pColors, &maps);
-    }
-    UnlockDib(&view);
-    if (!bFullTable) {
-        return NULL;  // the call frame hands over none such
-    }
-    if (pFilter->bKeepsLevels || HasAllLevels(&maps)) {
-        return RunLinePipeline(pFilter, hDib, IsGrayRamp(&maps) ? NULL : &maps, bProgress);
-    }
-    return RunMatrixOrder(pFilter, hDib, bProgress);
-}
-
-HGLOBAL FilterColorNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
-                                 int height, int bProgress)
-{
-    (void)width;
-    (void)height;
-    return RunLinePipeline(pFilter, hDib, NULL, bProgress);
+    return RunMatrixOrder(pFilter, &pPicture->view, bProgress);
 }

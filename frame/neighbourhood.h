@@ -7,8 +7,7 @@
 #define FRAME_NEIGHBOURHOOD_H
 
 #include "line_kernel.h"
-
-#include <windows.h>
+#include "picture.h"
 
 enum BorderRule {
     // A pixel whose window leaves the picture keeps its value.
@@ -57,32 +56,24 @@ struct NeighbourhoodFilter {
     int bKeepsLevels;
     // Passes over the rows that the filter made before (to gather statistics); for the bar alone.
     int nEarlierPasses;
-    // What computes whole rows in place of Kernel, with state that it carries from row to row; null:
-    // Kernel does. With BORDER_COPIED and VISIT_ROWS, Kernel may be null beside it.
+    // What computes whole rows in place of Kernel, with state that it carries from row to row;
+    // null: Kernel does. With BORDER_COPIED and VISIT_ROWS, Kernel may be null beside it.
     const RowKernel *pRowKernel;
 };
 
-// An 8-bit image with a full colour table. A colour palette gives a 24-bit result. Null without
-// memory or once the user has cancelled.
-HGLOBAL FilterGrayNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
-                                int height, int bProgress);
-
-// A 24-bit image; the channels are filtered independently.
-HGLOBAL FilterColorNeighbourhood(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
-                                 int height, int bProgress);
+// The filtered picture as a new image; the channels of colour are filtered independently. Null
+// without memory or once the user has cancelled.
+HGLOBAL FilterPicture(const NeighbourhoodFilter *pFilter, const Picture *pPicture, int bProgress);
 
 // ---- shared by the two drivers ------------------------------------------------------------------
 
-struct GrayMatrix;
-struct LevelMaps;
-
 // Straight from the source rows to the result rows. pMaps null: samples are used as stored (colour,
 // or a gray ramp); else every level that can come out must have an entry.
-HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, const LevelMaps *pMaps,
-                        int bProgress);
+HGLOBAL RunLinePipeline(const NeighbourhoodFilter *pFilter, const DibView *pSource,
+                        const LevelMaps *pMaps, int bProgress);
 
-// Pixel by pixel in the stated order, through the level maps.
-HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int bProgress);
+// Pixel by pixel in the stated order, through the level maps. Gray only.
+HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, const DibView *pSource, int bProgress);
 
 // 1 if no pixel has a window that the border rule makes whole: the result is then a copy.
 int ComputesNothing(const NeighbourhoodFilter *pFilter, int width, int height);

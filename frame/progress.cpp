@@ -5,6 +5,12 @@
 // noticed. Cancel enables the parent and destroys the dialog at once; the worker sees the flag at
 // its next unit.
 //
+// Whatever may run the host's code - messages sent or let through, the parent enabled or disabled,
+// the dialog made or destroyed - stands between LetHostRun and ResumeCall.
+//
+// A dialog that is destroyed from outside (its owner was closed) counts as cancelled: nobody could
+// stop the work any more.
+//
 // WM_QUIT met while messages are let through ends that round and is kept in the running call, which
 // posts it again when it ends: swallowing it would leave the host without its end.
 
@@ -14,7 +20,7 @@
 
 #include <commctrl.h>
 
-enum { PROGRESS_BAR_ID = 1000, UNITS_PER_STEP = 5 };
+enum { PROGRESS_BAR_ID = 1000 };
 
 static void RestoreParentWindow(FilterThreadState *pState)
 {
@@ -39,6 +45,11 @@ static INT_PTR CALLBACK ProgressDialogProc(HWND hDialog, UINT message, WPARAM wP
         pState->bCancelled = 1;
         RestoreParentWindow(pState);
         DestroyWindow(hDialog);
+        pState->hProgressDlg = NULL;
+    }
+    if (message == WM_DESTROY && hDialog == pState->hProgressDlg) {
+        pState->bCancelled = 1;
+        RestoreParentWindow(pState);
         pState->hProgressDlg = NULL;
     }
     return FALSE;
@@ -69,14 +80,8 @@ static void PumpMessages(FilterThreadState *pState)
     }
 }
 
-int OpenProgressDialog(HWND hParent, int nStepTotal)
+static int ShowDialog(FilterThreadState *pState, HWND hParent)
 {
-    FilterThreadState *pState = GetFilterThreadState();
-    pState->nStepSize = 1;
-    pState->nStepTotal = nStepTotal;
-    pState->nStepDivisor = UNITS_PER_STEP;
-    pState->bCancelled = 0;
-    pState->hParentWnd = hParent;
     RegisterProgressBar();
     pState->hProgressDlg =
         CreateDialogParamA(GetFilterInstance(), "PROGRESSDLG", hParent, ProgressDialogProc, 0);
@@ -85,33 +90,52 @@ int OpenProgressDialog(HWND hParent, int nStepTotal)
     }
     NoteProgressDialog();
     if (hParent != NULL && IsWindowEnabled(hParent)) {
-        EnableWindow(hParent, FALSE);
         pState->bParentDisabled = 1;
+        EnableWindow(hParent, FALSE);
     }
     ShowWindow(pState->hProgressDlg, SW_SHOW);
     UpdateWindow(pState->hProgressDlg);
     return 1;
 }
 
+int OpenProgressDialog(HWND hParent, int nStepTotal)
+{
+    FilterThreadState *pState = GetFilterThreadState();
+    pState->nStepSize = 1;
+    pState->nStepTotal = nStepTotal;
+    pState->nStepDivisor = UNITS_PER_STEP;
+    pState->bCancelled = 0;
+    pState->hParentWnd = hParent;
+    LetHostRun();
+    const int bShown = ShowDialog(pState, hParent);
+    ResumeCall();
+    return bShown;
+}
+
 void StepProgress(void)
 {
     FilterThreadState *pState = GetFilterThreadState();
+    LetHostRun();
     PumpMessages(pState);
     // After a Cancel the dialog is gone and there is no bar to move.
     if (pState->hProgressDlg != NULL) {
         SendMessageA(GetDlgItem(pState->hProgressDlg, PROGRESS_BAR_ID), PBM_STEPIT, 0, 0);
     }
+    ResumeCall();
 }
 
 int CloseProgressDialog(void)
 {
     FilterThreadState *pState = GetFilterThreadState();
-    if (pState->hProgressDlg == NULL) {
+    const HWND hDialog = pState->hProgressDlg;
+    if (hDialog == NULL) {
         return 0;
     }
+    LetHostRun();
     RestoreParentWindow(pState);
-    DestroyWindow(pState->hProgressDlg);
-    pState->hProgressDlg = NULL;
+    pState->hProgressDlg = NULL;  // the end of the work, not of the user's patience
+    DestroyWindow(hDialog);
+    ResumeCall();
     return 1;
 }
 

@@ -2,6 +2,7 @@
 #ifndef FRAME_PROGRESS_H
 #define FRAME_PROGRESS_H
 
+#include "intops.h"
 #include "thread_state.h"
 
 // Opens the calling thread's progress dialog for nStepTotal units of work and disables the parent
@@ -27,7 +28,9 @@ static inline int BeginUnit(const FilterThreadState *pState, int bProgress, unsi
 // The bar steps of a pass over the units nFirst to nEnd - 1.
 static inline int64_t UnitSteps(int nFirst, int nEnd)
 {
-    return nEnd > nFirst ? ((int64_t)nEnd + 4) / 5 - ((int64_t)nFirst + 4) / 5 : 0;
+    const int64_t nRound = UNITS_PER_STEP - 1;
+    return nEnd > nFirst ? (nEnd + nRound) / UNITS_PER_STEP - (nFirst + nRound) / UNITS_PER_STEP
+                         : 0;
 }
 
 // A pass that does its work in other units than the bar announces (whole rows instead of load,

@@ -1,4 +1,4 @@
-// Attach and detach, the per-thread record, and the two exports that report state.
+// What attaching and detaching do, the per-thread record, and the two exports that report state.
 //
 // A thread gets its record when it attaches or, if it is older than the library, on first use. Two
 // TLS slots serve: one holds the record, the other points at the innermost call in progress, which
@@ -10,8 +10,6 @@
 #include "thread_state.h"
 
 #include "VexaFilter.h"
-#include "dispatch.h"
-#include "platform/cpu.h"
 
 static const char VERSION_TEXT[] = "Version 10.75";
 
@@ -21,7 +19,7 @@ static HINSTANCE g_hInstance;
 static int g_bAttachDone;
 static int g_bDetachDone;
 
-static void AttachThread(void)
+void AttachThread(void)
 {
     void *pState = GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, sizeof(FilterThreadState));
     if (pState == NULL || !TlsSetValue(g_nStateSlot, pState)) {
@@ -29,7 +27,7 @@ static void AttachThread(void)
     }
 }
 
-static void FreeThreadState(void)
+void DetachThread(void)
 {
     void *pState = TlsGetValue(g_nStateSlot);
     if (pState != NULL) {
@@ -43,7 +41,7 @@ static int SharesLibraryData(void)
     return (GetVersion() & 0x80000000u) != 0;
 }
 
-static BOOL AttachProcess(HINSTANCE hInstance)
+BOOL AttachProcess(HINSTANCE hInstance)
 {
     if (SharesLibraryData() && g_bAttachDone) {
         return FALSE;
@@ -59,42 +57,20 @@ static BOOL AttachProcess(HINSTANCE hInstance)
         TlsFree(g_nStateSlot);
         return FALSE;
     }
-    ChooseKernels(DetectCpuFeatures());
     AttachThread();
     return TRUE;
 }
 
-static BOOL DetachProcess(void)
+BOOL DetachProcess(void)
 {
     if (SharesLibraryData() && g_bDetachDone) {
         return FALSE;
     }
     g_bDetachDone = 1;
-    FreeThreadState();
+    DetachThread();
     TlsFree(g_nStateSlot);
     TlsFree(g_nCallSlot);
     return TRUE;
-}
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD reason, LPVOID pReserved);
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD reason, LPVOID pReserved)
-{
-    (void)pReserved;
-    switch (reason) {
-    case DLL_PROCESS_ATTACH:
-        return AttachProcess(hInstance);
-    case DLL_THREAD_ATTACH:
-        AttachThread();
-        return TRUE;
-    case DLL_THREAD_DETACH:
-        FreeThreadState();
-        return TRUE;
-    case DLL_PROCESS_DETACH:
-        return DetachProcess();
-    default:
-        return FALSE;
-    }
 }
 
 FilterThreadState *GetFilterThreadState(void)

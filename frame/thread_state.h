@@ -47,6 +47,12 @@ FilterThreadState *GetFilterThreadState(void);
 // The module whose resources hold the progress dialog.
 HINSTANCE GetFilterInstance(void);
 
+// For the library's entry point. BOOL: FALSE where the library must not be attached or detached.
+BOOL AttachProcess(HINSTANCE hInstance);
+void AttachThread(void);
+void DetachThread(void);
+BOOL DetachProcess(void);
+
 struct RunningCall;
 
 // The innermost export call in progress on this thread (frame/call.h), null when none is.

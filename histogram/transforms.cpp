@@ -17,8 +17,9 @@
 // the channels separately. The few bytes behind the last whole pixel of a 24-bit row, which belong
 // to no channel, are copied by them.
 //
-// These exports have a call frame of their own: the result is allocated before the dialogs, which
-// get one pointer per parameter, or a selector; the total of the bar is the number of rows.
+// The result is allocated before the dialogs, which get one pointer per parameter, or a selector;
+// the total of the bar is the number of rows. Header and depth are read more leniently than
+// elsewhere.
 //
 // Kept: slide and stretch read bytes as signed at 8 and 24 bits: 128 to 255 are below every range.
 // Kept: they clamp an unsigned 16-bit number: what falls below 0 becomes the top level.
@@ -26,25 +27,15 @@
 // and the source locked.
 
 #include "VexaFilter.h"
-#include "frame/call.h"
-#include "frame/dib.h"
 #include "frame/intops.h"
 #include "frame/levels.h"
-#include "frame/progress.h"
+#include "frame/rows.h"
 
 #include <math.h>
 #include <string.h>
 
-enum {
-    SPARE_BYTES = 4,
-    LARGEST_SIDE = 65535,  // rows, and bytes in a row: both are 16-bit numbers
-    ROWS_PER_STEP = 5
-};
-
-// The facts of one transform: either MapLevel or MapShare.
+// What a transform does to a level: one of the two.
 struct HistogramTransform {
-    const char *pDialogEntry;
-    int bAcceptMono;
     // The new level of a stored one, of 0 to top.
     int (*MapLevel)(const void *pArguments, int level, int top);
     // The new level of one up to which that share of the picture lies, before it is limited and its
@@ -52,48 +43,22 @@ struct HistogramTransform {
     double (*MapShare)(double share, int bitCount);
 };
 
-// One call of it. pArguments: what MapLevel reads and the dialog writes.
-struct HistogramCall {
-    HGLOBAL hDib;
-    const void *pArguments;
-    UINT_PTR dialogArguments[MAX_DIALOG_ARGUMENTS];
-    int nDialogArguments;
-    UINT mode;
-    const HWND *pParent;
-};
-
-struct HistogramJob {
+// One call's counts and tables, the frame's plan.
+struct TransformPlan {
     const HistogramTransform *pTransform;
-    DibView source;
-    HGLOBAL hResult;
+    const DibView *pSource;
     BYTE *pResultBits;
-    FilterThreadState *pState;
-    int bProgress;
     DWORD counts[COLOR_CHANNELS][GRAY_LEVELS];
     BYTE tables[COLOR_CHANNELS][GRAY_LEVELS];  // of the channels; the first for all bytes otherwise
 };
 
 // ---- curves -------------------------------------------------------------------------------------
 
-// The order of the exports' arguments.
-struct SlideArguments {
-    UINT low, high;
-    int shift;
-    UINT mode;
-    HWND hParent;
-};
-
-struct StretchArguments {
-    UINT low, high;
-    float factor;
-    UINT mode;
-    HWND hParent;
-};
-
-struct ThresholdArguments {
-    UINT threshold;
-    UINT mode;
-    HWND hParent;
+// The first two parameters of slide and stretch are the range, the third is the shift, or the bits
+// of a float factor.
+struct RangeArguments {
+    int low, high;
+    int amount;
 };
 
 enum { TOP_BYTE = 255, TOP_NIBBLE = 15 };
@@ -104,9 +69,9 @@ static int SignedLevel(int level, int top)
     return top == TOP_BYTE ? (signed char)level : level;
 }
 
-static int IsInRange(int level, UINT low, UINT high)
+static int IsInRange(const RangeArguments *p, int level)
 {
-    return (BYTE)low <= level && level <= (BYTE)high;
+    return (BYTE)p->low <= level && level <= (BYTE)p->high;
 }
 
 static int LimitWord(unsigned value, int top)
@@ -116,27 +81,28 @@ static int LimitWord(unsigned value, int top)
 
 static int SlideLevel(const void *pArguments, int level, int top)
 {
-    const SlideArguments *p = (const SlideArguments *)pArguments;
+    const RangeArguments *p = (const RangeArguments *)pArguments;
     const int value = SignedLevel(level, top);
-    if (!IsInRange(value, p->low, p->high)) {
+    if (!IsInRange(p, value)) {
         return level;
     }
-    return LimitWord((unsigned)value + (unsigned)p->shift, top);
+    return LimitWord((unsigned)value + (unsigned)p->amount, top);
 }
 
 static int StretchLevel(const void *pArguments, int level, int top)
 {
-    const StretchArguments *p = (const StretchArguments *)pArguments;
+    const RangeArguments *p = (const RangeArguments *)pArguments;
     const int value = SignedLevel(level, top);
-    if (!IsInRange(value, p->low, p->high)) {
+    if (!IsInRange(p, value)) {
         return level;
     }
-    return LimitWord((unsigned)TruncateToInt(value * (double)p->factor + 0.5), top);
+    const double factor = (double)FloatOfBits((uint32_t)p->amount);
+    return LimitWord((unsigned)TruncateToInt(value * factor + 0.5), top);
 }
 
 static int ThresholdLevel(const void *pArguments, int level, int top)
 {
-    return level < (WORD)((const ThresholdArguments *)pArguments)->threshold ? 0 : top;
+    return level < (WORD) * (const int *)pArguments ? 0 : top;
 }
 
 static int ComplementLevel(const void *pArguments, int level, int top)
@@ -172,17 +138,17 @@ static void PairNibbles(const BYTE *nibbles, BYTE *table)
     }
 }
 
-static void MakeLevelTable(HistogramJob *pJob, const void *pArguments)
+static void MakeLevelTable(TransformPlan *pPlan, const void *pArguments)
 {
     BYTE levels[GRAY_LEVELS];
-    const int top = TopLevel(pJob->source.shape.bitCount);
+    const int top = TopLevel(pPlan->pSource->shape.bitCount);
     for (int level = 0; level <= top; level++) {
-        levels[level] = (BYTE)pJob->pTransform->MapLevel(pArguments, level, top);
+        levels[level] = (BYTE)pPlan->pTransform->MapLevel(pArguments, level, top);
     }
     if (top == TOP_NIBBLE) {
-        PairNibbles(levels, pJob->tables[0]);
+        PairNibbles(levels, pPlan->tables[0]);
     } else {
-        memcpy(pJob->tables[0], levels, sizeof levels);
+        memcpy(pPlan->tables[0], levels, sizeof levels);
     }
 }
 
@@ -196,20 +162,20 @@ static void SplitCounts(const DWORD *bytes, DWORD *nibbles)
     }
 }
 
-static BYTE ShareLevel(const HistogramJob *pJob, double share)
+static BYTE ShareLevel(const TransformPlan *pPlan, double share)
 {
-    const int bitCount = pJob->source.shape.bitCount;
+    const int bitCount = pPlan->pSource->shape.bitCount;
     const int top = TopLevel(bitCount);
     if (bitCount != 4 && bitCount != 8 && bitCount != 24) {
         return (BYTE)(int)share;  // Kept: there is no curve for other depths.
     }
-    const double value = pJob->pTransform->MapShare(share, bitCount);
+    const double value = pPlan->pTransform->MapShare(share, bitCount);
     return (BYTE)(int)(value > top ? top : value);
 }
 
-static void MakeShareTable(const HistogramJob *pJob, const DWORD *counts, BYTE *levels)
+static void MakeShareTable(const TransformPlan *pPlan, const DWORD *counts, BYTE *levels)
 {
-    const int top = TopLevel(pJob->source.shape.bitCount);
+    const int top = TopLevel(pPlan->pSource->shape.bitCount);
     double total = 0.0;
     double share = 0.0;
     for (int level = 0; level <= top; level++) {
@@ -217,248 +183,181 @@ static void MakeShareTable(const HistogramJob *pJob, const DWORD *counts, BYTE *
     }
     for (int level = 0; level <= top; level++) {
         share += counts[level] / total;
-        levels[level] = ShareLevel(pJob, share);
+        levels[level] = ShareLevel(pPlan, share);
     }
 }
 
-static void MakeShareTables(HistogramJob *pJob)
+static void MakeShareTables(TransformPlan *pPlan)
 {
-    const int bitCount = pJob->source.shape.bitCount;
+    const int bitCount = pPlan->pSource->shape.bitCount;
     if (bitCount == 4) {
         DWORD counts[GRAY_LEVELS];
         BYTE levels[GRAY_LEVELS];
-        SplitCounts(pJob->counts[0], counts);
-        MakeShareTable(pJob, counts, levels);
-        PairNibbles(levels, pJob->tables[0]);
+        SplitCounts(pPlan->counts[0], counts);
+        MakeShareTable(pPlan, counts, levels);
+        PairNibbles(levels, pPlan->tables[0]);
         return;
     }
     for (int channel = 0; channel < (bitCount == 24 ? COLOR_CHANNELS : 1); channel++) {
-        MakeShareTable(pJob, pJob->counts[channel], pJob->tables[channel]);
+        MakeShareTable(pPlan, pPlan->counts[channel], pPlan->tables[channel]);
     }
 }
 
 // ---- rows ---------------------------------------------------------------------------------------
 
-// Channels apart, in pJob->counts and pJob->tables.
-static int IsByChannel(const HistogramJob *pJob)
+// Channels apart, in pPlan->counts and pPlan->tables.
+static int IsByChannel(const TransformPlan *pPlan)
 {
-    return pJob->source.shape.bitCount == 24 && pJob->pTransform->MapShare != NULL;
+    return pPlan->pSource->shape.bitCount == 24 && pPlan->pTransform->MapShare != NULL;
 }
 
-// A run of rows. Without bytes behind the last whole pixel the channels go on from row to row.
-typedef void (*RowsFunction)(HistogramJob *pJob, size_t nOffset, size_t nBytes);
-
-static void CountRows(HistogramJob *pJob, size_t nOffset, size_t nBytes)
+// Without bytes behind the last whole pixel the channels go on from row to row.
+static void CountRows(void *pContext, unsigned nFirst, unsigned nRows)
 {
-    const BYTE *src = pJob->source.pBits + nOffset;
-    const size_t stride = pJob->source.shape.stride;
+    TransformPlan *pPlan = (TransformPlan *)pContext;
+    const size_t stride = pPlan->pSource->shape.stride;
+    const BYTE *src = pPlan->pSource->pBits + nFirst * stride;
+    const size_t nBytes = nRows * stride;
     const size_t run = stride % COLOR_CHANNELS == 0 ? nBytes : stride;
-    if (!IsByChannel(pJob)) {
-        CountBytes(src, nBytes, pJob->counts[0]);
+    if (!IsByChannel(pPlan)) {
+        CountBytes(src, nBytes, pPlan->counts[0]);
         return;
     }
     for (size_t i = 0; i < nBytes; i += run) {
-        CountPixels(src + i, run - run % COLOR_CHANNELS, pJob->counts);
+        CountPixels(src + i, run - run % COLOR_CHANNELS, pPlan->counts);
     }
 }
 
-static void MapRows(HistogramJob *pJob, size_t nOffset, size_t nBytes)
+static void MapRows(void *pContext, unsigned nFirst, unsigned nRows)
 {
-    const BYTE *src = pJob->source.pBits + nOffset;
-    BYTE *dst = pJob->pResultBits + nOffset;
-    const size_t stride = pJob->source.shape.stride;
+    const TransformPlan *pPlan = (const TransformPlan *)pContext;
+    const size_t stride = pPlan->pSource->shape.stride;
+    const BYTE *src = pPlan->pSource->pBits + nFirst * stride;
+    BYTE *dst = pPlan->pResultBits + nFirst * stride;
+    const size_t nBytes = nRows * stride;
     const size_t run = stride % COLOR_CHANNELS == 0 ? nBytes : stride;
     const size_t rest = run % COLOR_CHANNELS;
-    if (!IsByChannel(pJob)) {
-        MapBytes(pJob->tables[0], src, dst, nBytes);
+    if (!IsByChannel(pPlan)) {
+        MapBytes(pPlan->tables[0], src, dst, nBytes);
         return;
     }
     for (size_t i = 0; i < nBytes; i += run) {
-        MapPixels(pJob->tables, src + i, dst + i, run - rest);
+        MapPixels(pPlan->tables, src + i, dst + i, run - rest);
         memcpy(dst + i + run - rest, src + i + run - rest, rest);
     }
 }
 
-// A pass over all rows. The user can only cancel at a step, so the rows up to the next one, or all
-// of them where there are no steps, are a single run. 0 once he has.
-static int PassOverRows(HistogramJob *pJob, RowsFunction function)
+// ---- the call -----------------------------------------------------------------------------------
+
+static int AllocResult(FilterCall *pCall)
 {
-    const unsigned height = (unsigned)pJob->source.shape.height;
-    const size_t stride = pJob->source.shape.stride;
-    const unsigned most = pJob->bProgress ? (unsigned)ROWS_PER_STEP : height;
-    for (unsigned row = 0; row < height; row += most) {
-        const unsigned rows = height - row < most ? height - row : most;
-        if (!BeginUnit(pJob->pState, pJob->bProgress, row)) {
-            return 0;
-        }
-        function(pJob, row * stride, rows * stride);
-    }
-    return 1;
+    pCall->hResult = AllocRowsResult(&pCall->source);
+    return pCall->hResult != NULL;
 }
 
-static int TransformRows(HistogramJob *pJob, const void *pArguments)
+static int TransformRows(FilterCall *pCall, TransformPlan *pPlan)
 {
-    if (pJob->pTransform->MapShare == NULL) {
-        MakeLevelTable(pJob, pArguments);
+    if (pPlan->pTransform->MapShare == NULL) {
+        MakeLevelTable(pPlan, pCall->pArguments);
     } else {
-        if (!PassOverRows(pJob, CountRows)) {
+        if (!PassOverRows(pCall, CountRows, pPlan)) {
             return 0;
         }
-        MakeShareTables(pJob);
+        MakeShareTables(pPlan);
     }
-    return PassOverRows(pJob, MapRows);
+    return PassOverRows(pCall, MapRows, pPlan);
 }
 
-// ---- the frame ----------------------------------------------------------------------------------
-
-static int LockSource(HistogramJob *pJob, HGLOBAL hDib)
+static HGLOBAL Transform(FilterCall *pCall, const Picture *pPicture)
 {
-    const DibShape *p = &pJob->source.shape;
-    if (!LockDibByLowDepth(hDib, &pJob->source)) {
-        return 0;
-    }
-    if (p->nPlanes != 1 || p->height > LARGEST_SIDE || p->stride > LARGEST_SIDE ||
-        (p->bitCount == 1 && !pJob->pTransform->bAcceptMono)) {
-        UnlockDib(&pJob->source);
-        return 0;
-    }
-    return 1;
-}
-
-static int LockResult(HistogramJob *pJob)
-{
-    BYTE *pBlock = (BYTE *)GlobalLock(pJob->hResult);
-    if (pBlock == NULL) {
-        return 0;
-    }
-    memcpy(pBlock, pJob->source.pBlock, pJob->source.shape.nBitsOffset);
-    pJob->pResultBits = pBlock + pJob->source.shape.nBitsOffset;
-    return 1;
-}
-
-// Everything between the progress dialog and the end of the call.
-static HGLOBAL FinishJob(HistogramJob *pJob, const void *pArguments)
-{
-    const HCURSOR hCursor = ShowWaitCursor();
-    int bDone = 0;
-    if (LockResult(pJob)) {
-        bDone = TransformRows(pJob, pArguments);
-        GlobalUnlock(pJob->hResult);
-    }
-    UnlockDib(&pJob->source);
-    SetCursor(hCursor);
-    if (pJob->bProgress) {
-        CloseProgressDialog();
-    }
-    if (!bDone || pJob->pState->bCancelled) {
-        GlobalFree(pJob->hResult);
+    TransformPlan *pPlan = (TransformPlan *)pCall->pPlan;
+    (void)pPicture;
+    pPlan->pTransform = (const HistogramTransform *)pCall->pFrame->pRule;
+    pPlan->pSource = &pCall->source;
+    pPlan->pResultBits = LockRowsResult(pCall->hResult, &pCall->source);
+    if (pPlan->pResultBits == NULL) {
         return NULL;
     }
-    pJob->pState->nLastError = pJob->pState->nCurrentError;
-    return pJob->hResult;
+    const int bDone = TransformRows(pCall, pPlan);
+    GlobalUnlock(pCall->hResult);
+    return bDone ? pCall->hResult : NULL;
 }
 
-static HGLOBAL RunJob(HistogramJob *pJob, const HistogramCall *pCall)
+static int TwoPassesOverRows(int width, int height, int bGray, const void *pArguments)
 {
-    const DibShape *p = &pJob->source.shape;
-    const int nPasses = pJob->pTransform->MapShare != NULL ? 2 : 1;
-    if (!LockSource(pJob, pCall->hDib)) {
-        return NULL;
-    }
-    pJob->hResult = AllocBlock((unsigned long long)p->nBitsOffset +
-                               (unsigned long long)p->stride * (unsigned)p->height + SPARE_BYTES);
-    if (pJob->hResult == NULL) {
-        UnlockDib(&pJob->source);
-        return NULL;
-    }
-    // Kept: both ways out here leave the result allocated and the source locked.
-    if (WantsDialog(pCall->mode) &&
-        !RunParameterDialog(pJob->pTransform->pDialogEntry, pCall->dialogArguments,
-                            pCall->nDialogArguments)) {
-        return NULL;
-    }
-    if (pJob->bProgress && !OpenProgressDialog(*pCall->pParent, nPasses * p->height)) {
-        return NULL;
-    }
-    return FinishJob(pJob, pCall->pArguments);
+    return 2 * OnePassOverRows(width, height, bGray, pArguments);
 }
 
-static HGLOBAL RunTransform(const HistogramTransform *pTransform, HistogramCall *pCall)
+static constexpr FilterFrame TransformFrame(const char *pDialogEntry, int nParameters,
+                                            const HistogramTransform *pTransform)
 {
-    RunningCall running;
-    HistogramJob job;
-    memset(&job, 0, sizeof job);
-    job.pTransform = pTransform;
-    job.pState = BeginCall(&running);
-    job.pState->nCurrentError = ERROR_NONE;
-    job.pState->bCancelled = 0;
-    if (IsNestedInProgress(&running)) {
-        pCall->mode = 0;
-    }
-    job.bProgress = WantsProgress(pCall->mode);
-    const HGLOBAL hResult = RunJob(&job, pCall);
-    EndCall(&running);
-    return hResult;
+    FilterFrame frame = {};
+    frame.pDialogEntry = pDialogEntry;
+    frame.nParameters = frame.nDialogPointers = nParameters;
+    frame.nPlanBytes = sizeof(TransformPlan);
+    frame.nAccepted = ACCEPT_4 | ACCEPT_8 | ACCEPT_24 | ACCEPT_OTHER;
+    frame.StepTotal = pTransform->MapShare != NULL ? TwoPassesOverRows : OnePassOverRows;
+    frame.pRule = pTransform;
+    frame.Work = Transform;
+    frame.nQuirks =
+        AS_STORED | LOW_BYTE_OF_DEPTH | ONE_PLANE | SIXTEEN_BIT_ROWS | DIALOG_LEAVES_RESULT;
+    frame.Prepare = AllocResult;
+    return frame;
 }
+
+// These share a dialog, which is told by a number which of them calls.
+static constexpr FilterFrame UnaskedFrame(int nDialogNumber, unsigned nMoreDepths,
+                                          const HistogramTransform *pTransform)
+{
+    FilterFrame frame = TransformFrame("HistTransformUI", 0, pTransform);
+    frame.nDialogNumber = nDialogNumber;
+    frame.nAccepted |= nMoreDepths;
+    return frame;
+}
+
+static constexpr HistogramTransform SLIDE = {SlideLevel, NULL};
+static constexpr HistogramTransform STRETCH = {StretchLevel, NULL};
+static constexpr HistogramTransform THRESHOLD = {ThresholdLevel, NULL};
+static constexpr HistogramTransform COMPLEMENT = {ComplementLevel, NULL};
+static constexpr HistogramTransform MODIFICATION = {NULL, ModifiedShare};
+static constexpr HistogramTransform EQUALIZATION = {NULL, EqualizedShare};
 
 // ---- exports ------------------------------------------------------------------------------------
-
-// The parameters are 32-bit numbers at the front of the record.
-static HGLOBAL RunWithParameters(const HistogramTransform *pTransform, HGLOBAL hDib,
-                                 void *pArguments, int nParameters, UINT mode, const HWND *pParent)
-{
-    HistogramCall call = {hDib, pArguments, {(UINT_PTR)hDib}, 1, mode, pParent};
-    for (int i = 0; i < nParameters; i++) {
-        call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)((UINT *)pArguments + i);
-    }
-    return RunTransform(pTransform, &call);
-}
 
 HGLOBAL VEXAFILTER_API HistDIBSlide(HGLOBAL hDib, UINT low, UINT high, int shift, UINT mode,
                                     HWND hParent)
 {
-    static const HistogramTransform SLIDE = {"HistSlideUI", 0, SlideLevel, NULL};
-    SlideArguments arguments = {low, high, shift, mode, hParent};
-    return RunWithParameters(&SLIDE, hDib, &arguments, 3, mode, &arguments.hParent);
+    static constexpr FilterFrame FRAME = TransformFrame("HistSlideUI", 3, &SLIDE);
+    return RunFilter(&FRAME, hDib, {(int)low, (int)high, shift}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API HistDIBStretch(HGLOBAL hDib, UINT low, UINT high, float factor, UINT mode,
                                       HWND hParent)
 {
-    static const HistogramTransform STRETCH = {"HistStretchUI", 0, StretchLevel, NULL};
-    StretchArguments arguments = {low, high, factor, mode, hParent};
-    return RunWithParameters(&STRETCH, hDib, &arguments, 3, mode, &arguments.hParent);
+    static constexpr FilterFrame FRAME = TransformFrame("HistStretchUI", 3, &STRETCH);
+    return RunFilter(&FRAME, hDib, {(int)low, (int)high, (int)BitsOfFloat(factor)}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API HistDIBThreshold(HGLOBAL hDib, UINT threshold, UINT mode, HWND hParent)
 {
-    static const HistogramTransform THRESHOLD = {"ThresholdUI", 0, ThresholdLevel, NULL};
-    ThresholdArguments arguments = {threshold, mode, hParent};
-    return RunWithParameters(&THRESHOLD, hDib, &arguments, 1, mode, &arguments.hParent);
-}
-
-// The other three share a dialog, which is told by a number which of them calls.
-static HGLOBAL RunUnasked(const HistogramTransform *pTransform, HGLOBAL hDib, UINT_PTR selector,
-                          UINT mode, HWND hParent)
-{
-    HistogramCall call = {hDib, NULL, {(UINT_PTR)hDib, selector}, 2, mode, &hParent};
-    return RunTransform(pTransform, &call);
+    static constexpr FilterFrame FRAME = TransformFrame("ThresholdUI", 1, &THRESHOLD);
+    return RunFilter(&FRAME, hDib, {(int)threshold}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API HistDIBComplement(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const HistogramTransform COMPLEMENT = {"HistTransformUI", 1, ComplementLevel, NULL};
-    return RunUnasked(&COMPLEMENT, hDib, 0, mode, hParent);
+    static constexpr FilterFrame FRAME = UnaskedFrame(0, ACCEPT_1, &COMPLEMENT);
+    return RunFilter(&FRAME, hDib, {}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API HistDIBModify(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const HistogramTransform MODIFY = {"HistTransformUI", 0, NULL, ModifiedShare};
-    return RunUnasked(&MODIFY, hDib, 1, mode, hParent);
+    static constexpr FilterFrame FRAME = UnaskedFrame(1, 0, &MODIFICATION);
+    return RunFilter(&FRAME, hDib, {}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API HistDIBEqualization(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const HistogramTransform EQUALIZATION = {"HistTransformUI", 0, NULL, EqualizedShare};
-    return RunUnasked(&EQUALIZATION, hDib, 2, mode, hParent);
+    static constexpr FilterFrame FRAME = UnaskedFrame(2, 0, &EQUALIZATION);
+    return RunFilter(&FRAME, hDib, {}, mode, hParent);
 }

@@ -7,7 +7,7 @@
 // stride holds, the bytes behind them come out zero. Two images go through the row kernels, a
 // constant is a table of bytes.
 //
-// These two exports leave the common call frame:
+// These two exports leave the common call frame (LEAVES_CODES, CANCEL_LEAVES_LOCKS):
 // Kept: neither the current error nor the cancel flag is reset on entry, and the last error is not
 // set. A cancel that an earlier call left behind ends a silent call at its first row.
 // Kept: a cancelled worker leaves its inputs locked and the wait cursor showing.
@@ -18,169 +18,66 @@
 #include "constant_table.h"
 
 #include "VexaFilter.h"
-#include "frame/call.h"
-#include "frame/dib.h"
 #include "frame/levels.h"
-#include "frame/progress.h"
+#include "frame/rows.h"
 
 #include <string.h>
 
-enum { SPARE_BYTES = 4 };  // at the end of a result
+// ---- rows ---------------------------------------------------------------------------------------
 
-static int IsOperation(int nOperation)
-{
-    return nOperation >= 0 && nOperation < CONSTANT_OPERATIONS;
-}
-
-// ---- images -------------------------------------------------------------------------------------
-
-static int DepthOf(const DibShape *pShape)
-{
-    switch (pShape->bitCount) {
-    case 1:
-        return BITS_1;
-    case 4:
-        return BITS_4;
-    case 8:
-        return BITS_8;
-    case 24:
-        return BITS_24;
-    default:
-        return ARITHMETIC_DEPTHS;
-    }
-}
-
-static int LockImage(HGLOBAL hImage, DibView *pView)
-{
-    if (!LockDib(hImage, pView)) {
-        return 0;
-    }
-    if (DepthOf(&pView->shape) == ARITHMETIC_DEPTHS || !FitsSixteenBits(&pView->shape)) {
-        UnlockDib(pView);
-        return 0;
-    }
-    return 1;
-}
-
-// Two images of the same sides and depth.
-static int LockImages(HGLOBAL hFirst, HGLOBAL hSecond, DibView *pFirst, DibView *pSecond)
-{
-    if (!LockImage(hFirst, pFirst)) {
-        return 0;
-    }
-    if (LockImage(hSecond, pSecond)) {
-        const DibShape *a = &pFirst->shape;
-        const DibShape *b = &pSecond->shape;
-        if (a->width == b->width && a->height == b->height && a->bitCount == b->bitCount) {
-            return 1;
-        }
-        UnlockDib(pSecond);
-    }
-    UnlockDib(pFirst);
-    return 0;
-}
-
-// ---- workers ------------------------------------------------------------------------------------
-
-// What a worker works on: the locked images, and either a row kernel for two of them or a table.
+// Either a row kernel for two images or a table for one.
 struct RowWork {
-    DibView first;
-    DibView second;
+    const DibView *pFirst;
+    const BYTE *pSecondBits;
+    BYTE *pResultBits;
     PairKernel Combine;  // null: there is no second image
     BYTE table[256];
 };
 
-static void UnlockInputs(RowWork *pWork)
+static void CombineRun(const RowWork *pWork, size_t offset, size_t count)
 {
-    UnlockDib(&pWork->first);
+    const BYTE *src = pWork->pFirst->pBits + offset;
+    BYTE *dst = pWork->pResultBits + offset;
     if (pWork->Combine != NULL) {
-        UnlockDib(&pWork->second);
-    }
-}
-
-static void CombineRun(const RowWork *pWork, size_t offset, BYTE *dst, size_t count)
-{
-    const BYTE *src = pWork->first.pBits + offset;
-    if (pWork->Combine != NULL) {
-        pWork->Combine(src, pWork->second.pBits + offset, dst, count);
+        pWork->Combine(src, pWork->pSecondBits + offset, dst, count);
     } else {
         MapBytes(pWork->table, src, dst, count);
     }
 }
 
-// The rows of the result. 0: the user has cancelled, which only a step of the bar can tell: the
-// rows between two steps are combined at once, as one run if they use all of their stride.
-static int CombineRows(const RowWork *pWork, BYTE *pBits, int bProgress)
+// As one run if the rows use all of their stride.
+static void CombineRows(void *pContext, unsigned nFirst, unsigned nRows)
 {
-    const FilterThreadState *pState = GetFilterThreadState();
-    const DibShape *p = &pWork->first.shape;
-    const unsigned nRows = (unsigned)p->height;
-    const unsigned nBand = bProgress ? (unsigned)pState->nStepDivisor : nRows;
+    const RowWork *pWork = (const RowWork *)pContext;
+    const DibShape *p = &pWork->pFirst->shape;
     const size_t nUsed = p->bitCount == 24 ? p->stride / 3 * 3 : p->stride;
-    for (unsigned row = 0; row < nRows; row += nBand) {
-        if (!BeginUnit(pState, bProgress, row)) {
-            return 0;
-        }
-        const unsigned nEnd = nRows - row < nBand ? nRows : row + nBand;
-        const unsigned nRun = nUsed == p->stride ? nEnd - row : 1;
-        for (unsigned r = row; r < nEnd; r += nRun) {
-            const size_t offset = r * p->stride;
-            CombineRun(pWork, offset, pBits + offset, nUsed * nRun);
-        }
+    const unsigned nRun = nUsed == p->stride ? nRows : 1;
+    for (unsigned r = nFirst; r < nFirst + nRows; r += nRun) {
+        CombineRun(pWork, r * p->stride, nUsed * nRun);
     }
-    return 1;
 }
 
-// The common run of all workers, which unlocks what they have locked.
-static HGLOBAL RunWork(RowWork *pWork, int bProgress)
+static HGLOBAL RunWork(FilterCall *pCall, RowWork *pWork)
 {
-    const DibShape *p = &pWork->first.shape;
-    const unsigned long long nRowBytes = (unsigned long long)p->height * p->stride;
-    const HGLOBAL hResult = AllocBlock(p->nBitsOffset + nRowBytes + SPARE_BYTES);
-    BYTE *pBlock = hResult != NULL ? (BYTE *)GlobalLock(hResult) : NULL;
-    if (pBlock == NULL) {
-        GlobalFree(hResult);
-        UnlockInputs(pWork);
+    const HGLOBAL hResult = AllocRowsResult(&pCall->source);
+    if (hResult == NULL) {
         return NULL;
     }
-    memcpy(pBlock, pWork->first.pBlock, p->nBitsOffset);
-    const HCURSOR hCursor = ShowWaitCursor();
-    const int bDone = CombineRows(pWork, pBlock + p->nBitsOffset, bProgress);
-    GlobalUnlock(hResult);
+    pWork->pFirst = &pCall->source;
+    pWork->pResultBits = LockRowsResult(hResult, &pCall->source);
+    int bDone = 0;
+    if (pWork->pResultBits != NULL) {
+        bDone = PassOverRows(pCall, CombineRows, pWork);
+        GlobalUnlock(hResult);
+    }
     if (!bDone) {
-        // Kept: the inputs stay locked and the cursor is not put back.
         GlobalFree(hResult);
         return NULL;
     }
-    SetCursor(hCursor);
-    UnlockInputs(pWork);
     return hResult;
 }
 
-// Null for an operation that two images do not have.
-static HGLOBAL CombineImages(int nOperation, HGLOBAL hFirst, HGLOBAL hSecond, int bProgress)
-{
-    RowWork work;
-    if (nOperation < 0 || nOperation >= PAIR_OPERATIONS ||
-        !LockImages(hFirst, hSecond, &work.first, &work.second)) {
-        return NULL;
-    }
-    work.Combine = g_pArithmeticKernels->rows[nOperation][DepthOf(&work.first.shape)];
-    return RunWork(&work, bProgress);
-}
-
-static HGLOBAL CombineWithConstant(int nOperation, HGLOBAL hImage, int nConstant, int bProgress)
-{
-    RowWork work;
-    if (!IsOperation(nOperation) || !LockImage(hImage, &work.first)) {
-        return NULL;
-    }
-    work.Combine = NULL;
-    FillConstantTable(nOperation, nConstant, work.first.shape.bitCount, work.table);
-    return RunWork(&work, bProgress);
-}
-
-// ---- exports ------------------------------------------------------------------------------------
+// ---- workers ------------------------------------------------------------------------------------
 
 // The argument lists as records: a dialog that walks on from the operation finds the rest.
 struct PairArguments {
@@ -199,79 +96,91 @@ struct ConstantArguments {
     HWND hParent;
 };
 
-enum { DIALOG_ARGUMENTS = 3 };
-
-// The parameter dialog, then the progress dialog. 0: the call is over.
-static int OpenDialogs(const char *pEntry, const UINT_PTR dialogArguments[DIALOG_ARGUMENTS],
-                       UINT mode, const HWND *pParent, int nSteps)
+// Asked before the dialogs.
+static int IsOperation(const void *pArguments)
 {
-    if (WantsDialog(mode) && !RunParameterDialog(pEntry, dialogArguments, DIALOG_ARGUMENTS)) {
-        return 0;
-    }
-    return !WantsProgress(mode) || OpenProgressDialog(*pParent, nSteps);
+    const int nOperation = *(const int *)pArguments;
+    return nOperation >= 0 && nOperation < CONSTANT_OPERATIONS;
 }
 
-static HGLOBAL RunArithmeticDIB(PairArguments *p, UINT mode)
+static ArithmeticDepth DepthOf(int bitCount)
 {
-    DibView first;
-    DibView second;
-    const UINT_PTR dialogArguments[] = {(UINT_PTR)&p->nOperation, (UINT_PTR)p->hFirst,
-                                        (UINT_PTR)p->hSecond};
-    if (!IsOperation(p->nOperation) || !LockImages(p->hFirst, p->hSecond, &first, &second)) {
-        return NULL;
-    }
-    UnlockDib(&second);
-    UnlockDib(&first);
-    if (!OpenDialogs("ARITHUI", dialogArguments, mode, &p->hParent, first.shape.height)) {
-        return NULL;
-    }
-    const HGLOBAL hResult =
-        CombineImages(p->nOperation, p->hFirst, p->hSecond, WantsProgress(mode));
-    if (WantsProgress(mode)) {
-        CloseProgressDialog();
-    }
-    return hResult;
+    return bitCount == 1 ? BITS_1 : bitCount == 4 ? BITS_4 : bitCount == 8 ? BITS_8 : BITS_24;
 }
 
-static HGLOBAL RunArithmeticDIBConst(ConstantArguments *p, UINT mode)
+// Null for an operation that two images do not have.
+static HGLOBAL CombineImages(FilterCall *pCall, const Picture *pPicture)
 {
-    DibView image;
-    const UINT_PTR dialogArguments[] = {(UINT_PTR)&p->nOperation, (UINT_PTR)p->hImage,
-                                        (UINT_PTR)&p->nConstant};
-    if (!IsOperation(p->nOperation) || !LockImage(p->hImage, &image)) {
+    RowWork work;
+    const int nOperation = ((const PairArguments *)pCall->pArguments)->nOperation;
+    (void)pPicture;
+    if (nOperation < 0 || nOperation >= PAIR_OPERATIONS) {
         return NULL;
     }
-    UnlockDib(&image);
-    if (!OpenDialogs("ARITHCONSTUI", dialogArguments, mode, &p->hParent, image.shape.height)) {
+    work.Combine = g_pArithmeticKernels->rows[nOperation][DepthOf(pCall->source.shape.bitCount)];
+    work.pSecondBits = pCall->second.pBits;
+    return RunWork(pCall, &work);
+}
+
+static HGLOBAL CombineWithConstant(FilterCall *pCall, const Picture *pPicture)
+{
+    RowWork work;
+    const ConstantArguments *p = (const ConstantArguments *)pCall->pArguments;
+    (void)pPicture;
+    if (!IsOperation(p)) {
         return NULL;
     }
-    const HGLOBAL hResult =
-        CombineWithConstant(p->nOperation, p->hImage, p->nConstant, WantsProgress(mode));
-    if (WantsProgress(mode)) {
-        CloseProgressDialog();
-    }
-    return hResult;
+    work.Combine = NULL;
+    FillConstantTable(p->nOperation, p->nConstant, pCall->source.shape.bitCount, work.table);
+    return RunWork(pCall, &work);
+}
+
+// ---- exports ------------------------------------------------------------------------------------
+
+static constexpr FilterFrame ArithmeticFrame(const char *pDialogEntry, Worker Work,
+                                             unsigned nImages)
+{
+    FilterFrame frame = {};
+    frame.pDialogEntry = pDialogEntry;
+    frame.AcceptsCall = IsOperation;
+    frame.nAccepted = ACCEPT_1 | ACCEPT_4 | ACCEPT_8 | ACCEPT_24;
+    frame.StepTotal = OnePassOverRows;
+    frame.Work = Work;
+    frame.nQuirks = AS_STORED | SIXTEEN_BIT_ROWS | LEAVES_CODES | CANCEL_LEAVES_LOCKS | nImages;
+    return frame;
 }
 
 HGLOBAL VEXAFILTER_API ArithmeticDIB(int nOperation, HGLOBAL hFirst, HGLOBAL hSecond, UINT mode,
                                      HWND hParent)
 {
+    static constexpr FilterFrame FRAME = ArithmeticFrame("ARITHUI", CombineImages, TWO_IMAGES);
     PairArguments arguments = {nOperation, hFirst, hSecond, mode, hParent};
-    RunningCall running;
-    BeginCall(&running);
-    const HGLOBAL hResult = RunArithmeticDIB(&arguments, IsNestedInProgress(&running) ? 0 : mode);
-    EndCall(&running);
-    return hResult;
+    FilterCall call = {};
+    call.hDib = hFirst;
+    call.hSecond = hSecond;
+    call.pArguments = &arguments;
+    call.dialogArguments[0] = (UINT_PTR)&arguments.nOperation;
+    call.dialogArguments[1] = (UINT_PTR)hFirst;
+    call.dialogArguments[2] = (UINT_PTR)hSecond;
+    call.nDialogArguments = 3;
+    call.mode = mode;
+    call.pParent = &arguments.hParent;
+    return RunCall(&FRAME, &call);
 }
 
 HGLOBAL VEXAFILTER_API ArithmeticDIBConst(int nOperation, HGLOBAL hImage, int nConstant, UINT mode,
                                           HWND hParent)
 {
+    static constexpr FilterFrame FRAME = ArithmeticFrame("ARITHCONSTUI", CombineWithConstant, 0);
     ConstantArguments arguments = {nOperation, hImage, nConstant, mode, hParent};
-    RunningCall running;
-    BeginCall(&running);
-    const HGLOBAL hResult =
-        RunArithmeticDIBConst(&arguments, IsNestedInProgress(&running) ? 0 : mode);
-    EndCall(&running);
-    return hResult;
+    FilterCall call = {};
+    call.hDib = hImage;
+    call.pArguments = &arguments;
+    call.dialogArguments[0] = (UINT_PTR)&arguments.nOperation;
+    call.dialogArguments[1] = (UINT_PTR)hImage;
+    call.dialogArguments[2] = (UINT_PTR)&arguments.nConstant;
+    call.nDialogArguments = 3;
+    call.mode = mode;
+    call.pParent = &arguments.hParent;
+    return RunCall(&FRAME, &call);
 }

@@ -30,8 +30,7 @@ namespace avx2
 extern const ArithmeticKernels ARITHMETIC_KERNELS;
 }
 
-// Called once at attach; afterwards the pointer is read-only.
-void ChoosePointKernels(unsigned cpuFeatures);
+// Chosen at attach (library/kernels); read-only afterwards.
 extern const ArithmeticKernels *g_pArithmeticKernels;
 
 #endif

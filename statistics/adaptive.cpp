@@ -12,13 +12,9 @@
 // overshoots its mean, and only the clamp bounds it. Kept: a negative trim level leaves nothing to
 // average and gives 0; a negative noise variance sharpens.
 
-#include "adaptive.h"
-
 #include "VexaFilter.h"
 #include "adaptive_kernels.h"
 #include "frame/call.h"
-#include "frame/neighbourhood.h"
-#include "frame/workers.h"
 #include "masks.h"
 #include "rank_kernels.h"
 
@@ -34,93 +30,68 @@ static void NothingNear(const BYTE *const *lines, ptrdiff_t step, BYTE *out, siz
     memset(out, 0, count);
 }
 
-static HGLOBAL RunDWMTM(NeighbourhoodRun Run, HGLOBAL hDib, int width, int height, int nSmallSize,
-                        int nLargeSize, int nTrimLevel, int bProgress)
+struct TrimmedArguments {
+    int nSmallSize, nLargeSize, nTrimLevel;
+};
+
+static int DescribeDWMTM(const Picture *pPicture, const FilterCall *pCall,
+                         NeighbourhoodFilter *pFilter)
 {
-    const TrimRule rule = {nSmallSize, nLargeSize, nLargeSize / 2 - nSmallSize / 2,
-                           nTrimLevel < 255 ? nTrimLevel : 255};
-    NeighbourhoodFilter filter = SquareFilter(nLargeSize);
-    filter.pParameters = &rule;
-    filter.Kernel = nTrimLevel < 0 ? NothingNear : g_pAdaptiveKernels->NarrowTrim;
-    if (nTrimLevel >= 0 && nLargeSize > MOST_NARROW_SIDE) {
-        filter.pRowKernel = nLargeSize <= MOST_BYTE_SIDE ? &g_pHistogramKernels->doubleWindow
-                                                         : &g_pHistogramKernels->wideDoubleWindow;
+    const TrimmedArguments *p = (const TrimmedArguments *)pCall->pArguments;
+    TrimRule *pRule = (TrimRule *)pCall->pPlan;
+    (void)pPicture;
+    *pRule = {p->nSmallSize, p->nLargeSize, p->nLargeSize / 2 - p->nSmallSize / 2,
+              p->nTrimLevel < 255 ? p->nTrimLevel : 255};
+    DescribeSquare(p->nLargeSize, pFilter);
+    pFilter->pParameters = pRule;
+    pFilter->Kernel = p->nTrimLevel < 0 ? NothingNear : g_pAdaptiveKernels->NarrowTrim;
+    if (p->nTrimLevel >= 0 && p->nLargeSize > MOST_NARROW_SIDE) {
+        pFilter->pRowKernel = p->nLargeSize <= MOST_BYTE_SIDE
+                                  ? &g_pHistogramKernels->doubleWindow
+                                  : &g_pHistogramKernels->wideDoubleWindow;
     }
-    return Run(&filter, hDib, width, height, bProgress);
+    return 1;
 }
 
-static HGLOBAL RunMMSE(NeighbourhoodRun Run, HGLOBAL hDib, int width, int height, int nSize,
-                       int nNoiseVariance, int bProgress)
+static int AreSizes(const void *pArguments)
+{
+    const TrimmedArguments *p = (const TrimmedArguments *)pArguments;
+    return p->nSmallSize >= 1 && p->nSmallSize <= p->nLargeSize;
+}
+
+struct NoiseArguments {
+    int nSize, nNoiseVariance;
+};
+
+static int DescribeMMSE(const Picture *pPicture, const FilterCall *pCall,
+                        NeighbourhoodFilter *pFilter)
 {
     const double dMostSamples = 1 << 22;  // in a row; beyond, the sums would be too large
-    const MmseRule rule = {nSize, (double)nNoiseVariance};
-    NeighbourhoodFilter filter = SquareFilter(nSize);
-    filter.pParameters = &rule;
-    filter.Kernel = g_pAdaptiveKernels->Mmse;
-    filter.pRowKernel = 3.0 * width <= dMostSamples ? g_pAdaptiveKernels->pMmseRows : NULL;
-    return Run(&filter, hDib, width, height, bProgress);
-}
-
-// ---- workers ------------------------------------------------------------------------------------
-
-HGLOBAL AdaptiveDWMTMFilter8(HGLOBAL hDib, int width, int height, int nSmallSize, int nLargeSize,
-                             int nTrimLevel, int bProgress)
-{
-    return RunDWMTM(FilterGrayNeighbourhood, hDib, width, height, nSmallSize, nLargeSize,
-                    nTrimLevel, bProgress);
-}
-
-HGLOBAL AdaptiveDWMTMFilter24(HGLOBAL hDib, int width, int height, int nSmallSize, int nLargeSize,
-                              int nTrimLevel, int bProgress)
-{
-    return RunDWMTM(FilterColorNeighbourhood, hDib, width, height, nSmallSize, nLargeSize,
-                    nTrimLevel, bProgress);
-}
-
-HGLOBAL AdaptiveMMSEFilter8(HGLOBAL hDib, int width, int height, int nSize, int nNoiseVariance,
-                            int bProgress)
-{
-    return RunMMSE(FilterGrayNeighbourhood, hDib, width, height, nSize, nNoiseVariance, bProgress);
-}
-
-HGLOBAL AdaptiveMMSEFilter24(HGLOBAL hDib, int width, int height, int nSize, int nNoiseVariance,
-                             int bProgress)
-{
-    return RunMMSE(FilterColorNeighbourhood, hDib, width, height, nSize, nNoiseVariance, bProgress);
+    const NoiseArguments *p = (const NoiseArguments *)pCall->pArguments;
+    const double dWidth = pPicture->view.shape.width;
+    MmseRule *pRule = (MmseRule *)pCall->pPlan;
+    *pRule = {p->nSize, (double)p->nNoiseVariance};
+    DescribeSquare(p->nSize, pFilter);
+    pFilter->pParameters = pRule;
+    pFilter->Kernel = g_pAdaptiveKernels->Mmse;
+    pFilter->pRowKernel = 3.0 * dWidth <= dMostSamples ? g_pAdaptiveKernels->pMmseRows : NULL;
+    return 1;
 }
 
 // ---- exports ------------------------------------------------------------------------------------
 
-static int AreSizes(const void *pArguments)
-{
-    const IntTripleArguments *p = (const IntTripleArguments *)pArguments;
-    return p->nFirst >= 1 && p->nFirst <= p->nSecond;
-}
-
 HGLOBAL VEXAFILTER_API FilterAdaptiveDWMTM(HGLOBAL hDib, int nSmallSize, int nLargeSize,
                                            int nTrimLevel, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"ADWMTMUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      AreSizes,
-                                      CallSidesIntTripleWorker,
-                                      (AnyWorker)AdaptiveDWMTMFilter8,
-                                      (AnyWorker)AdaptiveDWMTMFilter24,
-                                      1};
-    return RunIntTripleFilter(&FRAME, hDib, nSmallSize, nLargeSize, nTrimLevel, mode, hParent);
+    static const FilterFrame FRAME = {"ADWMTMUI",       3,        3,       DescribeDWMTM,
+                                      sizeof(TrimRule), AreSizes, AreSizes};
+    return RunFilter(&FRAME, hDib, {nSmallSize, nLargeSize, nTrimLevel}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterAdaptiveMMSE(HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode,
                                           HWND hParent)
 {
-    static const FilterFrame FRAME = {"AMMSEUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSizeArgument,
-                                      CallSidesIntPairWorker,
-                                      (AnyWorker)AdaptiveMMSEFilter8,
-                                      (AnyWorker)AdaptiveMMSEFilter24,
-                                      1};
-    return RunIntPairFilter(&FRAME, hDib, nSize, nNoiseVariance, 2, mode, hParent);
+    static const FilterFrame FRAME = {
+        "AMMSEUI", 2, 2, DescribeMMSE, sizeof(MmseRule), IsSizeArgument, IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize, nNoiseVariance}, mode, hParent);
 }

@@ -38,7 +38,7 @@ namespace avx2
 extern const AdaptiveKernels ADAPTIVE_KERNELS;
 }  // namespace avx2
 
-// Chosen with the mean kernels.
+// Chosen at attach (library/kernels); read-only afterwards.
 extern const AdaptiveKernels *g_pAdaptiveKernels;
 
 #endif

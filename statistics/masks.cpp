@@ -13,17 +13,15 @@ static int NotNegative(int64_t value)
 
 // ---- squares ------------------------------------------------------------------------------------
 
-NeighbourhoodFilter SquareFilter(int nSize)
+void DescribeSquare(int nSize, NeighbourhoodFilter *pFilter)
 {
-    NeighbourhoodFilter filter = {};
     const int nBefore = nSize / 2;
-    filter.nRows = filter.nColumns = nSize;
-    filter.nOriginRow = filter.nOriginColumn = nBefore;
-    filter.nTop = filter.nLeft = nBefore;
-    filter.nBottom = filter.nRight = nSize - nBefore - 1;
-    filter.border = BORDER_COPIED;
-    filter.order = VISIT_ROWS;
-    return filter;
+    pFilter->nRows = pFilter->nColumns = nSize;
+    pFilter->nOriginRow = pFilter->nOriginColumn = nBefore;
+    pFilter->nTop = pFilter->nLeft = nBefore;
+    pFilter->nBottom = pFilter->nRight = nSize - nBefore - 1;
+    pFilter->border = BORDER_COPIED;
+    pFilter->order = VISIT_ROWS;
 }
 
 int IsSizeArgument(const void *pArguments)
@@ -93,20 +91,18 @@ void FreeWeightMask(WeightMask *pWeights)
     pWeights->pWeights = NULL;
 }
 
-NeighbourhoodFilter MaskFilter(const WeightMask *pWeights)
+void DescribeMask(const WeightMask *pWeights, NeighbourhoodFilter *pFilter)
 {
-    NeighbourhoodFilter filter = {};
-    filter.nRows = pWeights->nRows;
-    filter.nColumns = pWeights->nColumns;
-    filter.nOriginRow = pWeights->nOriginRow;
-    filter.nOriginColumn = pWeights->nOriginColumn;
-    filter.nTop = NotNegative(pWeights->nOriginRow);
-    filter.nLeft = NotNegative(pWeights->nOriginColumn);
-    filter.nBottom = NotNegative((int64_t)pWeights->nRows - pWeights->nOriginRow);
-    filter.nRight = NotNegative((int64_t)pWeights->nColumns - pWeights->nOriginColumn);
-    filter.border = BORDER_COPIED;
-    filter.order = VISIT_ROWS;
-    return filter;
+    pFilter->nRows = pWeights->nRows;
+    pFilter->nColumns = pWeights->nColumns;
+    pFilter->nOriginRow = pWeights->nOriginRow;
+    pFilter->nOriginColumn = pWeights->nOriginColumn;
+    pFilter->nTop = NotNegative(pWeights->nOriginRow);
+    pFilter->nLeft = NotNegative(pWeights->nOriginColumn);
+    pFilter->nBottom = NotNegative((int64_t)pWeights->nRows - pWeights->nOriginRow);
+    pFilter->nRight = NotNegative((int64_t)pWeights->nColumns - pWeights->nOriginColumn);
+    pFilter->border = BORDER_COPIED;
+    pFilter->order = VISIT_ROWS;
 }
 
 // ---- the exports that take a mask ---------------------------------------------------------------
@@ -118,10 +114,7 @@ struct MaskArguments {
     const FilterMask *pDefault;
 };
 
-typedef HGLOBAL (*MaskWorker)(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
-                              int bProgress);
-
-static const FilterMask *MaskInUse(const void *pArguments)
+const FilterMask *MaskInUse(const void *pArguments)
 {
     const MaskArguments *p = (const MaskArguments *)pArguments;
     return p->pMask != NULL ? p->pMask : p->pDefault;
@@ -132,10 +125,11 @@ int IsMaskArgument(const void *pArguments)
     return IsWeightMask(MaskInUse(pArguments));
 }
 
-HGLOBAL CallMaskWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                       const void *pArguments, int bProgress)
+void ReleaseMask(FilterCall *pCall)
 {
-    return ((MaskWorker)worker)(hDib, width, height, MaskInUse(pArguments), bProgress);
+    if (pCall->pPlan != NULL) {
+        FreeWeightMask((WeightMask *)pCall->pPlan);
+    }
 }
 
 HGLOBAL RunMaskFilter(const FilterFrame *pFrame, HGLOBAL hDib, const FilterMask *pMask,
@@ -144,15 +138,15 @@ HGLOBAL RunMaskFilter(const FilterFrame *pFrame, HGLOBAL hDib, const FilterMask 
     BYTE runs[DEFAULT_SIDE][DEFAULT_SIDE];
     BYTE *elements[DEFAULT_SIDE] = {runs[0], runs[1], runs[2]};
     FilterMask mask = {elements, DEFAULT_SIDE, DEFAULT_SIDE, 1, 1};
-    const MaskArguments arguments = {pMask, &mask};
+    MaskArguments arguments = {pMask, &mask};
     FilterCall call = {};
     memcpy(runs, pDefaultWeights, sizeof runs);
     call.hDib = hDib;
-    call.pArguments = (void *)&arguments;
+    call.pArguments = &arguments;
     call.dialogArguments[0] = (UINT_PTR)hDib;
     call.dialogArguments[1] = (UINT_PTR)&mask;
     call.nDialogArguments = 2;
     call.mode = mode;
     call.pParent = &hParent;
-    return RunFilter(pFrame, &call);
+    return RunCall(pFrame, &call);
 }

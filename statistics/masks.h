@@ -4,21 +4,16 @@
 
 #include "VexaFilter.h"
 #include "frame/call.h"
-#include "frame/neighbourhood.h"
 
 #include <stdint.h>
 
-// FilterGrayNeighbourhood or FilterColorNeighbourhood.
-typedef HGLOBAL (*NeighbourhoodRun)(const NeighbourhoodFilter *pFilter, HGLOBAL hDib, int width,
-                                    int height, int bProgress);
-
 // ---- squares ------------------------------------------------------------------------------------
 
-// A filter with a window of nSize x nSize pixels (1 or more): nSize / 2 rows above the pixel and as
+// A window of nSize x nSize pixels (1 or more): nSize / 2 rows above the pixel and as
 // many columns left of it, so an even window reaches one further up and left. Pixels without a
 // whole window are copied, rows visited top to bottom. Kernel and parameters are left to the
 // caller.
-NeighbourhoodFilter SquareFilter(int nSize);
+void DescribeSquare(int nSize, NeighbourhoodFilter *pFilter);
 
 // 1 if an argument record begins with a window's size of 1 or more.
 int IsSizeArgument(const void *pArguments);
@@ -42,22 +37,35 @@ int IsWeightMask(const FilterMask *pMask);
 int ReadWeightMask(const FilterMask *pMask, WeightMask *pWeights);
 void FreeWeightMask(WeightMask *pWeights);
 
-// A filter with the mask as its window. A pixel in column x and row y is computed when
+// The mask as a window. A pixel in column x and row y is computed when
 // nOriginRow <= y < height + nOriginRow - nRows, and likewise x; others are copied. Kept: the last
 // row and column whose window would still fit are copied too.
-NeighbourhoodFilter MaskFilter(const WeightMask *pWeights);
+void DescribeMask(const WeightMask *pWeights, NeighbourhoodFilter *pFilter);
 
 // ---- the exports that take a mask ---------------------------------------------------------------
 
+int IsMaskArgument(const void *pArguments);
+void ReleaseMask(FilterCall *pCall);
+
+// The record of such an export. Its plan begins with the WeightMask that the description reads.
+constexpr FilterFrame MaskFrame(const char *pDialogEntry, Description Describe, size_t nPlanBytes)
+{
+    FilterFrame frame = {};
+    frame.pDialogEntry = pDialogEntry;
+    frame.Describe = Describe;
+    frame.nPlanBytes = nPlanBytes;
+    frame.AcceptsEdited = IsMaskArgument;
+    frame.Release = ReleaseMask;
+    return frame;
+}
+
 // (hDib, pMask, mode, hParent). pMask null stands for the default: 3 x 3, the pixel in the middle,
 // the nine weights column by column (all masks in use are symmetric). The dialog is given the
-// default mask, and what it changes there counts only if pMask is null. The frame's validity test
-// must be IsMaskArgument, its adapter CallMaskWorker; a worker is
-// (hDib, width, height, pMask, bProgress).
+// default mask, and what it changes there counts only if pMask is null.
 HGLOBAL RunMaskFilter(const FilterFrame *pFrame, HGLOBAL hDib, const FilterMask *pMask,
                       const BYTE *pDefaultWeights, UINT mode, HWND hParent);
-int IsMaskArgument(const void *pArguments);
-HGLOBAL CallMaskWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                       const void *pArguments, int bProgress);
+
+// The mask that an argument record of such a call stands for.
+const FilterMask *MaskInUse(const void *pArguments);
 
 #endif

@@ -13,15 +13,12 @@
 //
 // Refused: P = 0, and masks whose weights are all 0.
 
-#include "mean.h"
-
+#include "VexaFilter.h"
 #include "frame/call.h"
-#include "frame/neighbourhood.h"
-#include "frame/workers.h"
+#include "frame/intops.h"
 #include "masks.h"
 #include "mean_kernels.h"
 #include "mean_near.h"
-#include "platform/workmemory.h"
 
 #include <math.h>
 #include <string.h>
@@ -69,12 +66,9 @@ static void MakeSteps(LevelSteps *pSteps, const double *limits, int nFlip)
 
 // ---- rules --------------------------------------------------------------------------------------
 
-typedef int (*RuleMaker)(MeanPlan *pPlan, int nOrder);
-
-static int MakeGeometric(MeanPlan *pPlan, int nOrder)
+static void MakeGeometric(MeanPlan *pPlan)
 {
     MeanRule *pRule = &pPlan->rule;
-    (void)nOrder;
     for (int s = 0; s < GRAY_LEVELS; s++) {
         pRule->sums[0].terms[s] = (float)pow(s, 1.0 / pRule->dSamples);
     }
@@ -82,13 +76,11 @@ static int MakeGeometric(MeanPlan *pPlan, int nOrder)
     pRule->sums[0].kind = MULTIPLY;
     pRule->finish = FINISH_VALUE;
     MakeGeometricNear(pRule, &pPlan->nearSum);
-    return 1;
 }
 
-static int MakeHarmonic(MeanPlan *pPlan, int nOrder)
+static void MakeHarmonic(MeanPlan *pPlan)
 {
     MeanRule *pRule = &pPlan->rule;
-    (void)nOrder;
     pRule->sums[0].terms[0] = HUGE_VAL;  // one zero sample: N / infinity
     for (int s = 1; s < GRAY_LEVELS; s++) {
         pRule->sums[0].terms[s] = 1.0 / s;
@@ -97,7 +89,6 @@ static int MakeHarmonic(MeanPlan *pPlan, int nOrder)
     pRule->sums[0].kind = SUM_DOUBLES;
     pRule->finish = FINISH_INVERSE;
     MakeHarmonicNear(pRule, &pPlan->nearSum);
-    return 1;
 }
 
 // The sum of a power of the samples, rounded to float after every addition. If all terms and their
@@ -124,7 +115,7 @@ static void MakePowerSum(WindowSum *pSum, double dPower, double dSamples)
 
 // Infinite terms do the rest of the zero rules: with a negative order a zero sample makes the
 // denominator infinite, and the quotient 0 or not a number.
-static int MakeContraHarmonic(MeanPlan *pPlan, int nOrder)
+static void MakeContraHarmonic(MeanPlan *pPlan, int nOrder)
 {
     MeanRule *pRule = &pPlan->rule;
     MakePowerSum(&pRule->sums[0], (double)nOrder + 1, pRule->dSamples);
@@ -133,31 +124,15 @@ static int MakeContraHarmonic(MeanPlan *pPlan, int nOrder)
     pRule->nSums = bMean ? 1 : 2;
     pRule->finish = bMean ? FINISH_MEAN : FINISH_QUOTIENT;
     MakeContraNear(pRule, &pPlan->nearSum, nOrder);
-    return 1;
 }
 
 // ---- the outer power of the Yp mean -------------------------------------------------------------
 
 enum { INFINITE_BITS = 0x7f800000 };  // of a float
 
-static double FloatOf(uint32_t bits)
-{
-    float value;
-    memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-static uint32_t FloatBits(double value)
-{
-    const float narrow = (float)value;
-    uint32_t bits;
-    memcpy(&bits, &narrow, sizeof bits);
-    return bits;
-}
-
 static int YpLevel(const MeanRule *pRule, int nOrder, uint32_t bits)
 {
-    const double value = pow(FloatOf(bits) / pRule->dSamples, 1.0 / nOrder);
+    const double value = pow((double)FloatOfBits(bits) / pRule->dSamples, 1.0 / nOrder);
     return value < 255 ? (int)value : 255;
 }
 
@@ -203,23 +178,20 @@ static uint32_t FindLimit(const YpSearch *p, uint32_t guess)
     return high;
 }
 
-static int MakeYp(MeanPlan *pPlan, int nOrder)
+static void MakeYp(MeanPlan *pPlan, int nOrder)
 {
     MeanRule *pRule = &pPlan->rule;
     LevelSteps *pSteps = &pPlan->steps;
     double limits[GRAY_LEVELS];
     YpSearch search = {pRule, nOrder, nOrder > 0 ? 0 : GRAY_LEVELS - 1, 0};
-    if (nOrder == 0) {
-        return 0;
-    }
     MakePowerSum(&pRule->sums[0], nOrder, pRule->dSamples);
     for (int rank = 0; rank < GRAY_LEVELS - 1; rank++) {
         const int level = nOrder > 0 ? rank + 1 : GRAY_LEVELS - 1 - rank;
-        const uint32_t about = FloatBits(pRule->dSamples * pRule->sums[0].terms[level]);
+        const uint32_t about = BitsOfFloat((float)(pRule->dSamples * pRule->sums[0].terms[level]));
         const uint32_t guess = about < 1 ? 1 : about < INFINITE_BITS ? about : INFINITE_BITS - 1;
         search.nRank = rank;
         const uint32_t bits = FindLimit(&search, guess);
-        limits[rank] = bits < INFINITE_BITS ? FloatOf(bits) : ldexp(1, 128);
+        limits[rank] = bits < INFINITE_BITS ? (double)FloatOfBits(bits) : ldexp(1, 128);
     }
     MakeSteps(pSteps, limits, search.nFlip);
     pSteps->bSlow |= nOrder < 0 && (float)pRule->sums[0].terms[GRAY_LEVELS - 1] == 0;
@@ -227,7 +199,6 @@ static int MakeYp(MeanPlan *pPlan, int nOrder)
     pRule->finish = FINISH_STEPS;
     pRule->pSteps = pSteps;
     MakeYpNear(pRule, &pPlan->nearSum, nOrder, limits);
-    return 1;
 }
 
 // ---- running a rule -----------------------------------------------------------------------------
@@ -250,74 +221,66 @@ static const RowKernel *RowsOf(const MeanRule *pRule, int width)
     return pRule->pNear != NULL ? g_pPixelMeanKernels->pNear : g_pPixelMeanKernels->pOrdered;
 }
 
-static HGLOBAL RunMean(RuleMaker Make, NeighbourhoodRun Run, HGLOBAL hDib, int width, int height,
-                       int nSize, int nOrder, int bProgress)
+// ---- descriptions -------------------------------------------------------------------------------
+
+struct OrderArguments {
+    int nSize, nOrder;
+};
+
+// A rule with the window's facts; the rule's own are the caller's.
+static MeanPlan *BeginPlan(const FilterCall *pCall)
 {
-    NeighbourhoodFilter filter = SquareFilter(nSize);
-    HGLOBAL hResult = NULL;
-    MeanPlan *pPlan = (MeanPlan *)WorkAlloc(1, sizeof(MeanPlan));
-    if (pPlan == NULL) {
-        return NULL;
-    }
+    MeanPlan *pPlan = (MeanPlan *)pCall->pPlan;
+    const int nSize = *(const int *)pCall->pArguments;
     pPlan->rule.nRows = pPlan->rule.nColumns = nSize;
     pPlan->rule.dSamples = (double)nSize * nSize;
-    if (Make(pPlan, nOrder)) {
-        filter.Kernel = g_pPixelMeanKernels->Plain;
-        filter.pParameters = &pPlan->rule;
-        filter.pRowKernel = RowsOf(&pPlan->rule, width);
-        hResult = Run(&filter, hDib, width, height, bProgress);
+    return pPlan;
+}
+
+static int DescribeMean(const Picture *pPicture, const MeanRule *pRule,
+                        NeighbourhoodFilter *pFilter)
+{
+    DescribeSquare(pRule->nRows, pFilter);
+    pFilter->Kernel = g_pPixelMeanKernels->Plain;
+    pFilter->pParameters = pRule;
+    pFilter->pRowKernel = RowsOf(pRule, pPicture->view.shape.width);
+    return 1;
+}
+
+static int DescribeGeometric(const Picture *pPicture, const FilterCall *pCall,
+                             NeighbourhoodFilter *pFilter)
+{
+    MeanPlan *pPlan = BeginPlan(pCall);
+    MakeGeometric(pPlan);
+    return DescribeMean(pPicture, &pPlan->rule, pFilter);
+}
+
+static int DescribeHarmonic(const Picture *pPicture, const FilterCall *pCall,
+                            NeighbourhoodFilter *pFilter)
+{
+    MeanPlan *pPlan = BeginPlan(pCall);
+    MakeHarmonic(pPlan);
+    return DescribeMean(pPicture, &pPlan->rule, pFilter);
+}
+
+static int DescribeContraHarmonic(const Picture *pPicture, const FilterCall *pCall,
+                                  NeighbourhoodFilter *pFilter)
+{
+    MeanPlan *pPlan = BeginPlan(pCall);
+    MakeContraHarmonic(pPlan, ((const OrderArguments *)pCall->pArguments)->nOrder);
+    return DescribeMean(pPicture, &pPlan->rule, pFilter);
+}
+
+static int DescribeYp(const Picture *pPicture, const FilterCall *pCall,
+                      NeighbourhoodFilter *pFilter)
+{
+    MeanPlan *pPlan = BeginPlan(pCall);
+    const int nOrder = ((const OrderArguments *)pCall->pArguments)->nOrder;
+    if (nOrder == 0) {
+        return 0;
     }
-    WorkFree(pPlan);
-    return hResult;
-}
-
-// ---- workers ------------------------------------------------------------------------------------
-
-HGLOBAL GeometricMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunMean(MakeGeometric, FilterGrayNeighbourhood, hDib, width, height, nSize, 0,
-                   bProgress);
-}
-
-HGLOBAL GeometricMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunMean(MakeGeometric, FilterColorNeighbourhood, hDib, width, height, nSize, 0,
-                   bProgress);
-}
-
-HGLOBAL HarmonicMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunMean(MakeHarmonic, FilterGrayNeighbourhood, hDib, width, height, nSize, 0, bProgress);
-}
-
-HGLOBAL HarmonicMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunMean(MakeHarmonic, FilterColorNeighbourhood, hDib, width, height, nSize, 0,
-                   bProgress);
-}
-
-HGLOBAL ContraHarmonicMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int nOrder,
-                                  int bProgress)
-{
-    return RunMean(MakeContraHarmonic, FilterGrayNeighbourhood, hDib, width, height, nSize, nOrder,
-                   bProgress);
-}
-
-HGLOBAL ContraHarmonicMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int nOrder,
-                                   int bProgress)
-{
-    return RunMean(MakeContraHarmonic, FilterColorNeighbourhood, hDib, width, height, nSize, nOrder,
-                   bProgress);
-}
-
-HGLOBAL YpMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int nOrder, int bProgress)
-{
-    return RunMean(MakeYp, FilterGrayNeighbourhood, hDib, width, height, nSize, nOrder, bProgress);
-}
-
-HGLOBAL YpMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int nOrder, int bProgress)
-{
-    return RunMean(MakeYp, FilterColorNeighbourhood, hDib, width, height, nSize, nOrder, bProgress);
+    MakeYp(pPlan, nOrder);
+    return DescribeMean(pPicture, &pPlan->rule, pFilter);
 }
 
 // Equal weights are no weights: the plain mean of the window, rounded down.
@@ -345,107 +308,73 @@ static int AreEqualWeights(const WeightMask *pMask)
     return count * GRAY_LEVELS <= INT32_MAX;  // the running sums' type
 }
 
-static HGLOBAL RunWeightedMean(NeighbourhoodRun Run, HGLOBAL hDib, int width, int height,
-                               const FilterMask *pMask, int bProgress)
+struct WeightedMeanPlan {
+    WeightMask mask;  // first: ReleaseMask frees it
+    WeightRule weights;
+    MeanRule rule;  // of equal weights
+};
+
+static int DescribeWeightedMean(const Picture *pPicture, const FilterCall *pCall,
+                                NeighbourhoodFilter *pFilter)
 {
-    WeightMask mask;
-    HGLOBAL hResult = NULL;
-    MeanRule *pRule = (MeanRule *)WorkAlloc(1, sizeof(MeanRule));
-    if (pRule != NULL && ReadWeightMask(pMask, &mask)) {
-        const WeightRule weights = {mask.nRows, mask.nColumns, mask.nTotal, mask.pWeights};
-        NeighbourhoodFilter filter = MaskFilter(&mask);
-        filter.Kernel = g_pPixelMeanKernels->Weighted;
-        filter.pParameters = &weights;
-        if (AreEqualWeights(&mask)) {
-            MakeEqualWeights(pRule, &mask);
-            filter.Kernel = g_pPixelMeanKernels->Plain;
-            filter.pParameters = pRule;
-            filter.pRowKernel = RowsOf(pRule, width);
-        }
-        hResult = Run(&filter, hDib, width, height, bProgress);
-        FreeWeightMask(&mask);
+    WeightedMeanPlan *pPlan = (WeightedMeanPlan *)pCall->pPlan;
+    const WeightMask *pMask = &pPlan->mask;
+    if (!ReadWeightMask(MaskInUse(pCall->pArguments), &pPlan->mask)) {
+        return 0;
     }
-    WorkFree(pRule);
-    return hResult;
-}
-
-HGLOBAL WeightedMeanFilter8(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
-                            int bProgress)
-{
-    return RunWeightedMean(FilterGrayNeighbourhood, hDib, width, height, pMask, bProgress);
-}
-
-HGLOBAL WeightedMeanFilter24(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
-                             int bProgress)
-{
-    return RunWeightedMean(FilterColorNeighbourhood, hDib, width, height, pMask, bProgress);
+    DescribeMask(pMask, pFilter);
+    if (AreEqualWeights(pMask)) {
+        MakeEqualWeights(&pPlan->rule, pMask);
+        pFilter->Kernel = g_pPixelMeanKernels->Plain;
+        pFilter->pParameters = &pPlan->rule;
+        pFilter->pRowKernel = RowsOf(&pPlan->rule, pPicture->view.shape.width);
+        return 1;
+    }
+    pPlan->weights = {pMask->nRows, pMask->nColumns, pMask->nTotal, pMask->pWeights};
+    pFilter->Kernel = g_pPixelMeanKernels->Weighted;
+    pFilter->pParameters = &pPlan->weights;
+    return 1;
 }
 
 // ---- exports ------------------------------------------------------------------------------------
 
 HGLOBAL VEXAFILTER_API FilterGeometricMean(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"GeometricFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSizeArgument,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)GeometricMeanFilter8,
-                                      (AnyWorker)GeometricMeanFilter24,
-                                      1};
-    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+    static const FilterFrame FRAME = {
+        "GeometricFilterUI", 1, 1, DescribeGeometric, sizeof(MeanPlan), IsSizeArgument,
+        IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterHarmonicMean(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"HarmonicFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSizeArgument,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)HarmonicMeanFilter8,
-                                      (AnyWorker)HarmonicMeanFilter24,
-                                      1};
-    return RunIntFilter(&FRAME, hDib, nSize, mode, hParent);
+    static const FilterFrame FRAME = {
+        "HarmonicFilterUI", 1, 1, DescribeHarmonic, sizeof(MeanPlan), IsSizeArgument,
+        IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterContraHarmonicMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode,
                                                 HWND hParent)
 {
-    static const FilterFrame FRAME = {"ContraFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSizeArgument,
-                                      CallSidesIntPairWorker,
-                                      (AnyWorker)ContraHarmonicMeanFilter8,
-                                      (AnyWorker)ContraHarmonicMeanFilter24,
-                                      1};
-    return RunIntPairFilter(&FRAME, hDib, nSize, nOrder, 2, mode, hParent);
+    static const FilterFrame FRAME = {
+        "ContraFilterUI", 2, 2, DescribeContraHarmonic, sizeof(MeanPlan), IsSizeArgument,
+        IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize, nOrder}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterYpMean(HGLOBAL hDib, int nSize, int nOrder, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"YpFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSizeArgument,
-                                      CallSidesIntPairWorker,
-                                      (AnyWorker)YpMeanFilter8,
-                                      (AnyWorker)YpMeanFilter24,
-                                      1};
-    return RunIntPairFilter(&FRAME, hDib, nSize, nOrder, 2, mode, hParent);
+    static const FilterFrame FRAME = {
+        "YpFilterUI", 2, 2, DescribeYp, sizeof(MeanPlan), IsSizeArgument, IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize, nOrder}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterWeightedMean(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
                                           HWND hParent)
 {
     static const BYTE ONES[9] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
-    static const FilterFrame FRAME = {"WMeanFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsMaskArgument,
-                                      CallMaskWorker,
-                                      (AnyWorker)WeightedMeanFilter8,
-                                      (AnyWorker)WeightedMeanFilter24};
+    static constexpr FilterFrame FRAME =
+        MaskFrame("WMeanFilterUI", DescribeWeightedMean, sizeof(WeightedMeanPlan));
     return RunMaskFilter(&FRAME, hDib, pMask, ONES, mode, hParent);
 }

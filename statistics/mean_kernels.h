@@ -125,8 +125,7 @@ namespace avx2
 extern const PixelMeanKernels PIXEL_MEAN_KERNELS;
 }  // namespace avx2
 
-// Called once at attach; afterwards the pointer is read-only.
-void ChoosePixelMeanKernels(unsigned cpuFeatures);
+// Chosen at attach (library/kernels); read-only afterwards.
 extern const PixelMeanKernels *g_pPixelMeanKernels;
 
 #endif

@@ -15,42 +15,56 @@
 //
 // Refused: a negative number of trimmed samples, masks whose weights are all 0.
 
-#include "rank.h"
-
+#include "VexaFilter.h"
 #include "frame/call.h"
-#include "frame/neighbourhood.h"
-#include "frame/workers.h"
 #include "masks.h"
 #include "rank_kernels.h"
 
 enum { MOST_SIZE = 46340 };  // beyond, no picture holds the window
 
-// ---- rules --------------------------------------------------------------------------------------
-
-// A window larger than any picture computes nothing, whatever its rule.
-static DWORD WindowSize(int nSize)
-{
-    return nSize <= MOST_SIZE ? (DWORD)nSize : 0;
-}
+// ---- squares ------------------------------------------------------------------------------------
 
 // bPicks: the result is one of the window's samples.
-static HGLOBAL RunSquare(NeighbourhoodRun run, const SquareRule *pRule, int bPicks,
-                         const RowKernel *pRows, HGLOBAL hDib, int width, int height, int nSize,
-                         int bProgress)
+static int DescribeRank(const RowKernel *pRows, int bPicks, DWORD nTrim, const FilterCall *pCall,
+                        NeighbourhoodFilter *pFilter)
 {
-    NeighbourhoodFilter filter = SquareFilter(nSize);
-    filter.bKeepsLevels = bPicks;
-    filter.pRowKernel = pRows;
-    filter.pParameters = pRule;
-    return run(&filter, hDib, width, height, bProgress);
+    SquareRule *pRule = (SquareRule *)pCall->pPlan;
+    const int nSize = *(const int *)pCall->pArguments;
+    // A window larger than any picture computes nothing, whatever its rule.
+    *pRule = {nSize <= MOST_SIZE ? (DWORD)nSize : 0, nTrim};
+    DescribeSquare(nSize, pFilter);
+    pFilter->bKeepsLevels = bPicks;
+    pFilter->pRowKernel = pRows;
+    pFilter->pParameters = pRule;
+    return 1;
 }
 
-static HGLOBAL RunExtreme(NeighbourhoodRun run, int extreme, HGLOBAL hDib, int width, int height,
-                          int nSize, int bProgress)
+static int DescribeMinimum(const Picture *pPicture, const FilterCall *pCall,
+                           NeighbourhoodFilter *pFilter)
 {
-    const SquareRule rule = {WindowSize(nSize), 0};
-    return RunSquare(run, &rule, extreme == EXTREME_MINIMUM || extreme == EXTREME_MAXIMUM,
-                     &g_pExtremeKernels->rows[extreme], hDib, width, height, nSize, bProgress);
+    (void)pPicture;
+    return DescribeRank(&g_pExtremeKernels->rows[EXTREME_MINIMUM], 1, 0, pCall, pFilter);
+}
+
+static int DescribeMaximum(const Picture *pPicture, const FilterCall *pCall,
+                           NeighbourhoodFilter *pFilter)
+{
+    (void)pPicture;
+    return DescribeRank(&g_pExtremeKernels->rows[EXTREME_MAXIMUM], 1, 0, pCall, pFilter);
+}
+
+static int DescribeMidpoint(const Picture *pPicture, const FilterCall *pCall,
+                            NeighbourhoodFilter *pFilter)
+{
+    (void)pPicture;
+    return DescribeRank(&g_pExtremeKernels->rows[EXTREME_MIDPOINT], 0, 0, pCall, pFilter);
+}
+
+static int DescribeRange(const Picture *pPicture, const FilterCall *pCall,
+                         NeighbourhoodFilter *pFilter)
+{
+    (void)pPicture;
+    return DescribeRank(&g_pExtremeKernels->rows[EXTREME_RANGE], 0, 0, pCall, pFilter);
 }
 
 // Networks for the sizes that have one, else histograms.
@@ -63,29 +77,49 @@ static const RowKernel *ChooseRows(const RowKernel *pNetworks, const RowKernel *
     return nSize <= MOST_BYTE_SIDE ? pNarrow : pWide;
 }
 
-static HGLOBAL RunMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, int height, int nSize,
-                         int bProgress)
+static int DescribeMedian(const Picture *pPicture, const FilterCall *pCall,
+                          NeighbourhoodFilter *pFilter)
 {
-    const SquareRule rule = {WindowSize(nSize), 0};
     const HistogramKernels *pHistograms = g_pHistogramKernels;
+    const int nSize = *(const int *)pCall->pArguments;
     const RowKernel *pRows = ChooseRows(g_pNetworkKernels->median, &pHistograms->median,
                                         &pHistograms->wideMedian, nSize);
+    (void)pPicture;
     if (nSize == 1) {
         // A single sample is its own median, and minimum.
         pRows = &g_pExtremeKernels->rows[EXTREME_MINIMUM];
     }
-    return RunSquare(run, &rule, 1, pRows, hDib, width, height, nSize, bProgress);
+    return DescribeRank(pRows, 1, 0, pCall, pFilter);
 }
 
-static HGLOBAL RunTrimmedMean(NeighbourhoodRun run, HGLOBAL hDib, int width, int height, int nSize,
-                              int nTrim, int bProgress)
+struct TrimArguments {
+    int nSize, nTrim;
+};
+
+static int DescribeTrimmedMean(const Picture *pPicture, const FilterCall *pCall,
+                               NeighbourhoodFilter *pFilter)
 {
-    const SquareRule rule = {WindowSize(nSize), (DWORD)nTrim};
+    const TrimArguments *p = (const TrimArguments *)pCall->pArguments;
     const HistogramKernels *pHistograms = g_pHistogramKernels;
     const RowKernel *pRows = ChooseRows(g_pNetworkKernels->trimmedMean, &pHistograms->trimmedMean,
-                                        &pHistograms->wideTrimmedMean, nSize);
-    return RunSquare(run, &rule, 0, pRows, hDib, width, height, nSize, bProgress);
+                                        &pHistograms->wideTrimmedMean, p->nSize);
+    (void)pPicture;
+    return DescribeRank(pRows, 0, (DWORD)p->nTrim, pCall, pFilter);
 }
+
+// Something must be left between the trimmed ends.
+static int IsSizeAndTrim(const void *pArguments)
+{
+    const TrimArguments *p = (const TrimArguments *)pArguments;
+    return p->nSize >= 1 && p->nTrim >= 0 && p->nTrim < (int64_t)p->nSize * p->nSize / 2;
+}
+
+// ---- masks --------------------------------------------------------------------------------------
+
+struct WeightedMedianPlan {
+    WeightMask mask;  // first: ReleaseMask frees it
+    WeightedRule rule;
+};
 
 // A total weight of 1 has a single sample. Else the first one is left out: it counts once less.
 static void MakeWeightedRule(const WeightMask *pMask, WeightedRule *pRule)
@@ -112,185 +146,80 @@ static void MakeWeightedRule(const WeightMask *pMask, WeightedRule *pRule)
     pRule->nTotal--;
 }
 
-static HGLOBAL RunWeightedMedian(NeighbourhoodRun run, HGLOBAL hDib, int width, int height,
-                                 const FilterMask *pMask, int bProgress)
+static int DescribeWeightedMedian(const Picture *pPicture, const FilterCall *pCall,
+                                  NeighbourhoodFilter *pFilter)
 {
-    WeightMask mask;
-    WeightedRule rule;
-    HGLOBAL hResult = NULL;
-    if (ReadWeightMask(pMask, &mask)) {
-        const SelectionKernels *pKernels = g_pSelectionKernels;
-        NeighbourhoodFilter filter = MaskFilter(&mask);
-        MakeWeightedRule(&mask, &rule);
-        filter.Kernel = rule.nTotal <= 0xff     ? pKernels->bytes
-                        : rule.nTotal <= 0xffff ? pKernels->words
-                                                : pKernels->dwords;
-        filter.pParameters = &rule;
-        filter.bKeepsLevels = 1;
-        hResult = run(&filter, hDib, width, height, bProgress);
+    WeightedMedianPlan *pPlan = (WeightedMedianPlan *)pCall->pPlan;
+    const SelectionKernels *pKernels = g_pSelectionKernels;
+    const WeightedRule *pRule = &pPlan->rule;
+    (void)pPicture;
+    if (!ReadWeightMask(MaskInUse(pCall->pArguments), &pPlan->mask)) {
+        return 0;
     }
-    FreeWeightMask(&mask);
-    return hResult;
-}
-
-// ---- workers ------------------------------------------------------------------------------------
-
-HGLOBAL MinimumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MINIMUM, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL MinimumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MINIMUM, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL MaximumFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MAXIMUM, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL MaximumFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MAXIMUM, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL MedianFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunMedian(FilterGrayNeighbourhood, hDib, width, height, nSize, bProgress);
-}
-
-HGLOBAL MedianFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunMedian(FilterColorNeighbourhood, hDib, width, height, nSize, bProgress);
-}
-
-HGLOBAL MidpointFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_MIDPOINT, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL MidpointFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_MIDPOINT, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL RangeFilter8(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterGrayNeighbourhood, EXTREME_RANGE, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL RangeFilter24(HGLOBAL hDib, int width, int height, int nSize, int bProgress)
-{
-    return RunExtreme(FilterColorNeighbourhood, EXTREME_RANGE, hDib, width, height, nSize,
-                      bProgress);
-}
-
-HGLOBAL AlphaTrimmedMeanFilter8(HGLOBAL hDib, int width, int height, int nSize, int nTrim,
-                                int bProgress)
-{
-    return RunTrimmedMean(FilterGrayNeighbourhood, hDib, width, height, nSize, nTrim, bProgress);
-}
-
-HGLOBAL AlphaTrimmedMeanFilter24(HGLOBAL hDib, int width, int height, int nSize, int nTrim,
-                                 int bProgress)
-{
-    return RunTrimmedMean(FilterColorNeighbourhood, hDib, width, height, nSize, nTrim, bProgress);
-}
-
-HGLOBAL WeightedMedianFilter8(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
-                              int bProgress)
-{
-    return RunWeightedMedian(FilterGrayNeighbourhood, hDib, width, height, pMask, bProgress);
-}
-
-HGLOBAL WeightedMedianFilter24(HGLOBAL hDib, int width, int height, const FilterMask *pMask,
-                               int bProgress)
-{
-    return RunWeightedMedian(FilterColorNeighbourhood, hDib, width, height, pMask, bProgress);
+    MakeWeightedRule(&pPlan->mask, &pPlan->rule);
+    DescribeMask(&pPlan->mask, pFilter);
+    pFilter->Kernel = pRule->nTotal <= 0xff     ? pKernels->bytes
+                      : pRule->nTotal <= 0xffff ? pKernels->words
+                                                : pKernels->dwords;
+    pFilter->pParameters = pRule;
+    pFilter->bKeepsLevels = 1;
+    return 1;
 }
 
 // ---- exports ------------------------------------------------------------------------------------
 
-// Something must be left between the trimmed ends.
-static int IsSizeAndTrim(const void *pArguments)
-{
-    const IntPairArguments *p = (const IntPairArguments *)pArguments;
-    return p->nFirst >= 1 && p->nSecond >= 0 && p->nSecond < (int64_t)p->nFirst * p->nFirst / 2;
-}
-
-enum { FRAME_MINIMUM, FRAME_MAXIMUM, FRAME_MEDIAN, FRAME_MIDPOINT, FRAME_RANGE, SIZE_FRAMES };
-
-// The filters whose only parameter is the size.
-static const FilterFrame FRAMES[SIZE_FRAMES] = {
-    {"MinimumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
-     (AnyWorker)MinimumFilter8, (AnyWorker)MinimumFilter24, 1},
-    {"MaximumFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
-     (AnyWorker)MaximumFilter8, (AnyWorker)MaximumFilter24, 1},
-    {"MedianFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
-     (AnyWorker)MedianFilter8, (AnyWorker)MedianFilter24, 1},
-    {"MidpointFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
-     (AnyWorker)MidpointFilter8, (AnyWorker)MidpointFilter24, 1},
-    {"RangeFilterUI", ACCEPT_1_8_24, TwoPassesOverSides, IsSizeArgument, CallSidesIntWorker,
-     (AnyWorker)RangeFilter8, (AnyWorker)RangeFilter24, 1},
-};
-
 HGLOBAL VEXAFILTER_API FilterMinimum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    return RunIntFilter(&FRAMES[FRAME_MINIMUM], hDib, nSize, mode, hParent);
+    static const FilterFrame FRAME = {
+        "MinimumFilterUI", 1, 1, DescribeMinimum, sizeof(SquareRule), IsSizeArgument,
+        IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterMaximum(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    return RunIntFilter(&FRAMES[FRAME_MAXIMUM], hDib, nSize, mode, hParent);
+    static const FilterFrame FRAME = {
+        "MaximumFilterUI", 1, 1, DescribeMaximum, sizeof(SquareRule), IsSizeArgument,
+        IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterMedian(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    return RunIntFilter(&FRAMES[FRAME_MEDIAN], hDib, nSize, mode, hParent);
+    static const FilterFrame FRAME = {
+        "MedianFilterUI", 1, 1, DescribeMedian, sizeof(SquareRule), IsSizeArgument, IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterMidpoint(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    return RunIntFilter(&FRAMES[FRAME_MIDPOINT], hDib, nSize, mode, hParent);
+    static const FilterFrame FRAME = {
+        "MidpointFilterUI", 1, 1, DescribeMidpoint, sizeof(SquareRule), IsSizeArgument,
+        IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterRange(HGLOBAL hDib, int nSize, UINT mode, HWND hParent)
 {
-    return RunIntFilter(&FRAMES[FRAME_RANGE], hDib, nSize, mode, hParent);
+    static const FilterFrame FRAME = {
+        "RangeFilterUI", 1, 1, DescribeRange, sizeof(SquareRule), IsSizeArgument, IsSizeArgument};
+    return RunFilter(&FRAME, hDib, {nSize}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterAlphaTrimmedMean(HGLOBAL hDib, int nSize, int nTrim, UINT mode,
                                               HWND hParent)
 {
-    static const FilterFrame FRAME = {"AlphaFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsSizeAndTrim,
-                                      CallSidesIntPairWorker,
-                                      (AnyWorker)AlphaTrimmedMeanFilter8,
-                                      (AnyWorker)AlphaTrimmedMeanFilter24,
-                                      1};
-    return RunIntPairFilter(&FRAME, hDib, nSize, nTrim, 1, mode, hParent);
+    static const FilterFrame FRAME = {
+        "AlphaFilterUI", 2, 1, DescribeTrimmedMean, sizeof(SquareRule), IsSizeAndTrim,
+        IsSizeAndTrim};
+    return RunFilter(&FRAME, hDib, {nSize, nTrim}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterWeightedMedian(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
                                             HWND hParent)
 {
     static const BYTE VERTICAL_BAR[] = {1, 1, 1, 3, 3, 3, 1, 1, 1};
-    static const FilterFrame FRAME = {"WMedianFilterUI",
-                                      ACCEPT_1_8_24,
-                                      TwoPassesOverSides,
-                                      IsMaskArgument,
-                                      CallMaskWorker,
-                                      (AnyWorker)WeightedMedianFilter8,
-                                      (AnyWorker)WeightedMedianFilter24};
+    static constexpr FilterFrame FRAME =
+        MaskFrame("WMedianFilterUI", DescribeWeightedMedian, sizeof(WeightedMedianPlan));
     return RunMaskFilter(&FRAME, hDib, pMask, VERTICAL_BAR, mode, hParent);
 }

@@ -73,8 +73,7 @@ extern const HistogramKernels HISTOGRAM_KERNELS;
 extern const SelectionKernels SELECTION_KERNELS;
 }  // namespace avx2
 
-// Called once at attach; afterwards the pointers are read-only.
-void ChooseRankKernels(unsigned cpuFeatures);
+// Chosen at attach (library/kernels); read-only afterwards.
 extern const ExtremeKernels *g_pExtremeKernels;
 extern const NetworkKernels *g_pNetworkKernels;
 extern const HistogramKernels *g_pHistogramKernels;

@@ -6,11 +6,10 @@
 
 #include "convolution/convolution_kernels.h"
 #include "frame/call.h"
-#include "frame/convert.h"
-#include "frame/dib.h"
 #include "frame/matrix.h"
 #include "frame/progress.h"
 #include "frame/thread_state.h"
+#include "library/kernels.h"
 #include "platform/cpu.h"
 
 #include <commctrl.h>
@@ -181,14 +180,14 @@ INSTANTIATE_TEST_SUITE_P(Levels, KernelTest, testing::ValuesIn(LEVELS),
 TEST(Kernels, TheStrongestSupportedLevelIsChosen)
 {
     for (const Level &level : LEVELS) {
-        ChooseConvolutionKernels(0);
+        ChooseKernels(0);
         g_pWeightedKernels = &sse2::WEIGHTED_KERNELS;
         g_pMeanKernels = &sse2::MEAN_KERNELS;
-        ChooseConvolutionKernels(level.nFeature);
+        ChooseKernels(level.nFeature);
         EXPECT_EQ(level.pWeighted, g_pWeightedKernels) << level.pName;
         EXPECT_EQ(level.pMean, g_pMeanKernels) << level.pName;
     }
-    ChooseConvolutionKernels(DetectCpuFeatures());
+    ChooseKernels(DetectCpuFeatures());
 }
 
 // ---- layout -------------------------------------------------------------------------------------
@@ -215,17 +214,6 @@ TEST(Layout, ColoursOfEveryHeader)
         EXPECT_EQ(row.nColors, DibNumColors(&header)) << row.nSize << ", " << row.nBits;
         EXPECT_EQ(row.nBytes, DibPaletteSize(&header)) << row.nSize << ", " << row.nBits;
     }
-}
-
-TEST(Layout, DuplicateDibCopiesTheWholeBlock)
-{
-    const Bytes dib = MakeDib({5, 4, 8, FEW, 9, 1, 13});
-    const HGLOBAL hDib = MakeBlock(dib);
-    const HGLOBAL hCopy = DuplicateDib(hDib);
-    EXPECT_EQ("", FirstDifference(dib, ReadBlock(hCopy)));
-    EXPECT_TRUE(DuplicateDib(NULL) == NULL);
-    GlobalFree(hCopy);
-    GlobalFree(hDib);
 }
 
 // ---- palette maps and matrices ------------------------------------------------------------------
@@ -294,7 +282,9 @@ TEST(Matrix, LoadsAndStoresEveryPixelAndNothingElse)
             const HGLOBAL hGray = MakeBlock(gray), hColor = MakeBlock(color);
             GrayMatrix g;
             ColorMatrix c;
-            ASSERT_TRUE(LoadGrayMatrix(hGray, &g, 0) && LoadColorMatrix(hColor, &c, 0));
+            DibView viewGray, viewColor;
+            ASSERT_TRUE(LockDib(hGray, &viewGray) && LockDib(hColor, &viewColor));
+            ASSERT_TRUE(LoadGrayMatrix(&viewGray, &g, 0) && LoadColorMatrix(&viewColor, &c, 0));
             // The bottom row comes first in memory.
             const size_t nTopGray = 1064 + (size_t)((width + 3) / 4 * 4 * (height - 1));
             const size_t nTopColor = 56 + (size_t)((width * 3 + 3) / 4 * 4 * (height - 1));
@@ -307,7 +297,10 @@ TEST(Matrix, LoadsAndStoresEveryPixelAndNothingElse)
                     c.columns[x][y] ^= 0xffffff;
                 }
             }
-            EXPECT_TRUE(StoreGrayMatrix(hGray, &g, &g, 0) && StoreColorMatrix(hColor, &c, 0));
+            EXPECT_TRUE(StoreGrayMatrix(&viewGray, &g, &g, 0) &&
+                        StoreColorMatrix(&viewColor, &c, 0));
+            UnlockDib(&viewGray);
+            UnlockDib(&viewColor);
             Bytes wantGray = gray, wantColor = color;
             for (int y = 0; y < height; y++) {
                 for (int i = 0; i < width * 3; i++) {
@@ -358,24 +351,28 @@ TEST_F(Progress, EveryPassStepsOnEveryFifthUnit)
         const HGLOBAL hColor = MakeBlock(MakeDib({size[0], size[1], 24, RAMP, 0, 4, 0}));
         GrayMatrix g, h;
         ColorMatrix c, d;
+        DibView viewGray, viewColor;
+        ASSERT_TRUE(LockDib(hGray, &viewGray) && LockDib(hColor, &viewColor));
         ASSERT_TRUE(OpenProgressDialog(NULL, 5000));
-        EXPECT_TRUE(LoadGrayMatrix(hGray, &g, 1));
+        EXPECT_TRUE(LoadGrayMatrix(&viewGray, &g, 1));
         EXPECT_EQ(rows, BarPosition());
         EXPECT_TRUE(AllocGrayMatrix(&h, size[0], size[1], 1));
         EXPECT_EQ(rows + columns, BarPosition());
-        EXPECT_TRUE(StoreGrayMatrix(hGray, &h, &g, 1));
+        EXPECT_TRUE(StoreGrayMatrix(&viewGray, &h, &g, 1));
         EXPECT_EQ(rows + 2 * columns, BarPosition());
-        EXPECT_TRUE(LoadColorMatrix(hColor, &c, 1));
+        EXPECT_TRUE(LoadColorMatrix(&viewColor, &c, 1));
         EXPECT_TRUE(AllocColorMatrix(&d, size[0], size[1], 1));
-        EXPECT_TRUE(StoreColorMatrix(hColor, &d, 1));
+        EXPECT_TRUE(StoreColorMatrix(&viewColor, &d, 1));
         EXPECT_EQ(2 * rows + 4 * columns, BarPosition());
         GetFilterThreadState()->bCancelled = 1;
         GrayMatrix none;
-        EXPECT_FALSE(LoadGrayMatrix(hGray, &none, 0));
+        EXPECT_FALSE(LoadGrayMatrix(&viewGray, &none, 0));
         EXPECT_FALSE(AllocGrayMatrix(&none, 3, 3, 0));
-        EXPECT_FALSE(StoreGrayMatrix(hGray, &h, &g, 0));
+        EXPECT_FALSE(StoreGrayMatrix(&viewGray, &h, &g, 0));
         EXPECT_EQ(1, CloseProgressDialog());
         EXPECT_EQ(0, CloseProgressDialog());
+        UnlockDib(&viewGray);
+        UnlockDib(&viewColor);
         FreeGrayMatrix(&g);
         FreeGrayMatrix(&h);
         FreeColorMatrix(&c);

@@ -3,11 +3,10 @@
 
 #include "picture.h"
 
-#include "frame/dispatch.h"
+#include "library/kernels.h"
+#include "VexaFilter.h"
 #include "platform/cpu.h"
-#include "statistics/adaptive.h"
 #include "statistics/adaptive_kernels.h"
-#include "statistics/mean.h"
 #include "statistics/mean_kernels.h"
 #include "statistics/rank_kernels.h"
 
@@ -34,7 +33,7 @@ static const LevelCase CASES[] = {
     {YP, 90},       {WEIGHTED, 3}, {WEIGHTED, 37}, {EQUAL, 0},   {TRIMMED, 25}, {TRIMMED, 0},
     {MMSE, 90},     {MMSE, -4000}};
 
-static HGLOBAL RunWeighted(HGLOBAL hDib, int width, int height, int n, int nStep)
+static HGLOBAL RunWeighted(HGLOBAL hDib, int n, int nStep)
 {
     enum { MOST = 40 };
     BYTE runs[MOST][MOST];
@@ -46,28 +45,28 @@ static HGLOBAL RunWeighted(HGLOBAL hDib, int width, int height, int n, int nStep
         }
     }
     const FilterMask mask = {elements, n, n, n / 2, n / 2};
-    return WeightedMeanFilter24(hDib, width, height, &mask, 0);
+    return FilterWeightedMean(hDib, &mask, 0, NULL);
 }
 
-static HGLOBAL RunCase(const LevelCase &c, HGLOBAL hDib, int width, int height, int n)
+static HGLOBAL RunCase(const LevelCase &c, HGLOBAL hDib, int n)
 {
     switch (c.filter) {
     case GEOMETRIC:
-        return GeometricMeanFilter24(hDib, width, height, n, 0);
+        return FilterGeometricMean(hDib, n, 0, NULL);
     case HARMONIC:
-        return HarmonicMeanFilter24(hDib, width, height, n, 0);
+        return FilterHarmonicMean(hDib, n, 0, NULL);
     case CONTRA:
-        return ContraHarmonicMeanFilter24(hDib, width, height, n, c.nParameter, 0);
+        return FilterContraHarmonicMean(hDib, n, c.nParameter, 0, NULL);
     case YP:
-        return YpMeanFilter24(hDib, width, height, n, c.nParameter, 0);
+        return FilterYpMean(hDib, n, c.nParameter, 0, NULL);
     case WEIGHTED:
     case EQUAL:
-        return RunWeighted(hDib, width, height, n, c.nParameter);
+        return RunWeighted(hDib, n, c.nParameter);
     case TRIMMED:
-        return AdaptiveDWMTMFilter24(hDib, width, height, (n + 1) / 2, n, c.nParameter, 0);
+        return FilterAdaptiveDWMTM(hDib, (n + 1) / 2, n, c.nParameter, 0, NULL);
     case MMSE:
     default:
-        return AdaptiveMMSEFilter24(hDib, width, height, n, c.nParameter, 0);
+        return FilterAdaptiveMMSE(hDib, n, c.nParameter, 0, NULL);
     }
 }
 
@@ -89,12 +88,12 @@ static Bytes TakeBytes(HGLOBAL hBlock)
 }
 
 // Every case on one picture with the kernels now in force.
-static std::vector<Bytes> RunAll(const Bytes &dib, int width, int height, int n)
+static std::vector<Bytes> RunAll(const Bytes &dib, int n)
 {
     std::vector<Bytes> results;
     const HGLOBAL hDib = NewDib(dib);
     for (const LevelCase &c : CASES) {
-        results.push_back(TakeBytes(RunCase(c, hDib, width, height, n)));
+        results.push_back(TakeBytes(RunCase(c, hDib, n)));
     }
     GlobalFree(hDib);
     return results;
@@ -164,16 +163,15 @@ static void ExpectSame(const std::vector<Bytes> &want, const std::vector<Bytes> 
     }
 }
 
-static void ExpectSameAtEveryLevel(const Bytes &dib, int width, int height, int n,
-                                   const std::string &what)
+static void ExpectSameAtEveryLevel(const Bytes &dib, int n, const std::string &what)
 {
     UsePlainForms();
-    const std::vector<Bytes> want = RunAll(dib, width, height, n);
+    const std::vector<Bytes> want = RunAll(dib, n);
     ChooseKernels(0);
-    ExpectSame(want, RunAll(dib, width, height, n), n, "sse2, " + what);
+    ExpectSame(want, RunAll(dib, n), n, "sse2, " + what);
     if (DetectCpuFeatures() & CPU_AVX2) {
         ChooseKernels(CPU_AVX2);
-        ExpectSame(want, RunAll(dib, width, height, n), n, "avx2, " + what);
+        ExpectSame(want, RunAll(dib, n), n, "avx2, " + what);
     }
     ChooseKernels(DetectCpuFeatures());
 }
@@ -188,7 +186,7 @@ TEST(MeanLevels, RowsOfEveryLevelEqualSinglePixels)
     for (const int *size : sizes) {
         for (int tone = 0; tone < 3; tone++) {
             const TestPicture picture = {size[1], size[2], 24, COLOURED, 0, nSeed++, 0};
-            ExpectSameAtEveryLevel(MakeDib(picture), size[1], size[2], size[0], Describe(picture));
+            ExpectSameAtEveryLevel(MakeDib(picture), size[0], Describe(picture));
         }
     }
 }
@@ -214,10 +212,10 @@ TEST(MeanLevels, MeansOnTheLimitsEqualSinglePixels)
     for (int n : {2, 3, 7, 8, 17}) {
         for (int nSpread : {0, 1, 9}) {
             const int nBand = n + 2, height = n + 1;
-            ExpectSameAtEveryLevel(MakeBands(256 * nBand, height, nBand, nSpread), 256 * nBand,
-                                   height, n, "bands, spread " + std::to_string(nSpread));
+            ExpectSameAtEveryLevel(MakeBands(256 * nBand, height, nBand, nSpread), n,
+                                   "bands, spread " + std::to_string(nSpread));
         }
-        ExpectSameAtEveryLevel(MakeBands(1100, n + 1, 500, 0), 1100, n + 1, n, "flat blocks");
+        ExpectSameAtEveryLevel(MakeBands(1100, n + 1, 500, 0), n, "flat blocks");
     }
 }
 
@@ -231,10 +229,10 @@ TEST(MeanLevels, LargeWindowsEqualSinglePixels)
     const HGLOBAL hDib = NewDib(MakeDib(picture));
     for (const LevelCase &c : large) {
         UsePlainForms();
-        const Bytes want = TakeBytes(RunCase(c, hDib, width, height, side));
+        const Bytes want = TakeBytes(RunCase(c, hDib, side));
         for (unsigned features : {0u, DetectCpuFeatures()}) {
             ChooseKernels(features);
-            EXPECT_EQ("", FirstDifference(want, TakeBytes(RunCase(c, hDib, width, height, side))))
+            EXPECT_EQ("", FirstDifference(want, TakeBytes(RunCase(c, hDib, side))))
                 << "filter " << c.filter << ", features " << features;
         }
     }

@@ -65,7 +65,7 @@ vexa_add_tests(vexafilter_internal_tests
   tests/reference/reference.cpp)
 target_link_libraries(vexafilter_internal_tests PRIVATE gtest ${VEXA_PARTS} ${VEXA_KERNELS})
 if(WIN32)
-  target_sources(vexafilter_internal_tests PRIVATE platform/win32/workmemory.cpp frame/VexaFilter.rc)
+  target_sources(vexafilter_internal_tests PRIVATE platform/win32/workmemory.cpp library/VexaFilter.rc)
   target_link_libraries(vexafilter_internal_tests PRIVATE comctl32)
 else()
   target_link_libraries(vexafilter_internal_tests PRIVATE vexaposix)

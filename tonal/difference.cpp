@@ -6,11 +6,8 @@
 //
 // Only the low byte of nDirection counts.
 
-#include "tonal.h"
-
 #include "VexaFilter.h"
-#include "frame/neighbourhood.h"
-#include "frame/workers.h"
+#include "frame/call.h"
 #include "tonal_kernels.h"
 
 // The neighbour's place as steps to the left and up.
@@ -18,60 +15,37 @@ static const struct {
     int nLeft, nUp;
 } NEIGHBOURS[DIFFERENCE_DIRECTIONS] = {{1, 0}, {0, 1}, {1, 1}, {-1, 1}};
 
-static int IsDirection(int nDirection)
+static BYTE DirectionOf(const void *pArguments)
 {
-    return (BYTE)nDirection < DIFFERENCE_DIRECTIONS;
+    return (BYTE) * (const int *)pArguments;
 }
 
-static NeighbourhoodFilter DifferenceRule(BYTE nDirection)
+static int IsDirection(const void *pArguments)
 {
+    return DirectionOf(pArguments) < DIFFERENCE_DIRECTIONS;
+}
+
+static int DescribeDifference(const Picture *pPicture, const FilterCall *pCall,
+                              NeighbourhoodFilter *pFilter)
+{
+    const BYTE nDirection = DirectionOf(pCall->pArguments);
     const int nLeft = NEIGHBOURS[nDirection].nLeft;
     const int nUp = NEIGHBOURS[nDirection].nUp;
-    NeighbourhoodFilter filter = {};
-    filter.nRows = 1 + nUp;
-    filter.nColumns = nLeft != 0 ? 2 : 1;
-    filter.nOriginRow = filter.nTop = nUp;
-    filter.nOriginColumn = filter.nLeft = nLeft == 1;
-    filter.nRight = nLeft == -1;
-    filter.border = BORDER_BLACK;
-    filter.order = VISIT_ROWS;
-    filter.Kernel = g_pTonalKernels->difference[nDirection];
-    return filter;
-}
-
-HGLOBAL Difference8(HGLOBAL hDib, int width, int height, BYTE nDirection, int bProgress)
-{
-    const NeighbourhoodFilter filter = DifferenceRule(nDirection);
-    return FilterGrayNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-HGLOBAL Difference24(HGLOBAL hDib, int width, int height, BYTE nDirection, int bProgress)
-{
-    const NeighbourhoodFilter filter = DifferenceRule(nDirection);
-    return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-typedef HGLOBAL (*DifferenceWorker)(HGLOBAL hDib, int width, int height, BYTE nDirection,
-                                    int bProgress);
-
-static HGLOBAL CallDifferenceWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                                    const void *pArguments, int bProgress)
-{
-    const BYTE nDirection = (BYTE)((const IntArguments *)pArguments)->nValue;
-    return ((DifferenceWorker)worker)(hDib, width, height, nDirection, bProgress);
-}
-
-// Asked after the dialog: a direction that it may have left has no neighbour.
-static int HasDirection(const void *pArguments)
-{
-    return IsDirection(((const IntArguments *)pArguments)->nValue);
+    (void)pPicture;
+    pFilter->nRows = 1 + nUp;
+    pFilter->nColumns = nLeft != 0 ? 2 : 1;
+    pFilter->nOriginRow = pFilter->nTop = nUp;
+    pFilter->nOriginColumn = pFilter->nLeft = nLeft == 1;
+    pFilter->nRight = nLeft == -1;
+    pFilter->border = BORDER_BLACK;
+    pFilter->order = VISIT_ROWS;
+    pFilter->Kernel = g_pTonalKernels->difference[nDirection];
+    return 1;
 }
 
 HGLOBAL VEXAFILTER_API FilterDifference(HGLOBAL hDib, UINT nDirection, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {
-        "DIFFERENCEUI",       ACCEPT_1_8_24,          TwoPassesOverSides,     HasDirection,
-        CallDifferenceWorker, (AnyWorker)Difference8, (AnyWorker)Difference24};
-    const int nValue = (int)nDirection;
-    return RunIntFilter(&FRAME, IsDirection(nValue) ? hDib : NULL, nValue, mode, hParent);
+    static const FilterFrame FRAME = {"DIFFERENCEUI", 1,          1, DescribeDifference, 0,
+                                      IsDirection,    IsDirection};
+    return RunFilter(&FRAME, hDib, {(int)nDirection}, mode, hParent);
 }

@@ -17,16 +17,11 @@
 // stand, in 64 bits, and their low byte is stored; a clipped share that leaves no level is reduced
 // to the largest that leaves one.
 
-#include "tonal.h"
-
 #include "VexaFilter.h"
 #include "frame/intops.h"
-#include "frame/workers.h"
 #include "tone.h"
 
 #include <string.h>
-
-enum { ACCEPT_8_24 = ACCEPT_8 | ACCEPT_24 };
 
 // ---- tables -------------------------------------------------------------------------------------
 
@@ -48,6 +43,7 @@ static void FillGaps(BYTE *table)
     }
 }
 
+// The parameters in their order.
 struct LevelPoints {
     int nInLow, nInHigh, nInMid;
     int nOutLow, nOutHigh;
@@ -69,9 +65,9 @@ static BYTE Spread(int64_t from, int64_t to, int rank, int count)
     return (BYTE)((to - from) * rank / (count + 1) + from);
 }
 
-static void FillLevels(const ToneChannel *pChannel, const void *pParameters, BYTE *table)
+static void FillLevels(const ToneChannel *pChannel, const void *pArguments, BYTE *table)
 {
-    const LevelPoints *p = (const LevelPoints *)pParameters;
+    const LevelPoints *p = (const LevelPoints *)pArguments;
     if (pChannel->nChannel != CHANNEL_GRAY && p->nChannel != 0 &&
         p->nChannel != pChannel->nChannel + 1) {
         FillIdentity(table);
@@ -122,9 +118,9 @@ static int ClippedLevels(int nPresent, float fClip)
     return nClipped < 0 ? 0 : nClipped >= nPresent ? nPresent - 1 : (int)nClipped;
 }
 
-static void FillAutoLevels(const ToneChannel *pChannel, const void *pParameters, BYTE *table)
+static void FillAutoLevels(const ToneChannel *pChannel, const void *pArguments, BYTE *table)
 {
-    const float fClip = *(const float *)pParameters;
+    const float fClip = (float)(*(const int *)pArguments * 0.01);  // of a percentage
     const int nPresent = CountBetween(pChannel, -1, GRAY_LEVELS);
     if (nPresent == 0) {
         FillIdentity(table);
@@ -149,100 +145,36 @@ static void FillAutoLevels(const ToneChannel *pChannel, const void *pParameters,
     FillGaps(table);
 }
 
-static const ToneRule LEVELS = {FACTS_COUNTS, 0, FillLevels};
-static const ToneRule AUTO_LEVELS = {FACTS_COUNTS, 0, FillAutoLevels};
-
-// ---- workers ------------------------------------------------------------------------------------
-
-HGLOBAL Levels8(HGLOBAL hDib, int width, int height, int nInLow, int nInHigh, int nInMid,
-                int nOutLow, int nOutHigh, int nChannel, int bProgress)
-{
-    const LevelPoints points = {nInLow, nInHigh, nInMid, nOutLow, nOutHigh, nChannel};
-    return ToneGray(&LEVELS, &points, hDib, width, height, bProgress);
-}
-
-HGLOBAL Levels24(HGLOBAL hDib, int width, int height, int nInLow, int nInHigh, int nInMid,
-                 int nOutLow, int nOutHigh, int nChannel, int bProgress)
-{
-    const LevelPoints points = {nInLow, nInHigh, nInMid, nOutLow, nOutHigh, nChannel};
-    return ToneColor(&LEVELS, &points, hDib, width, height, bProgress);
-}
-
-HGLOBAL AutoLevels8(HGLOBAL hDib, int width, int height, float fClip, int bProgress)
-{
-    return ToneGray(&AUTO_LEVELS, &fClip, hDib, width, height, bProgress);
-}
-
-HGLOBAL AutoLevels24(HGLOBAL hDib, int width, int height, float fClip, int bProgress)
-{
-    return ToneColor(&AUTO_LEVELS, &fClip, hDib, width, height, bProgress);
-}
-
 // ---- exports ------------------------------------------------------------------------------------
 
-struct LevelsArguments {
-    LevelPoints points;
-    UINT mode;
-    HWND hParent;
-};
-
-typedef HGLOBAL (*LevelsWorker)(HGLOBAL hDib, int width, int height, int nInLow, int nInHigh,
-                                int nInMid, int nOutLow, int nOutHigh, int nChannel, int bProgress);
-typedef HGLOBAL (*ShareWorker)(HGLOBAL hDib, int width, int height, float fShare, int bProgress);
-
-static HGLOBAL CallLevelsWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                                const void *pArguments, int bProgress)
+static int ArePointsInOrder(const void *pArguments)
 {
-    const LevelPoints *p = &((const LevelsArguments *)pArguments)->points;
-    return ((LevelsWorker)worker)(hDib, width, height, p->nInLow, p->nInHigh, p->nInMid, p->nOutLow,
-                                  p->nOutHigh, p->nChannel, bProgress);
-}
-
-static HGLOBAL CallShareWorker(AnyWorker worker, HGLOBAL hDib, int width, int height,
-                               const void *pArguments, int bProgress)
-{
-    const float fShare = (float)(((const IntArguments *)pArguments)->nValue * 0.01);
-    return ((ShareWorker)worker)(hDib, width, height, fShare, bProgress);
-}
-
-static int ArePointsInOrder(const LevelPoints *p)
-{
+    const LevelPoints *p = (const LevelPoints *)pArguments;
     return 0 <= p->nInLow && p->nInLow <= p->nInMid && p->nInMid <= p->nInHigh &&
            p->nInHigh <= 255 && 0 <= p->nOutLow && p->nOutLow <= p->nOutHigh &&
            p->nOutHigh <= 255 && 0 <= p->nChannel && p->nChannel <= 3;
 }
 
-// A parameter out of range before the dialog ends the call as a missing image does.
+static int IsClippedShare(const void *pArguments)
+{
+    const int nPercent = *(const int *)pArguments;
+    return nPercent >= 0 && nPercent < 100;
+}
+
+static constexpr ToneRule LEVELS = {FACTS_COUNTS, 0, FillLevels, ArePointsInOrder, NULL, NULL};
+static constexpr ToneRule AUTO_LEVELS = {FACTS_COUNTS,   0,    FillAutoLevels,
+                                         IsClippedShare, NULL, NULL};
 
 HGLOBAL VEXAFILTER_API FilterLevels(HGLOBAL hDib, int nInLow, int nInHigh, int nInMid, int nOutLow,
                                     int nOutHigh, int nChannel, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {
-        "LEVELSUI",       ACCEPT_8_24,        TwoPassesOverSides, NULL,
-        CallLevelsWorker, (AnyWorker)Levels8, (AnyWorker)Levels24};
-    LevelsArguments arguments = {
-        {nInLow, nInHigh, nInMid, nOutLow, nOutHigh, nChannel}, mode, hParent};
-    int *const pointers[] = {&arguments.points.nInLow,   &arguments.points.nInHigh,
-                             &arguments.points.nInMid,   &arguments.points.nOutLow,
-                             &arguments.points.nOutHigh, &arguments.points.nChannel};
-    FilterCall call = {};
-    call.hDib = ArePointsInOrder(&arguments.points) ? hDib : NULL;
-    call.pArguments = &arguments;
-    call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)hDib;
-    for (int *pointer : pointers) {
-        call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)pointer;
-    }
-    call.mode = mode;
-    call.pParent = &arguments.hParent;
-    return RunFilter(&FRAME, &call);
+    static constexpr FilterFrame FRAME = ToneFrame("LEVELSUI", 6, &LEVELS);
+    return RunFilter(&FRAME, hDib, {nInLow, nInHigh, nInMid, nOutLow, nOutHigh, nChannel}, mode,
+                     hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterAutoLevels(HGLOBAL hDib, int nClipPercent, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"AUTOLEVELSUI",         ACCEPT_8_24,
-                                      TwoPassesOverSides,     NULL,
-                                      CallShareWorker,        (AnyWorker)AutoLevels8,
-                                      (AnyWorker)AutoLevels24};
-    const int bInRange = nClipPercent >= 0 && nClipPercent < 100;
-    return RunIntFilter(&FRAME, bInRange ? hDib : NULL, nClipPercent, mode, hParent);
+    static constexpr FilterFrame FRAME = ToneFrame("AUTOLEVELSUI", 1, &AUTO_LEVELS);
+    return RunFilter(&FRAME, hDib, {nClipPercent}, mode, hParent);
 }

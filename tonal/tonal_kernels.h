@@ -26,8 +26,7 @@ namespace avx2
 extern const TonalKernels TONAL_KERNELS;
 }
 
-// Called once at attach; afterwards the pointer is read-only.
-void ChooseTonalKernels(unsigned cpuFeatures);
+// Chosen at attach (library/kernels); read-only afterwards.
 extern const TonalKernels *g_pTonalKernels;
 
 #endif

@@ -9,10 +9,7 @@
 
 #include "tone.h"
 
-#include "frame/convert.h"
 #include "frame/levels.h"
-#include "frame/matrix.h"
-#include "frame/neighbourhood.h"
 #include "tonal_kernels.h"
 
 #include <string.h>
@@ -150,79 +147,28 @@ static void MapColorLine(const BYTE *const *lines, ptrdiff_t step, BYTE *out, si
     MapPixels((const BYTE(*)[GRAY_LEVELS])pParameters, lines[0], out, count);
 }
 
-static NeighbourhoodFilter TableFilter(const ToneRule *pRule, LineKernel kernel, const void *tables)
+int DescribeTone(const Picture *pPicture, const FilterCall *pCall, NeighbourhoodFilter *pFilter)
 {
-    NeighbourhoodFilter filter = {};
-    filter.nRows = filter.nColumns = 1;
-    filter.border = BORDER_COPIED;  // there is none
-    filter.order = VISIT_ROWS;
-    filter.Kernel = kernel;
-    filter.pParameters = tables;
-    filter.nEarlierPasses = pRule->nEarlierPasses;
-    return filter;
-}
-
-HGLOBAL ToneColor(const ToneRule *pRule, const void *pParameters, HGLOBAL hDib, int width,
-                  int height, int bProgress)
-{
+    const ToneRule *pRule = (const ToneRule *)pCall->pFrame->pRule;
+    TonePlan *pPlan = (TonePlan *)pCall->pPlan;
+    const int nChannels = pPicture->bGray ? 1 : COLOR_CHANNELS;
     ToneChannel channels[COLOR_CHANNELS];
-    BYTE tables[COLOR_CHANNELS][GRAY_LEVELS];
-    DibView view;
-    if (!LockDib(hDib, &view)) {
-        return NULL;
+    if (pPicture->bGray) {
+        GatherGray(&pPicture->view, &pPicture->maps, pRule->facts, channels);
+    } else {
+        GatherColor(&pPicture->view, pRule->facts, channels);
     }
-    const int bColor = view.shape.bitCount == 24;
-    if (bColor) {
-        GatherColor(&view, pRule->facts, channels);
+    for (int channel = 0; channel < nChannels; channel++) {
+        pRule->FillTable(&channels[channel], pCall->pArguments, pPlan->tables[channel]);
     }
-    UnlockDib(&view);
-    if (!bColor) {
-        return NULL;  // the call frame hands over none such
-    }
-    for (int channel = 0; channel < COLOR_CHANNELS; channel++) {
-        pRule->FillTable(&channels[channel], pParameters, tables[channel]);
-    }
-    const int bSame = memcmp(tables[0], tables[1], GRAY_LEVELS) == 0 &&
-                      memcmp(tables[0], tables[2], GRAY_LEVELS) == 0;
-    const NeighbourhoodFilter filter = TableFilter(pRule, bSame ? MapLine : MapColorLine, tables);
-    return FilterColorNeighbourhood(&filter, hDib, width, height, bProgress);
-}
-
-static HGLOBAL ToneExpanded(const ToneRule *pRule, const void *pParameters, HGLOBAL hDib, int width,
-                            int height, int bProgress)
-{
-    const HGLOBAL hColor = ConvertPalette(hDib);
-    if (hColor == NULL) {
-        return NULL;
-    }
-    const HGLOBAL hResult = ToneColor(pRule, pParameters, hColor, width, height, bProgress);
-    GlobalFree(hColor);
-    return hResult;
-}
-
-HGLOBAL ToneGray(const ToneRule *pRule, const void *pParameters, HGLOBAL hDib, int width,
-                 int height, int bProgress)
-{
-    ToneChannel channel;
-    BYTE table[GRAY_LEVELS];
-    LevelMaps maps;
-    DibView view;
-    if (!IsGrayPalette(hDib)) {
-        return ToneExpanded(pRule, pParameters, hDib, width, height, bProgress);
-    }
-    if (!LockDib(hDib, &view)) {
-        return NULL;
-    }
-    const int bFullTable = view.shape.bitCount == 8 && view.shape.nColors >= GRAY_LEVELS;
-    if (bFullTable) {
-        BuildLevelMaps(view.pColors, &maps);
-        GatherGray(&view, &maps, pRule->facts, &channel);
-    }
-    UnlockDib(&view);
-    if (!bFullTable) {
-        return NULL;
-    }
-    pRule->FillTable(&channel, pParameters, table);
-    const NeighbourhoodFilter filter = TableFilter(pRule, MapLine, table);
-    return FilterGrayNeighbourhood(&filter, hDib, width, height, bProgress);
+    const int bOneTable =
+        pPicture->bGray || (memcmp(pPlan->tables[0], pPlan->tables[1], GRAY_LEVELS) == 0 &&
+                            memcmp(pPlan->tables[0], pPlan->tables[2], GRAY_LEVELS) == 0);
+    pFilter->nRows = pFilter->nColumns = 1;
+    pFilter->border = BORDER_COPIED;  // there is none
+    pFilter->order = VISIT_ROWS;
+    pFilter->Kernel = bOneTable ? MapLine : MapColorLine;
+    pFilter->pParameters = pPlan->tables;
+    pFilter->nEarlierPasses = pRule->nEarlierPasses;
+    return 1;
 }

@@ -3,7 +3,7 @@
 #ifndef TONAL_TONE_H
 #define TONAL_TONE_H
 
-#include "frame/dib.h"
+#include "frame/call.h"
 
 // What a table may depend on besides the parameters, gathered from the source before any pixel is
 // mapped.
@@ -24,19 +24,39 @@ struct ToneRule {
     int nEarlierPasses;  // that gather the facts in steps of the bar
     // table[level]: what the level becomes. All entries must be set: where a palette lacks levels,
     // a pixel may come to show a level that the source did not have.
-    void (*FillTable)(const ToneChannel *pChannel, const void *pParameters, BYTE *table);
+    void (*FillTable)(const ToneChannel *pChannel, const void *pArguments, BYTE *table);
+    // Of the record; null: what is usual.
+    ArgumentTest AcceptsCall;
+    ArgumentTest AcceptsEdited;
+    StepFormula StepTotal;
 };
 
 // Every level stays what it is.
 void FillIdentity(BYTE *table);
 
-// An 8-bit image with a full colour table, by its gray levels; one that is not gray is expanded and
-// filtered in colour. Null without memory or once the user has cancelled.
-HGLOBAL ToneGray(const ToneRule *pRule, const void *pParameters, HGLOBAL hDib, int width,
-                 int height, int bProgress);
+// The description of every such filter; the rule is its record's pRule.
+int DescribeTone(const Picture *pPicture, const FilterCall *pCall, NeighbourhoodFilter *pFilter);
 
-// A 24-bit image.
-HGLOBAL ToneColor(const ToneRule *pRule, const void *pParameters, HGLOBAL hDib, int width,
-                  int height, int bProgress);
+struct TonePlan {
+    BYTE tables[3][GRAY_LEVELS];  // by channel; the first for gray
+};
+
+// A record with one pointer for the dialog per parameter. Pictures of 8 and 24 bits.
+constexpr FilterFrame ToneFrame(const char *pDialogEntry, int nParameters, const ToneRule *pRule)
+{
+    FilterFrame frame = {};
+    frame.pDialogEntry = pDialogEntry;
+    frame.nParameters = frame.nDialogPointers = nParameters;
+    frame.Describe = DescribeTone;
+    frame.nPlanBytes = sizeof(TonePlan);
+    frame.AcceptsCall = pRule->AcceptsCall;
+    frame.AcceptsEdited = pRule->AcceptsEdited;
+    frame.nAccepted = ACCEPT_8_24;
+    if (pRule->StepTotal != NULL) {
+        frame.StepTotal = pRule->StepTotal;
+    }
+    frame.pRule = pRule;
+    return frame;
+}
 
 #endif

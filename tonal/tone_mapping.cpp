@@ -11,22 +11,19 @@
 // then stays, a colour channel is black. What a dialog writes back is not checked again; a number
 // of levels for which the step is undefined or zero gives null.
 
-#include "tonal.h"
-
 #include "VexaFilter.h"
 #include "frame/intops.h"
-#include "frame/workers.h"
 #include "tone.h"
 
 #include <string.h>
 
 // ---- curves -------------------------------------------------------------------------------------
 
-static void FillContrast(const ToneChannel *pChannel, const void *pParameters, BYTE *table)
+static void FillContrast(const ToneChannel *pChannel, const void *pArguments, BYTE *table)
 {
     const int lowest = pChannel->lowest;
     const int highest = pChannel->highest;
-    (void)pParameters;
+    (void)pArguments;
     if (lowest == highest && pChannel->nChannel == CHANNEL_GRAY) {
         FillIdentity(table);
         return;
@@ -40,9 +37,9 @@ static void FillContrast(const ToneChannel *pChannel, const void *pParameters, B
     }
 }
 
-static void FillParabola(const ToneChannel *pChannel, const void *pParameters, BYTE *table)
+static void FillParabola(const ToneChannel *pChannel, const void *pArguments, BYTE *table)
 {
-    const int bInvert = *(const int *)pParameters;
+    const int bInvert = *(const int *)pArguments;
     (void)pChannel;
     for (int level = 0; level < GRAY_LEVELS; level++) {
         const double t = level * 0.0078125 - 1.0;
@@ -51,9 +48,9 @@ static void FillParabola(const ToneChannel *pChannel, const void *pParameters, B
     }
 }
 
-static void FillSolarized(const ToneChannel *pChannel, const void *pParameters, BYTE *table)
+static void FillSolarized(const ToneChannel *pChannel, const void *pArguments, BYTE *table)
 {
-    const int nThreshold = *(const int *)pParameters;
+    const int nThreshold = *(const int *)pArguments;
     const int bGray = pChannel->nChannel == CHANNEL_GRAY;
     for (int level = 0; level < GRAY_LEVELS; level++) {
         // Kept: in colour what is not above the threshold comes out black.
@@ -68,9 +65,9 @@ static int PosterizingStep(int nLevels)
     return nLevels != 1 ? (int)(255 / ((int64_t)nLevels - 1)) : 0;
 }
 
-static void FillPosterized(const ToneChannel *pChannel, const void *pParameters, BYTE *table)
+static void FillPosterized(const ToneChannel *pChannel, const void *pArguments, BYTE *table)
 {
-    const int step = PosterizingStep(*(const int *)pParameters);
+    const int step = PosterizingStep(*(const int *)pArguments);
     (void)pChannel;
     for (int level = 0; level < GRAY_LEVELS; level++) {
         const int lower = level / step * step;
@@ -79,112 +76,62 @@ static void FillPosterized(const ToneChannel *pChannel, const void *pParameters,
     }
 }
 
-static const ToneRule CONTRAST = {FACTS_EXTREMES, 1, FillContrast};
-static const ToneRule PARABOLA = {FACTS_NONE, 0, FillParabola};
-static const ToneRule SOLARIZING = {FACTS_NONE, 0, FillSolarized};
-static const ToneRule POSTERIZING = {FACTS_NONE, 0, FillPosterized};
-
-// ---- workers ------------------------------------------------------------------------------------
-
-HGLOBAL AutoContrast8(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    return ToneGray(&CONTRAST, NULL, hDib, width, height, bProgress);
-}
-
-HGLOBAL AutoContrast24(HGLOBAL hDib, int width, int height, int bProgress)
-{
-    return ToneColor(&CONTRAST, NULL, hDib, width, height, bProgress);
-}
-
-HGLOBAL ParabolaTransform8(HGLOBAL hDib, int width, int height, int bInvert, int bProgress)
-{
-    return ToneGray(&PARABOLA, &bInvert, hDib, width, height, bProgress);
-}
-
-HGLOBAL ParabolaTransform24(HGLOBAL hDib, int width, int height, int bInvert, int bProgress)
-{
-    return ToneColor(&PARABOLA, &bInvert, hDib, width, height, bProgress);
-}
-
-HGLOBAL Solarize8(HGLOBAL hDib, int width, int height, int nThreshold, int bProgress)
-{
-    return ToneGray(&SOLARIZING, &nThreshold, hDib, width, height, bProgress);
-}
-
-HGLOBAL Solarize24(HGLOBAL hDib, int width, int height, int nThreshold, int bProgress)
-{
-    return ToneColor(&SOLARIZING, &nThreshold, hDib, width, height, bProgress);
-}
-
-HGLOBAL Posterize8(HGLOBAL hDib, int width, int height, int nLevels, int bProgress)
-{
-    return ToneGray(&POSTERIZING, &nLevels, hDib, width, height, bProgress);
-}
-
-HGLOBAL Posterize24(HGLOBAL hDib, int width, int height, int nLevels, int bProgress)
-{
-    return ToneColor(&POSTERIZING, &nLevels, hDib, width, height, bProgress);
-}
-
-// ---- exports ------------------------------------------------------------------------------------
-
-enum { ACCEPT_8_24 = ACCEPT_8 | ACCEPT_24 };
+// ---- rules --------------------------------------------------------------------------------------
 
 // Loads, allocates, looks for the extremes, maps, stores.
-static int ContrastSteps(HGLOBAL hDib, int bitCount, int width, int height)
+static int ContrastSteps(int width, int height, int bGray, const void *pArguments)
 {
-    (void)hDib;
-    (void)bitCount;
+    (void)bGray;
+    (void)pArguments;
     return RoundToSteps(3 * (int64_t)height + 2 * (int64_t)width);
 }
 
-// Asked after the dialog.
+static int IsThreshold(const void *pArguments)
+{
+    const int nThreshold = *(const int *)pArguments;
+    return nThreshold >= 0 && nThreshold <= 255;
+}
+
+static int IsNumberOfLevels(const void *pArguments)
+{
+    const int nLevels = *(const int *)pArguments;
+    return nLevels >= 2 && nLevels <= 255;
+}
+
 static int HasPosterizingStep(const void *pArguments)
 {
-    return PosterizingStep(((const IntArguments *)pArguments)->nValue) != 0;
+    return PosterizingStep(*(const int *)pArguments) != 0;
 }
+
+static constexpr ToneRule CONTRAST = {FACTS_EXTREMES, 1, FillContrast, NULL, NULL, ContrastSteps};
+static constexpr ToneRule PARABOLA = {FACTS_NONE, 0, FillParabola, NULL, NULL, NULL};
+static constexpr ToneRule SOLARIZING = {FACTS_NONE, 0, FillSolarized, IsThreshold, NULL, NULL};
+static constexpr ToneRule POSTERIZING = {FACTS_NONE,         0,   FillPosterized, IsNumberOfLevels,
+                                         HasPosterizingStep, NULL};
+
+// ---- exports ------------------------------------------------------------------------------------
 
 HGLOBAL VEXAFILTER_API FilterAutoContrast(HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {"AUTOCONTRASTUI",
-                                      ACCEPT_8_24,
-                                      ContrastSteps,
-                                      NULL,
-                                      CallPlainWorker,
-                                      (AnyWorker)AutoContrast8,
-                                      (AnyWorker)AutoContrast24};
-    return RunPlainFilter(&FRAME, hDib, mode, hParent);
+    static constexpr FilterFrame FRAME = ToneFrame("AUTOCONTRASTUI", 0, &CONTRAST);
+    return RunFilter(&FRAME, hDib, {}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterParabolaTransformation(HGLOBAL hDib, UINT bInvert, UINT mode,
                                                     HWND hParent)
 {
-    static const FilterFrame FRAME = {"PARABOLAUI",
-                                      ACCEPT_8_24,
-                                      TwoPassesOverSides,
-                                      NULL,
-                                      CallSidesIntWorker,
-                                      (AnyWorker)ParabolaTransform8,
-                                      (AnyWorker)ParabolaTransform24};
-    return RunIntFilter(&FRAME, hDib, (int)bInvert, mode, hParent);
+    static constexpr FilterFrame FRAME = ToneFrame("PARABOLAUI", 1, &PARABOLA);
+    return RunFilter(&FRAME, hDib, {(int)bInvert}, mode, hParent);
 }
-
-// A parameter out of range before the dialog ends the call as a missing image does.
 
 HGLOBAL VEXAFILTER_API FilterSolarizing(HGLOBAL hDib, int nThreshold, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {
-        "SOLARIZINGUI",     ACCEPT_8_24,          TwoPassesOverSides,   NULL,
-        CallSidesIntWorker, (AnyWorker)Solarize8, (AnyWorker)Solarize24};
-    const int bInRange = nThreshold >= 0 && nThreshold <= 255;
-    return RunIntFilter(&FRAME, bInRange ? hDib : NULL, nThreshold, mode, hParent);
+    static constexpr FilterFrame FRAME = ToneFrame("SOLARIZINGUI", 1, &SOLARIZING);
+    return RunFilter(&FRAME, hDib, {nThreshold}, mode, hParent);
 }
 
 HGLOBAL VEXAFILTER_API FilterPosterizing(HGLOBAL hDib, int nLevels, UINT mode, HWND hParent)
 {
-    static const FilterFrame FRAME = {
-        "POSTERIZINGUI",    ACCEPT_8_24,           TwoPassesOverSides,    HasPosterizingStep,
-        CallSidesIntWorker, (AnyWorker)Posterize8, (AnyWorker)Posterize24};
-    const int bInRange = nLevels >= 2 && nLevels <= 255;
-    return RunIntFilter(&FRAME, bInRange ? hDib : NULL, nLevels, mode, hParent);
+    static constexpr FilterFrame FRAME = ToneFrame("POSTERIZINGUI", 1, &POSTERIZING);
+    return RunFilter(&FRAME, hDib, {nLevels}, mode, hParent);
 }

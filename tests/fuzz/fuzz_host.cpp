@@ -2,8 +2,8 @@
 
 #include "fuzz_host.h"
 
-#include "frame/dispatch.h"
 #include "frame/thread_state.h"
+#include "library/kernels.h"
 #include "platform/cpu.h"
 #include "platform/posix/headless.h"
 #include "platform/posix/testing.h"

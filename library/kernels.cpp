@@ -1,0 +1,56 @@
+// One line per table. All levels of a table give the same bytes.
+
+#include "kernels.h"
+
+#include "convolution/convolution_kernels.h"
+#include "frame/levels_kernels.h"
+#include "platform/cpu.h"
+#include "point/arithmetic_kernels.h"
+#include "statistics/adaptive_kernels.h"
+#include "statistics/mean_kernels.h"
+#include "statistics/rank_kernels.h"
+#include "tonal/tonal_kernels.h"
+
+#include <string.h>
+
+const MapKernels *g_pMapKernels = &sse2::MAP_KERNELS;
+const WeightedKernels *g_pWeightedKernels = &sse2::WEIGHTED_KERNELS;
+const MeanKernels *g_pMeanKernels = &sse2::MEAN_KERNELS;
+const ArithmeticKernels *g_pArithmeticKernels = &sse2::ARITHMETIC_KERNELS;
+const TonalKernels *g_pTonalKernels = &sse2::TONAL_KERNELS;
+const ExtremeKernels *g_pExtremeKernels = &sse2::EXTREME_KERNELS;
+const NetworkKernels *g_pNetworkKernels = &sse2::NETWORK_KERNELS;
+const HistogramKernels *g_pHistogramKernels = &sse2::HISTOGRAM_KERNELS;
+const SelectionKernels *g_pSelectionKernels = &sse2::SELECTION_KERNELS;
+const PixelMeanKernels *g_pPixelMeanKernels = &sse2::PIXEL_MEAN_KERNELS;
+const AdaptiveKernels *g_pAdaptiveKernels = &sse2::ADAPTIVE_KERNELS;
+
+const LevelNeed LEVEL_NEEDS[KERNEL_LEVELS] = {{"sse2", 0}, {"avx2", CPU_AVX2}};
+
+const KernelTable KERNEL_TABLE[KERNEL_TABLES] = {
+    {"tables of levels", &g_pMapKernels, {&sse2::MAP_KERNELS, &avx2::MAP_KERNELS}},
+    {"weighted windows", &g_pWeightedKernels, {&sse2::WEIGHTED_KERNELS, &avx2::WEIGHTED_KERNELS}},
+    {"smoothing", &g_pMeanKernels, {&sse2::MEAN_KERNELS, &avx2::MEAN_KERNELS}},
+    {"arithmetic", &g_pArithmeticKernels, {&sse2::ARITHMETIC_KERNELS, &avx2::ARITHMETIC_KERNELS}},
+    {"tonal", &g_pTonalKernels, {&sse2::TONAL_KERNELS, &avx2::TONAL_KERNELS}},
+    {"extremes", &g_pExtremeKernels, {&sse2::EXTREME_KERNELS, &avx2::EXTREME_KERNELS}},
+    {"networks", &g_pNetworkKernels, {&sse2::NETWORK_KERNELS, &avx2::NETWORK_KERNELS}},
+    {"histograms", &g_pHistogramKernels, {&sse2::HISTOGRAM_KERNELS, &avx2::HISTOGRAM_KERNELS}},
+    {"selection", &g_pSelectionKernels, {&sse2::SELECTION_KERNELS, &avx2::SELECTION_KERNELS}},
+    {"means", &g_pPixelMeanKernels, {&sse2::PIXEL_MEAN_KERNELS, &avx2::PIXEL_MEAN_KERNELS}},
+    {"adaptive", &g_pAdaptiveKernels, {&sse2::ADAPTIVE_KERNELS, &avx2::ADAPTIVE_KERNELS}},
+};
+
+void ChooseKernels(unsigned cpuFeatures)
+{
+    for (const KernelTable &table : KERNEL_TABLE) {
+        const void *pBest = table.levels[0];
+        for (int level = 1; level < KERNEL_LEVELS; level++) {
+            const unsigned needs = LEVEL_NEEDS[level].nFeatures;
+            if ((cpuFeatures & needs) == needs && table.levels[level] != NULL) {
+                pBest = table.levels[level];
+            }
+        }
+        memcpy(table.pChosen, &pBest, sizeof pBest);
+    }
+}
