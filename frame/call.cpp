@@ -285,8 +285,9 @@ static HGLOBAL RunWork(FilterCall *pCall, int *pKeepOpen)
         *pKeepOpen = pCall->source.shape.bitCount == 1;
         return NULL;
     }
-    const Worker Work = pCall->pFrame->Work != NULL ? pCall->pFrame->Work : RunDescribed;
-    const HGLOBAL hResult = Work(pCall, &picture);
+    const FilterFrame *pFrame = pCall->pFrame;
+    const HGLOBAL hResult =
+        pFrame->Work != NULL ? pFrame->Work(pCall, &picture) : RunDescribed(pCall, &picture);
     ClosePicture(&picture);
     return hResult;
 }

@@ -6,6 +6,8 @@
 
 #include "neighbourhood.h"
 
+#include <stdint.h>
+
 int ComputesNothing(const NeighbourhoodFilter *pFilter, int width, int height)
 {
     switch (pFilter->border) {

@@ -299,7 +299,7 @@ static HGLOBAL NewLikeness(const DibView *pSource, DibView *pCopy, int *pCode)
         GlobalFree(pCopy->hDib);
         return NULL;
     }
-    memcpy(pCopy->pBlock, pSource->pBlock, DIB_HEADER_BYTES);
+    memcpy(pCopy->pBlock, &pSource->header, DIB_HEADER_BYTES);
     if (p->nColors < GRAY_LEVELS) {
         ((BITMAPINFOHEADER *)(void *)pCopy->pBlock)->biClrUsed = GRAY_LEVELS;
     }
