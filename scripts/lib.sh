@@ -17,6 +17,15 @@ packages_of() {
     done < <(sed 's/#.*//' "$ROOT/scripts/packages.txt")
 }
 
+# The Debian mirror that this machine uses.
+debian_mirror() {
+    local found
+    found=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/* 2>/dev/null | sed 's/#.*//' |
+        grep -oEm1 'https?://[^ ]+/debian/?( |$)' || true)
+    [[ -n $found ]] || die "the package sources of this machine name no Debian mirror."
+    printf '%s' "${found% }"
+}
+
 # Runs a command as root: as it is where we are root already, else through sudo.
 as_root() {
     if ((EUID == 0)); then
@@ -48,9 +57,11 @@ quietly() {
     return "$status"
 }
 
-# Builds a target of a preset (see CMakePresets.json), or all of it, configuring where that is due.
+# Builds targets of a preset (see CMakePresets.json), or all of it, configuring where that is due.
 build_preset() {
     local preset=$1 folder=$ROOT/build/$1 jobs=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
+    shift
+    (($#)) || set -- all
     mkdir -p "$folder"
     (
         flock 9
@@ -58,7 +69,7 @@ build_preset() {
             note "configuring and building the $preset build ..."
             quietly cmake -S "$ROOT" --preset "$preset" || die "the $preset build cannot be configured."
         fi
-        quietly cmake --build "$folder" -j "$jobs" --target "${2:-all}" ||
+        quietly cmake --build "$folder" -j "$jobs" --target "$@" ||
             die "the $preset build failed: see the messages above."
     ) 9>"$folder/.lock"
 }
