@@ -122,7 +122,7 @@ static const struct {
 // ---- the kernels --------------------------------------------------------------------------------
 
 static void RegisterLevel(const char *pLevel, const WeightedKernels *pWeighted,
-                          const MeanKernels *pMean)
+                          const SmoothingKernels *pMean)
 {
     static const char *const LAPLACE_NAMES[LAPLACE_KERNELS] = {
         "laplace-0", "laplace-10", "laplace-1", "laplace-2", "laplace-13", "laplace-14"};
@@ -156,7 +156,7 @@ int main(int argc, char **argv)
         RegisterWholeCalls(&CONVOLUTIONS[i], "opencv", PEERS[i].Run);
     }
     RegisterOtherPeer(&CONVOLUTIONS[DIFFERENCE], "opencv-filter2D", PeerDifferenceKernel);
-    RegisterLevel("sse2", &sse2::WEIGHTED_KERNELS, &sse2::MEAN_KERNELS);
-    RegisterLevel("avx2", &avx2::WEIGHTED_KERNELS, &avx2::MEAN_KERNELS);
+    RegisterLevel("sse2", &sse2::WEIGHTED_KERNELS, &sse2::SMOOTHING_KERNELS);
+    RegisterLevel("avx2", &avx2::WEIGHTED_KERNELS, &avx2::SMOOTHING_KERNELS);
     return RunBenchmarks(bAgree, argc, argv);
 }

@@ -97,7 +97,7 @@ static int DescribeUniform(const Picture *pPicture, const FilterCall *pCall,
 {
     (void)pPicture;
     (void)pCall;
-    return Describe3x3(BORDER_MIRRORED, g_pMeanKernels->uniform, pFilter);
+    return Describe3x3(BORDER_MIRRORED, g_pSmoothingKernels->uniform, pFilter);
 }
 
 static int DescribeGauss(const Picture *pPicture, const FilterCall *pCall,
@@ -105,7 +105,7 @@ static int DescribeGauss(const Picture *pPicture, const FilterCall *pCall,
 {
     (void)pPicture;
     (void)pCall;
-    return Describe3x3(BORDER_MIRRORED, g_pMeanKernels->gauss, pFilter);
+    return Describe3x3(BORDER_MIRRORED, g_pSmoothingKernels->gauss, pFilter);
 }
 
 // ---- exports ------------------------------------------------------------------------------------

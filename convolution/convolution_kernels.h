@@ -123,7 +123,7 @@ struct WeightedKernels {
     LineKernel enhance[ENHANCE_KERNELS];
 };
 
-struct MeanKernels {
+struct SmoothingKernels {
     LineKernel uniform;
     LineKernel gauss;
 };
@@ -132,16 +132,16 @@ struct MeanKernels {
 namespace sse2
 {
 extern const WeightedKernels WEIGHTED_KERNELS;
-extern const MeanKernels MEAN_KERNELS;
+extern const SmoothingKernels SMOOTHING_KERNELS;
 }  // namespace sse2
 namespace avx2
 {
 extern const WeightedKernels WEIGHTED_KERNELS;
-extern const MeanKernels MEAN_KERNELS;
+extern const SmoothingKernels SMOOTHING_KERNELS;
 }  // namespace avx2
 
 // Chosen at attach (library/kernels); read-only afterwards.
 extern const WeightedKernels *g_pWeightedKernels;
-extern const MeanKernels *g_pMeanKernels;
+extern const SmoothingKernels *g_pSmoothingKernels;
 
 #endif

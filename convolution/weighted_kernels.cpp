@@ -7,15 +7,12 @@
 
 #include "split_weights.h"
 
+#include "frame/intops.h"
+
 namespace KERNEL_LEVEL
 {
 
 enum { ROOT_BLOCK = 1024 };  // samples between two rounds of summing again
-
-static inline BYTE Clamp(short value)
-{
-    return (BYTE)(value < 0 ? 0 : value > 255 ? 255 : value);
-}
 
 template <int FAMILY, int KERNEL>
 static void IntegerKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restrict out,
@@ -33,7 +30,7 @@ static void IntegerKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__rest
                 sum = (short)(sum + SPLIT.whole[FAMILY][KERNEL][k] * line[k / 3][k % 3 * step]);
             }
         }
-        out[i] = Clamp(sum);
+        out[i] = ClampShortToByte(sum);
     }
 }
 
@@ -56,7 +53,7 @@ static void RootKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restric
                 whole = (short)(whole + SPLIT.whole[0][DIRECTION][k] * sample);
                 root = (short)(root + SPLIT.whole[ROOT_SIGNS][DIRECTION][k] * sample);
             }
-            out[start + i] = Clamp((short)(whole + root + ((root * ROOT_FRACTION) >> 16)));
+            out[start + i] = ClampShortToByte((short)(whole + root + ((root * ROOT_FRACTION) >> 16)));
             inexact[i] = (BYTE)(root == 0 && whole > 0 && whole < 256);
         }
         size_t nAgain = 0;

@@ -1,14 +1,37 @@
-// Small integer helpers that every filter shares: clamping, row strides, step totals. They stand
-// here once; no filter has its own.
+// Small helpers that filters and kernels share: the lesser and the greater, clamping, the bits of
+// floating-point numbers, row strides, step totals. They stand here once; no file has its own. Static
+// inline throughout: a kernel source compiles them for its own instruction set.
 #ifndef FRAME_INTOPS_H
 #define FRAME_INTOPS_H
 
 #include <windows.h>
 
+#include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
+static inline size_t Least(size_t a, size_t b)
+{
+    return a < b ? a : b;
+}
+
+static inline BYTE LesserByte(BYTE a, BYTE b)
+{
+    return a < b ? a : b;
+}
+
+static inline BYTE GreaterByte(BYTE a, BYTE b)
+{
+    return a > b ? a : b;
+}
+
 static inline BYTE ClampToByte(int value)
+{
+    return (BYTE)(value < 0 ? 0 : value > 255 ? 255 : value);
+}
+
+// The same; compilers keep to the lanes of 16 bits in a loop.
+static inline BYTE ClampShortToByte(short value)
 {
     return (BYTE)(value < 0 ? 0 : value > 255 ? 255 : value);
 }
@@ -35,6 +58,20 @@ static inline uint32_t BitsOfFloat(float value)
     uint32_t bits;
     memcpy(&bits, &value, sizeof bits);
     return bits;
+}
+
+static inline uint64_t BitsOfDouble(double value)
+{
+    uint64_t bits;
+    memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+// The bytes that a run of so many takes up in whole vectors of the widest kind.
+enum { VECTOR_BYTES = 32 };
+static inline size_t WholeVectors(size_t nBytes)
+{
+    return (nBytes + VECTOR_BYTES - 1) / VECTOR_BYTES * VECTOR_BYTES;
 }
 
 // The bytes of one stored row. 64 bits wide, so that no width and depth can overflow it.

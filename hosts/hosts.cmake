@@ -5,9 +5,9 @@ set(VEXA_HOST_SOURCES
   hosts/catalogue/convolution.cpp
   hosts/catalogue/histogram.cpp
   hosts/catalogue/mask.cpp
-  hosts/catalogue/means.cpp
+  hosts/catalogue/mean.cpp
   hosts/catalogue/point.cpp
-  hosts/catalogue/ranks.cpp
+  hosts/catalogue/rank.cpp
   hosts/catalogue/tonal.cpp
   hosts/cli/batch.cpp
   hosts/cli/help.cpp

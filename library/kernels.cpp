@@ -15,7 +15,7 @@
 
 const MapKernels *g_pMapKernels = &sse2::MAP_KERNELS;
 const WeightedKernels *g_pWeightedKernels = &sse2::WEIGHTED_KERNELS;
-const MeanKernels *g_pMeanKernels = &sse2::MEAN_KERNELS;
+const SmoothingKernels *g_pSmoothingKernels = &sse2::SMOOTHING_KERNELS;
 const ArithmeticKernels *g_pArithmeticKernels = &sse2::ARITHMETIC_KERNELS;
 const TonalKernels *g_pTonalKernels = &sse2::TONAL_KERNELS;
 const ExtremeKernels *g_pExtremeKernels = &sse2::EXTREME_KERNELS;
@@ -30,7 +30,7 @@ const LevelNeed LEVEL_NEEDS[KERNEL_LEVELS] = {{"sse2", 0}, {"avx2", CPU_AVX2}};
 const KernelTable KERNEL_TABLE[KERNEL_TABLES] = {
     {"tables of levels", &g_pMapKernels, {&sse2::MAP_KERNELS, &avx2::MAP_KERNELS}},
     {"weighted windows", &g_pWeightedKernels, {&sse2::WEIGHTED_KERNELS, &avx2::WEIGHTED_KERNELS}},
-    {"smoothing", &g_pMeanKernels, {&sse2::MEAN_KERNELS, &avx2::MEAN_KERNELS}},
+    {"smoothing", &g_pSmoothingKernels, {&sse2::SMOOTHING_KERNELS, &avx2::SMOOTHING_KERNELS}},
     {"arithmetic", &g_pArithmeticKernels, {&sse2::ARITHMETIC_KERNELS, &avx2::ARITHMETIC_KERNELS}},
     {"tonal", &g_pTonalKernels, {&sse2::TONAL_KERNELS, &avx2::TONAL_KERNELS}},
     {"extremes", &g_pExtremeKernels, {&sse2::EXTREME_KERNELS, &avx2::EXTREME_KERNELS}},

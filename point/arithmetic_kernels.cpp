@@ -9,6 +9,8 @@
 
 #include "arithmetic_kernels.h"
 
+#include "frame/intops.h"
+
 namespace KERNEL_LEVEL
 {
 
@@ -77,7 +79,7 @@ static inline BYTE AddSigned(BYTE a, BYTE b)
 
 static inline BYTE Subtract(BYTE a, BYTE b)
 {
-    return (BYTE)((a > b ? a : b) - b);
+    return (BYTE)(GreaterByte(a, b) - b);
 }
 
 template <int MAXIMUM> static inline BYTE Multiply(BYTE a, BYTE b)
@@ -114,16 +116,6 @@ template <BYTE (*RULE)(BYTE, BYTE)> static inline BYTE OnHalves(BYTE a, BYTE b)
     return (BYTE)(RULE((BYTE)(a >> 4), (BYTE)(b >> 4)) << 4 | RULE(a & 15, b & 15));
 }
 
-static inline BYTE Smaller(BYTE a, BYTE b)
-{
-    return a < b ? a : b;
-}
-
-static inline BYTE Larger(BYTE a, BYTE b)
-{
-    return a > b ? a : b;
-}
-
 static inline BYTE SmallerSigned(BYTE a, BYTE b)
 {
     return Signed(a) < Signed(b) ? a : b;
@@ -155,8 +147,8 @@ const ArithmeticKernels ARITHMETIC_KERNELS = {{
     {Row<Or>, Row<Or>, Row<Or>, Row<Or>},
     {Row<Nor>, Row<Nor>, Row<Nor>, Row<Nor>},
     {Row<Xor>, Row<Xor>, Row<Xor>, Row<Xor>},
-    {Row<And>, Row<OnHalves<Smaller>>, Row<SmallerSigned>, Row<SmallerSigned>},
-    {Row<Or>, Row<OnHalves<Larger>>, Row<LargerSigned>, Row<LargerSigned>},
+    {Row<And>, Row<OnHalves<LesserByte>>, Row<SmallerSigned>, Row<SmallerSigned>},
+    {Row<Or>, Row<OnHalves<GreaterByte>>, Row<LargerSigned>, Row<LargerSigned>},
 }};
 
 }  // namespace KERNEL_LEVEL

@@ -11,17 +11,13 @@
 
 #include "adaptive_kernels.h"
 
+#include "frame/intops.h"
 #include "mean_running.h"
 
 #include <string.h>
 
 namespace KERNEL_LEVEL
 {
-
-static inline size_t Least(size_t a, size_t b)
-{
-    return a < b ? a : b;
-}
 
 // ---- MMSE ---------------------------------------------------------------------------------------
 
@@ -209,7 +205,9 @@ static void MeanNear(const BYTE *const *lines, size_t start, const TrimRule *pRu
         }
     }
     for (size_t i = 0; i < count; i++) {
-        out[i] = (BYTE)(int)((float)p->sums[i] / (float)p->counts[i]);
+        // The median is among the samples, unless the host changes the picture meanwhile: then 0.
+        const BYTE nNear = GreaterByte(p->counts[i], 1);
+        out[i] = (BYTE)(int)((float)p->sums[i] / (float)nNear);
     }
 }
 

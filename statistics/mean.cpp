@@ -33,16 +33,9 @@ static const double LARGEST_FLOAT_WHOLE = 16777216;  // up to here every whole n
 
 // ---- steps --------------------------------------------------------------------------------------
 
-static uint64_t DoubleBits(double value)
-{
-    uint64_t bits;
-    memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
 static int CellOf(double value)
 {
-    return (int)(DoubleBits(value) >> STEP_CELL_SHIFT);
+    return (int)(BitsOfDouble(value) >> STEP_CELL_SHIFT);
 }
 
 // limits: where ranks 0 to 254 end, above 0 and in ascending order.
@@ -60,7 +53,7 @@ static void MakeSteps(LevelSteps *pSteps, const double *limits, int nFlip)
         pSteps->bSlow |= nEnd == nNext;
         memset(pSteps->cells + nNext, rank, (size_t)(nEnd - nNext));
         nNext = nEnd;
-        pSteps->limits[rank] = DoubleBits(limits[rank]);
+        pSteps->limits[rank] = BitsOfDouble(limits[rank]);
     }
 }
 

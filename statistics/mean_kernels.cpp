@@ -8,6 +8,7 @@
 // Whole numbers need no order and run (mean_running.h). Where whole numbers close to the truth
 // decide most levels, mean_near_kernels.cpp comes before all this and leaves it the rest.
 
+#include "frame/intops.h"
 #include "mean_forms.h"
 #include "mean_running.h"
 
@@ -15,11 +16,6 @@
 
 namespace KERNEL_LEVEL
 {
-
-static inline size_t Least(size_t a, size_t b)
-{
-    return a < b ? a : b;
-}
 
 // ---- from sums to levels ------------------------------------------------------------------------
 
@@ -29,26 +25,19 @@ static inline BYTE TruncateToLevel(double value)
     return (BYTE)(int)(positive < 255 ? positive : 255);
 }
 
-static inline uint64_t BitsOf(double value)
-{
-    uint64_t bits;
-    memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
 // A rank that may be too low.
 static inline int CellRank(const LevelSteps *pSteps, double value)
 {
     const double above = value > pSteps->dLeast ? value : pSteps->dLeast;
     const double inside = above < pSteps->dMost ? above : pSteps->dMost;
-    return pSteps->cells[(int)(BitsOf(inside) >> STEP_CELL_SHIFT) - pSteps->nFirstCell];
+    return pSteps->cells[(int)(BitsOfDouble(inside) >> STEP_CELL_SHIFT) - pSteps->nFirstCell];
 }
 
 static void SlowSteps(const LevelSteps *pSteps, const double *values, BYTE *out, size_t count)
 {
     for (size_t i = 0; i < count; i++) {
         int rank = CellRank(pSteps, values[i]);
-        while (BitsOf(values[i]) >= pSteps->limits[rank]) {
+        while (BitsOfDouble(values[i]) >= pSteps->limits[rank]) {
             rank++;
         }
         out[i] = (BYTE)(values[i] == 0 ? 0 : rank ^ pSteps->nFlip);
@@ -60,7 +49,7 @@ static void FastSteps(const LevelSteps *pSteps, const double *__restrict values,
 {
     for (size_t i = 0; i < count; i++) {
         int rank = CellRank(pSteps, values[i]);
-        rank += BitsOf(values[i]) >= pSteps->limits[rank];
+        rank += BitsOfDouble(values[i]) >= pSteps->limits[rank];
         out[i] = (BYTE)(rank ^ pSteps->nFlip);
     }
 }
@@ -172,7 +161,7 @@ struct OrderedLayout {
 static size_t Place(OrderedLayout *pLayout, size_t count, size_t size)
 {
     const size_t at = pLayout->nBytes;
-    pLayout->nBytes += (count * size + 31) / 32 * 32;
+    pLayout->nBytes += WholeVectors(count * size);
     return at;
 }
 
@@ -197,7 +186,7 @@ static OrderedLayout LayOut(const MeanRule *pRule, size_t nSamples, size_t step)
     const size_t nColumns = (size_t)pRule->nColumns;
     layout.nSamples = nSamples;
     layout.nBlock = RunningBlock(nColumns, step);
-    layout.nBytes = (sizeof(OrderedState) + 31) / 32 * 32;
+    layout.nBytes = WholeVectors(sizeof(OrderedState));
     for (int s = 0; s < 2; s++) {
         layout.spares[s] = Place(&layout, RunningSpare(nColumns, step), sizeof(int32_t));
         layout.sums[s] = Place(&layout, layout.nBlock, sizeof(double));

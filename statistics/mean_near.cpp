@@ -17,8 +17,9 @@
 
 #include "mean_near.h"
 
+#include "frame/intops.h"
+
 #include <math.h>
-#include <string.h>
 
 enum {
     SHORT_BITS = 31,
@@ -27,6 +28,18 @@ enum {
     MOST_SAMPLES = 1 << 20,
     MOST_ROUNDED_SAMPLES = 1 << 14
 };
+
+// Of what one zero is worth: a window without zeros comes to MOST_WITHOUT_ZERO at the most, errors
+// included, and one with a zero to 1 or more. The limit between them must keep its place when it is
+// rounded to a float, which moves it by less than 2^-24; half a percent on either side is far more
+// than that, and costs a hundredth of the resolution.
+static const double MOST_WITHOUT_ZERO = 0.99, ZERO_LIMIT = 0.995;
+
+// Of what one zero is worth, a contra-harmonic mean's lower sum without zeros comes to that share at
+// the most. With a zero the quotient is then no more than that share (the upper sum of falling terms
+// is at most the number of samples): below 1 and level 0, whatever the errors, which are below 2^-13.
+// Any share from there up to 1 less the errors would do.
+static const double LOWER_SHARE = 0.4;
 
 // A sum of terms as a step function. Rank r certainly holds below lows[r] and no more above
 // highs[r]; where both are equal and the terms whole, from there on. With bZeroEnds, rank 254 ends
@@ -92,19 +105,15 @@ static void ScaleTerms(NearSum *pNear, int s, const double *terms, double dScale
     pNear->shortMost[s] = pNear->bShort ? (int32_t)dCut : 0;
 }
 
-static int32_t BitsOfFloat(double value)
+// Floats above 0 and their bits are in the same order.
+static int32_t FloatIndex(double value)
 {
-    const float narrow = (float)value;
-    int32_t bits;
-    memcpy(&bits, &narrow, sizeof bits);
-    return bits;
+    return (int32_t)BitsOfFloat((float)value);
 }
 
-static float FloatOfBits(int32_t bits)
+static double FloatAt(int32_t index)
 {
-    float value;
-    memcpy(&value, &bits, sizeof value);
-    return value;
+    return (double)FloatOfBits((uint32_t)index);
 }
 
 // Where a rank ends, in the bits of floats: not before first, and certainly at end. Numbers keep
@@ -150,18 +159,18 @@ static int FillCells(NearSum *pNear, const Zone *zones, double dMostOpen)
     const int32_t least = ((zones[0].first >> NEAR_CELL_SHIFT) - 1) * NEAR_CELL_SIZE;
     int nNext = 1;
     pNear->nFirstBits = least;
-    pNear->fLeast = FloatOfBits(least);
+    pNear->fLeast = (float)FloatAt(least);
     pNear->cells[0] = Entry(0, NEAR_CELL_SIZE, 0);
     for (int rank = 0; rank < GRAY_LEVELS - 1; rank++) {
-        const double before = rank > 0 ? FloatOfBits(zones[rank - 1].first) : 0;
-        const double first = FloatOfBits(zones[rank].first), end = FloatOfBits(zones[rank].end);
+        const double before = rank > 0 ? FloatAt(zones[rank - 1].first) : 0;
+        const double first = FloatAt(zones[rank].first), end = FloatAt(zones[rank].end);
         nNext = FillRank(pNear, nNext, rank, &zones[rank]);
         if (nNext == 0 || end - first > dMostOpen * (first - before)) {
             return 0;
         }
     }
     pNear->cells[nNext] = Entry(GRAY_LEVELS - 1, NEAR_CELL_SIZE, 0);
-    pNear->fMost = FloatOfBits(least + nNext * NEAR_CELL_SIZE);
+    pNear->fMost = (float)FloatAt(least + nNext * NEAR_CELL_SIZE);
     return 1;
 }
 
@@ -173,8 +182,8 @@ static int FitSteps(MeanRule *pRule, NearSum *pNear, const StepSource *pSource, 
     const int bExact = IsExact(pSource);
     const double error = bExact ? 0 : UnitError(pRule->dSamples);
     const double dCut = pSource->bZeroEnds ? floor((dRoom - 1) / LongerSide(pRule)) : dRoom;
-    const double dScale = bExact ? 1 : (0.99 * dCut - 2 * error) / pSource->dMost;
-    if (!(dScale > 0) || pSource->dMost * dScale > 0.99 * dCut) {
+    const double dScale = bExact ? 1 : (MOST_WITHOUT_ZERO * dCut - 2 * error) / pSource->dMost;
+    if (!(dScale > 0) || pSource->dMost * dScale > MOST_WITHOUT_ZERO * dCut) {
         return 0;
     }
     pNear->nSums = 1;
@@ -185,14 +194,14 @@ static int FitSteps(MeanRule *pRule, NearSum *pNear, const StepSource *pSource, 
         const double low = pSource->lows[rank] * dScale - error;
         const double high = pSource->highs[rank] * dScale + error;
         const int bCertain = low == high;  // exact, and floats hold it
-        zones[rank].first = BitsOfFloat(bCertain ? ceil(low) : low);
-        zones[rank].end = bCertain ? zones[rank].first : BitsOfFloat(high) + 1;
+        zones[rank].first = FloatIndex(bCertain ? ceil(low) : low);
+        zones[rank].end = bCertain ? zones[rank].first : FloatIndex(high) + 1;
         if (!(low >= 1)) {
             return 0;
         }
     }
     if (pSource->bZeroEnds) {
-        zones[GRAY_LEVELS - 2].first = zones[GRAY_LEVELS - 2].end = BitsOfFloat(0.995 * dCut);
+        zones[GRAY_LEVELS - 2].first = zones[GRAY_LEVELS - 2].end = FloatIndex(ZERO_LIMIT * dCut);
     }
     if (!FillCells(pNear, zones, dMostOpen)) {
         return 0;
@@ -307,12 +316,12 @@ static void MakeInverseNear(MeanRule *pRule, NearSum *pNear)
     FitBestSteps(pRule, pNear, &source, MOST_OPEN_OF_ROUNDED);
 }
 
-// A zero sample makes the lower sum so large that the quotient is below 1.
+// Scales for terms that fall, each to the room that its sum has.
 static double ScaleFalling(MeanRule *pRule, NearSum *pNear)
 {
     const double dRoom = ldexp(1, SUM_BITS);
     const double dCut = floor(dRoom / LongerSide(pRule));
-    const double scales[2] = {dRoom / pRule->dSamples, 0.4 * dCut / pRule->dSamples};
+    const double scales[2] = {dRoom / pRule->dSamples, LOWER_SHARE * dCut / pRule->dSamples};
     double error = 0;
     pNear->bShort = 0;
     ScaleTerms(pNear, 0, pRule->sums[0].terms, scales[0], 0);

@@ -7,6 +7,7 @@
 // together sample by sample. Where they are many (flat areas lie exactly on a limit of some means)
 // the whole block is put together in order, its pixels side by side.
 
+#include "frame/intops.h"
 #include "mean_forms.h"
 #include "mean_running.h"
 
@@ -19,11 +20,6 @@ enum {
     NEAR_BLOCK = 256,
     MOST_BLOCK_ROWS = 64  // of windows whose blocks are put together in order
 };
-
-static inline size_t Least(size_t a, size_t b)
-{
-    return a < b ? a : b;
-}
 
 // ---- memory -------------------------------------------------------------------------------------
 
@@ -40,7 +36,7 @@ struct NearLayout {
 static size_t Place(size_t *pNext, size_t count)
 {
     const size_t at = *pNext;
-    *pNext += (count * sizeof(double) + 31) / 32 * 32;
+    *pNext += WholeVectors(count * sizeof(double));
     return at;
 }
 

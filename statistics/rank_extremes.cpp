@@ -19,6 +19,8 @@
 
 #include "rank_kernels.h"
 
+#include "frame/intops.h"
+
 #include <string.h>
 
 namespace KERNEL_LEVEL
@@ -28,7 +30,7 @@ enum { LOWEST, GREATEST };
 
 template <int EXTREME> static inline BYTE Pick(BYTE a, BYTE b)
 {
-    return EXTREME == GREATEST ? (a < b ? b : a) : (a < b ? a : b);
+    return EXTREME == GREATEST ? GreaterByte(a, b) : LesserByte(a, b);
 }
 
 template <int EXTREME>
@@ -55,11 +57,6 @@ enum { COLUMN_ROW, EVEN_ROW, ODD_ROW, RESULT_ROW, UPPER_ROW, FIRST_BLOCK_ROW };
 static int StateRows(int nSize)
 {
     return FIRST_BLOCK_ROW + (nSize > MOST_DIRECT_SIZE ? nSize : 0);
-}
-
-static size_t WholeVectors(size_t count)
-{
-    return (count + 31) / 32 * 32;
 }
 
 static BYTE *StateRow(ExtremeState *pState, int row)

@@ -15,6 +15,7 @@
 //
 // Rows of sorted lists stay in the first-level cache: a line is worked on in blocks.
 
+#include "frame/intops.h"
 #include "rank_kernels.h"
 #include "sorting_networks.h"
 
@@ -24,35 +25,18 @@ namespace KERNEL_LEVEL
 {
 
 enum {
-    VECTOR = 32,
-    BLOCK = 320,             // samples of a line; a multiple of VECTOR
-    STRIDE = BLOCK + VECTOR  // from one row of sorted samples to the next
+    BLOCK = 320,                   // samples of a line; whole vectors
+    STRIDE = BLOCK + VECTOR_BYTES  // from one row of sorted samples to the next
 };
 
-// Whole vectors only between the first step and the last: the rows have room for them.
-static inline size_t WholeVectors(size_t count)
-{
-    return (count + VECTOR - 1) / VECTOR * VECTOR;
-}
-
 #define INLINE static inline __attribute__((always_inline))
-
-INLINE BYTE Lower(BYTE a, BYTE b)
-{
-    return a < b ? a : b;
-}
-
-INLINE BYTE Greater(BYTE a, BYTE b)
-{
-    return a < b ? b : a;
-}
 
 INLINE void Order(BYTE &low, BYTE &high)
 {
     const BYTE a = low;
     const BYTE b = high;
-    low = Lower(a, b);
-    high = Greater(a, b);
+    low = LesserByte(a, b);
+    high = GreaterByte(a, b);
 }
 
 template <const Network &NETWORK, int PAIR = 0> INLINE void RunNetwork(BYTE *samples)
@@ -144,9 +128,9 @@ INLINE void PickRank(const BYTE *samples, const BYTE *y, BYTE &best)
                 greater = samples[NETWORK.order.at[I - 1]];
             }
             if constexpr (I < RANK) {
-                greater = Greater(greater, y[(RANK - I - 1) * STRIDE]);
+                greater = GreaterByte(greater, y[(RANK - I - 1) * STRIDE]);
             }
-            best = Lower(best, greater);
+            best = LesserByte(best, greater);
         }
         PickRank<NETWORK, SECOND, RANK, I + 1>(samples, y, best);
     }
@@ -255,8 +239,8 @@ static void Median3(void *pState, const NeighbourhoodFilter *pFilter, const BYTE
         Order(c[1], b[2]);  // c[0] and c[1], the third and fourth in either order
         Order(c[0], c[1]);
         BYTE best = c[1];
-        best = Lower(best, Greater(a[0], c[0]));
-        best = Lower(best, Greater(a[1], b[1]));
+        best = LesserByte(best, GreaterByte(a[0], c[0]));
+        best = LesserByte(best, GreaterByte(a[1], b[1]));
         out[i] = best;
     }
 }

@@ -265,7 +265,7 @@ TEST(CommandLine, ExistingFilesAreReplacedOrKept)
 static int g_nCancelled;
 
 // Ctrl-C just as the filter begins.
-static HGLOBAL RunInterrupted(const FilterCall *call)
+static HGLOBAL RunInterrupted(const CatalogueCall *call)
 {
     Interrupt();
     HGLOBAL hResult = FilterGauss(call->pImages[0], call->mode, call->hParent);

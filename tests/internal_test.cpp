@@ -30,11 +30,11 @@ struct Level {
     const char *pName;
     unsigned nFeature;
     const WeightedKernels *pWeighted;
-    const MeanKernels *pMean;
+    const SmoothingKernels *pMean;
 };
 
-static const Level LEVELS[] = {{"sse2", 0, &sse2::WEIGHTED_KERNELS, &sse2::MEAN_KERNELS},
-                               {"avx2", CPU_AVX2, &avx2::WEIGHTED_KERNELS, &avx2::MEAN_KERNELS}};
+static const Level LEVELS[] = {{"sse2", 0, &sse2::WEIGHTED_KERNELS, &sse2::SMOOTHING_KERNELS},
+                               {"avx2", CPU_AVX2, &avx2::WEIGHTED_KERNELS, &avx2::SMOOTHING_KERNELS}};
 
 struct KernelCase {
     LineKernel Kernel;
@@ -182,10 +182,10 @@ TEST(Kernels, TheStrongestSupportedLevelIsChosen)
     for (const Level &level : LEVELS) {
         ChooseKernels(0);
         g_pWeightedKernels = &sse2::WEIGHTED_KERNELS;
-        g_pMeanKernels = &sse2::MEAN_KERNELS;
+        g_pSmoothingKernels = &sse2::SMOOTHING_KERNELS;
         ChooseKernels(level.nFeature);
         EXPECT_EQ(level.pWeighted, g_pWeightedKernels) << level.pName;
-        EXPECT_EQ(level.pMean, g_pMeanKernels) << level.pName;
+        EXPECT_EQ(level.pMean, g_pSmoothingKernels) << level.pName;
     }
     ChooseKernels(DetectCpuFeatures());
 }

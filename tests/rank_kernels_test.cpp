@@ -1,7 +1,7 @@
 // The fast forms of the rank filters at every level of the processor, against sorting.
 
 #include "picture.h"
-#include "reference/ranks.h"
+#include "reference/rank.h"
 
 #include "platform/cpu.h"
 #include "statistics/rank_kernels.h"

@@ -1,7 +1,7 @@
 // The rank filters: small pictures by hand, then every filter against the plain definition, then
 // what the exports refuse, fail on and show their dialogs.
 
-#include "reference/ranks.h"
+#include "reference/rank.h"
 #include "reference/windows.h"
 #include "window_calls.h"
 

@@ -23,7 +23,7 @@ vexa_add_tests(vexafilter_tests
   tests/window_calls.cpp
   tests/reference/reference.cpp
   tests/reference/histogram.cpp
-  tests/reference/ranks.cpp
+  tests/reference/rank.cpp
   tests/reference/tonal.cpp
   tests/reference/windows.cpp
   tests/frame_test.cpp
@@ -60,7 +60,7 @@ vexa_add_tests(vexafilter_internal_tests
   tests/levels_test.cpp
   tests/mean_levels_test.cpp
   tests/rank_kernels_test.cpp
-  tests/reference/ranks.cpp
+  tests/reference/rank.cpp
   tests/picture.cpp
   tests/reference/reference.cpp)
 target_link_libraries(vexafilter_internal_tests PRIVATE gtest ${VEXA_PARTS} ${VEXA_KERNELS})

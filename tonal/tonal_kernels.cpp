@@ -3,18 +3,10 @@
 
 #include "tonal_kernels.h"
 
+#include "frame/intops.h"
+
 namespace KERNEL_LEVEL
 {
-
-static inline BYTE Lesser(BYTE a, BYTE b)
-{
-    return a < b ? a : b;
-}
-
-static inline BYTE Greater(BYTE a, BYTE b)
-{
-    return a > b ? a : b;
-}
 
 static void FindExtremes(const BYTE *src, size_t count, BYTE *__restrict lowest,
                          BYTE *__restrict highest)
@@ -22,13 +14,13 @@ static void FindExtremes(const BYTE *src, size_t count, BYTE *__restrict lowest,
     size_t start = 0;
     for (; start + EXTREME_LANES <= count; start += EXTREME_LANES) {
         for (size_t i = 0; i < EXTREME_LANES; i++) {
-            lowest[i] = Lesser(lowest[i], src[start + i]);
-            highest[i] = Greater(highest[i], src[start + i]);
+            lowest[i] = LesserByte(lowest[i], src[start + i]);
+            highest[i] = GreaterByte(highest[i], src[start + i]);
         }
     }
     for (size_t i = 0; start + i < count; i++) {
-        lowest[i] = Lesser(lowest[i], src[start + i]);
-        highest[i] = Greater(highest[i], src[start + i]);
+        lowest[i] = LesserByte(lowest[i], src[start + i]);
+        highest[i] = GreaterByte(highest[i], src[start + i]);
     }
 }
 
@@ -36,7 +28,7 @@ static inline void AbsoluteDifference(const BYTE *a, const BYTE *b, BYTE *__rest
                                       size_t count)
 {
     for (size_t i = 0; i < count; i++) {
-        out[i] = (BYTE)(Greater(a[i], b[i]) - Lesser(a[i], b[i]));
+        out[i] = (BYTE)(GreaterByte(a[i], b[i]) - LesserByte(a[i], b[i]));
     }
 }
 

@@ -2,8 +2,8 @@
 //
 //   scene.png         a drawn landscape
 //   convolution.png   before and after: the scene, sharpened, blurred, and two edge images
-//   ranks.png         the scene with specks, and the rank filters
-//   means.png         the scene with grain, and the mean and adaptive filters
+//   rank.png         the scene with specks, and the rank filters
+//   mean.png         the scene with grain, and the mean and adaptive filters
 //
 // Build the target docs_pictures and run it with the folder to write to.
 
@@ -214,7 +214,7 @@ static int SaveRanks(HGLOBAL hScene, const char *folder)
         Paste(hSheet, FilterAlphaTrimmedMean(hNoisy, 5, 8, 0, NULL), 2, 1);
         Paste(hSheet, FilterWeightedMedian(hNoisy, NULL, 0, NULL), 3, 1);
         Paste(hSheet, hNoisy, 0, 0);
-        bSaved = Save(hSheet, folder, "ranks.png");
+        bSaved = Save(hSheet, folder, "rank.png");
     }
     GlobalFree(hSheet);
     return bSaved;
@@ -234,7 +234,7 @@ static int SaveMeans(HGLOBAL hScene, const char *folder)
         Paste(hSheet, FilterAdaptiveDWMTM(hNoisy, 3, 5, 45, 0, NULL), 2, 1);
         Paste(hSheet, FilterAdaptiveMMSE(hNoisy, 5, 360, 0, NULL), 3, 1);
         Paste(hSheet, hNoisy, 0, 0);
-        bSaved = Save(hSheet, folder, "means.png");
+        bSaved = Save(hSheet, folder, "mean.png");
     }
     GlobalFree(hSheet);
     return bSaved;

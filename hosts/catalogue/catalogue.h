@@ -62,7 +62,7 @@ static const int FILTER_IMAGES_MOST = 2;
 static const unsigned DEPTH_1 = 1, DEPTH_4 = 2, DEPTH_8 = 4, DEPTH_24 = 8;
 
 // pImages and pValues are in the order of the row. The result is what the export returns.
-struct FilterCall {
+struct CatalogueCall {
     const HGLOBAL *pImages;
     const ParameterValue *pValues;
     UINT mode;
@@ -80,7 +80,7 @@ struct CatalogueFilter {
     unsigned nDepths;  // what the export accepts
     const FilterParameter *pParameters;
     size_t nParameters;
-    HGLOBAL (*Run)(const FilterCall *call);
+    HGLOBAL (*Run)(const CatalogueCall *call);
 };
 
 struct CatalogueFamily {
@@ -137,7 +137,7 @@ extern const CatalogueFamily CONVOLUTION_FAMILY;
 extern const CatalogueFamily POINT_FAMILY;
 extern const CatalogueFamily TONAL_FAMILY;
 extern const CatalogueFamily HISTOGRAM_FAMILY;
-extern const CatalogueFamily MEANS_FAMILY;
-extern const CatalogueFamily RANKS_FAMILY;
+extern const CatalogueFamily MEAN_FAMILY;
+extern const CatalogueFamily RANK_FAMILY;
 
 #endif

@@ -39,27 +39,27 @@ static const FilterParameter GRADIENT_PARAMETERS[] = {
      GRADIENT_KERNELS, std::size(GRADIENT_KERNELS)},
 };
 
-static HGLOBAL RunLaplace(const FilterCall *call)
+static HGLOBAL CallLaplace(const CatalogueCall *call)
 {
     return FilterLaplace(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunGradient(const FilterCall *call)
+static HGLOBAL CallGradient(const CatalogueCall *call)
 {
     return FilterGradient(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunEnhance(const FilterCall *call)
+static HGLOBAL CallEnhance(const CatalogueCall *call)
 {
     return FilterEnhance(call->pImages[0], call->mode, call->hParent);
 }
 
-static HGLOBAL RunUniform(const FilterCall *call)
+static HGLOBAL CallUniform(const CatalogueCall *call)
 {
     return FilterUniform(call->pImages[0], call->mode, call->hParent);
 }
 
-static HGLOBAL RunGauss(const FilterCall *call)
+static HGLOBAL CallGauss(const CatalogueCall *call)
 {
     return FilterGauss(call->pImages[0], call->mode, call->hParent);
 }
@@ -73,18 +73,18 @@ static const char EDGE_DETAILS[] =
 
 static const CatalogueFilter FILTERS[] = {
     {"laplace", "FilterLaplace", KERNEL_ARGUMENTS, "LaplaceUI", "finds edges by second differences",
-     EDGE_DETAILS, 1, DEPTHS, LAPLACE_PARAMETERS, std::size(LAPLACE_PARAMETERS), RunLaplace},
+     EDGE_DETAILS, 1, DEPTHS, LAPLACE_PARAMETERS, std::size(LAPLACE_PARAMETERS), CallLaplace},
     {"gradient", "FilterGradient", KERNEL_ARGUMENTS, "GradientUI",
      "finds edges that face one direction", EDGE_DETAILS, 1, DEPTHS, GRADIENT_PARAMETERS,
-     std::size(GRADIENT_PARAMETERS), RunGradient},
+     std::size(GRADIENT_PARAMETERS), CallGradient},
     {"enhance", "FilterEnhance", PLAIN_ARGUMENTS, "EnhanceUI", "sharpens",
-     "Five times the pixel less its four neighbours.", 1, DEPTHS, nullptr, 0, RunEnhance},
+     "Five times the pixel less its four neighbours.", 1, DEPTHS, nullptr, 0, CallEnhance},
     {"uniform", "FilterUniform", PLAIN_ARGUMENTS, "UniformUI",
      "blurs with the mean of 3 x 3 pixels", "The picture is mirrored at its edges.", 1, DEPTHS,
-     nullptr, 0, RunUniform},
+     nullptr, 0, CallUniform},
     {"gauss", "FilterGauss", PLAIN_ARGUMENTS, "GaussUI",
      "blurs with a 3 x 3 Gaussian (1 2 1, 2 4 2, 1 2 1)", "The picture is mirrored at its edges.",
-     1, DEPTHS, nullptr, 0, RunGauss},
+     1, DEPTHS, nullptr, 0, CallGauss},
 };
 
 const CatalogueFamily CONVOLUTION_FAMILY = {"convolution", "Convolution with 3 x 3 kernels",

@@ -24,37 +24,37 @@ static const FilterParameter THRESHOLD_PARAMETERS[] = {
      0},
 };
 
-static HGLOBAL RunSlide(const FilterCall *call)
+static HGLOBAL CallSlide(const CatalogueCall *call)
 {
     const ParameterValue *p = call->pValues;
     return HistDIBSlide(call->pImages[0], UINT(p[0].nValue), UINT(p[1].nValue), p[2].nValue,
                         call->mode, call->hParent);
 }
 
-static HGLOBAL RunStretch(const FilterCall *call)
+static HGLOBAL CallStretch(const CatalogueCall *call)
 {
     const ParameterValue *p = call->pValues;
     return HistDIBStretch(call->pImages[0], UINT(p[0].nValue), UINT(p[1].nValue),
                           float(p[2].dValue), call->mode, call->hParent);
 }
 
-static HGLOBAL RunThreshold(const FilterCall *call)
+static HGLOBAL CallThreshold(const CatalogueCall *call)
 {
     return HistDIBThreshold(call->pImages[0], UINT(call->pValues[0].nValue), call->mode,
                             call->hParent);
 }
 
-static HGLOBAL RunComplement(const FilterCall *call)
+static HGLOBAL CallComplement(const CatalogueCall *call)
 {
     return HistDIBComplement(call->pImages[0], call->mode, call->hParent);
 }
 
-static HGLOBAL RunModify(const FilterCall *call)
+static HGLOBAL CallModify(const CatalogueCall *call)
 {
     return HistDIBModify(call->pImages[0], call->mode, call->hParent);
 }
 
-static HGLOBAL RunEqualization(const FilterCall *call)
+static HGLOBAL CallEqualization(const CatalogueCall *call)
 {
     return HistDIBEqualization(call->pImages[0], call->mode, call->hParent);
 }
@@ -69,22 +69,22 @@ static const CatalogueFilter FILTERS[] = {
     {"slide", "HistDIBSlide",
      "HGLOBAL hDib, UINT low, UINT high, int shift, UINT mode, HWND hParent", "HistSlideUI",
      "adds to the darker values", VALUES, 1, DEPTHS, SLIDE_PARAMETERS, std::size(SLIDE_PARAMETERS),
-     RunSlide},
+     CallSlide},
     {"stretch", "HistDIBStretch",
      "HGLOBAL hDib, UINT low, UINT high, float factor, UINT mode, HWND hParent", "HistStretchUI",
      "multiplies the darker values", VALUES, 1, DEPTHS, STRETCH_PARAMETERS,
-     std::size(STRETCH_PARAMETERS), RunStretch},
+     std::size(STRETCH_PARAMETERS), CallStretch},
     {"threshold", "HistDIBThreshold", "HGLOBAL hDib, UINT threshold, UINT mode, HWND hParent",
      "ThresholdUI", "makes everything black or white", VALUES, 1, DEPTHS, THRESHOLD_PARAMETERS,
-     std::size(THRESHOLD_PARAMETERS), RunThreshold},
+     std::size(THRESHOLD_PARAMETERS), CallThreshold},
     {"complement", "HistDIBComplement", PLAIN_ARGUMENTS, "HistTransformUI", "makes a negative",
-     VALUES, 1, DEPTH_1 | DEPTHS, nullptr, 0, RunComplement},
+     VALUES, 1, DEPTH_1 | DEPTHS, nullptr, 0, CallComplement},
     {"modify", "HistDIBModify", PLAIN_ARGUMENTS, "HistTransformUI",
      "spreads the values by how often they occur, the dark ones most", VALUES, 1, DEPTHS, nullptr,
-     0, RunModify},
+     0, CallModify},
     {"equalize", "HistDIBEqualization", PLAIN_ARGUMENTS, "HistTransformUI",
      "spreads the values by how often they occur, evenly", VALUES, 1, DEPTHS, nullptr, 0,
-     RunEqualization},
+     CallEqualization},
 };
 
 const CatalogueFamily HISTOGRAM_FAMILY = {"histogram", "Histogram transforms", FILTERS,

@@ -53,13 +53,13 @@ static const FilterParameter BRIGHTNESS_PARAMETERS[] = {
     {"brightness", PARAMETER_INTEGER, -255, 255, 0, "Added to every level.", nullptr, 0},
 };
 
-static HGLOBAL RunArithmetic(const FilterCall *call)
+static HGLOBAL CallArithmetic(const CatalogueCall *call)
 {
     return ArithmeticDIB(call->pValues[0].nValue, call->pImages[0], call->pImages[1], call->mode,
                          call->hParent);
 }
 
-static HGLOBAL RunArithmeticConst(const FilterCall *call)
+static HGLOBAL CallArithmeticConst(const CatalogueCall *call)
 {
     return ArithmeticDIBConst(call->pValues[0].nValue, call->pImages[0], call->pValues[1].nValue,
                               call->mode, call->hParent);
@@ -128,7 +128,7 @@ static bool CountPicture(HGLOBAL hDib, HGLOBAL hHistogram)
     return error == 0;
 }
 
-static HGLOBAL RunBrightness(const FilterCall *call)
+static HGLOBAL CallBrightness(const CatalogueCall *call)
 {
     HGLOBAL hHistogram = ComputeHistogram(nullptr, LUT_CREATE, nullptr, nullptr, nullptr);
     HGLOBAL hTable = ComputeLUT(nullptr, LUT_CREATE, nullptr, 0, 0, nullptr);
@@ -155,16 +155,16 @@ static const CatalogueFilter FILTERS[] = {
     {"arithmetic", "ArithmeticDIB",
      "int nOperation, HGLOBAL hFirst, HGLOBAL hSecond, UINT mode, HWND hParent", "ARITHUI",
      "combines two pictures of the same size and depth", SIGNED_DETAILS, 2, ALL_DEPTHS,
-     PAIR_PARAMETERS, std::size(PAIR_PARAMETERS), RunArithmetic},
+     PAIR_PARAMETERS, std::size(PAIR_PARAMETERS), CallArithmetic},
     {"arithmetic-const", "ArithmeticDIBConst",
      "int nOperation, HGLOBAL hImage, int nConstant, UINT mode, HWND hParent", "ARITHCONSTUI",
      "combines a picture with a constant", SIGNED_DETAILS, 1, ALL_DEPTHS, CONSTANT_PARAMETERS,
-     std::size(CONSTANT_PARAMETERS), RunArithmeticConst},
+     std::size(CONSTANT_PARAMETERS), CallArithmeticConst},
     {"brightness", "ApplyLUT", "HGLOBAL hDib, HGLOBAL hTable, int bMakeCopy, int *pError", nullptr,
      "changes brightness and contrast about the picture's mean",
      "The result is gray. Made by ComputeHistogram, moved over the whole picture, ComputeLUT and "
      "ApplyLUT.",
-     1, DEPTH_8, BRIGHTNESS_PARAMETERS, std::size(BRIGHTNESS_PARAMETERS), RunBrightness},
+     1, DEPTH_8, BRIGHTNESS_PARAMETERS, std::size(BRIGHTNESS_PARAMETERS), CallBrightness},
 };
 
 const CatalogueFamily POINT_FAMILY = {"point", "Point operations", FILTERS, std::size(FILTERS)};

@@ -54,40 +54,40 @@ static const FilterParameter DIFFERENCE_PARAMETERS[] = {
      DIRECTIONS, std::size(DIRECTIONS)},
 };
 
-static HGLOBAL RunAutoContrast(const FilterCall *call)
+static HGLOBAL CallAutoContrast(const CatalogueCall *call)
 {
     return FilterAutoContrast(call->pImages[0], call->mode, call->hParent);
 }
 
-static HGLOBAL RunParabola(const FilterCall *call)
+static HGLOBAL CallParabola(const CatalogueCall *call)
 {
     return FilterParabolaTransformation(call->pImages[0], UINT(call->pValues[0].nValue), call->mode,
                                         call->hParent);
 }
 
-static HGLOBAL RunSolarizing(const FilterCall *call)
+static HGLOBAL CallSolarizing(const CatalogueCall *call)
 {
     return FilterSolarizing(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunPosterizing(const FilterCall *call)
+static HGLOBAL CallPosterizing(const CatalogueCall *call)
 {
     return FilterPosterizing(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunLevels(const FilterCall *call)
+static HGLOBAL CallLevels(const CatalogueCall *call)
 {
     const ParameterValue *p = call->pValues;
     return FilterLevels(call->pImages[0], p[0].nValue, p[1].nValue, p[2].nValue, p[3].nValue,
                         p[4].nValue, p[5].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunAutoLevels(const FilterCall *call)
+static HGLOBAL CallAutoLevels(const CatalogueCall *call)
 {
     return FilterAutoLevels(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunDifference(const FilterCall *call)
+static HGLOBAL CallDifference(const CatalogueCall *call)
 {
     return FilterDifference(call->pImages[0], UINT(call->pValues[0].nValue), call->mode,
                             call->hParent);
@@ -100,36 +100,36 @@ static const CatalogueFilter FILTERS[] = {
      "AUTOCONTRASTUI", "stretches the levels to the whole range from black to white",
      "A colour picture is stretched channel by channel; a channel of a single level comes out "
      "black.",
-     1, DEPTHS, nullptr, 0, RunAutoContrast},
+     1, DEPTHS, nullptr, 0, CallAutoContrast},
     {"parabola", "FilterParabolaTransformation",
      "HGLOBAL hDib, UINT bInvert, UINT mode, HWND hParent", "PARABOLAUI",
      "makes mid-gray black and both ends bright", "Like solarizing, with a smooth curve.", 1,
-     DEPTHS, PARABOLA_PARAMETERS, std::size(PARABOLA_PARAMETERS), RunParabola},
+     DEPTHS, PARABOLA_PARAMETERS, std::size(PARABOLA_PARAMETERS), CallParabola},
     {"solarize", "FilterSolarizing", "HGLOBAL hDib, int nThreshold, UINT mode, HWND hParent",
      "SOLARIZINGUI", "inverts what is brighter than a threshold",
      "The rest of a gray picture stays as it is; in a colour picture it becomes black, channel by "
      "channel.",
-     1, DEPTHS, SOLARIZING_PARAMETERS, std::size(SOLARIZING_PARAMETERS), RunSolarizing},
+     1, DEPTHS, SOLARIZING_PARAMETERS, std::size(SOLARIZING_PARAMETERS), CallSolarizing},
     {"posterize", "FilterPosterizing", "HGLOBAL hDib, int nLevels, UINT mode, HWND hParent",
      "POSTERIZINGUI", "reduces the number of levels",
      "Each channel is rounded to the nearest multiple of 255 / (levels - 1), without its fraction.",
-     1, DEPTHS, POSTERIZING_PARAMETERS, std::size(POSTERIZING_PARAMETERS), RunPosterizing},
+     1, DEPTHS, POSTERIZING_PARAMETERS, std::size(POSTERIZING_PARAMETERS), CallPosterizing},
     {"levels", "FilterLevels",
      "HGLOBAL hDib, int nInLow, int nInHigh, int nInMid, int nOutLow, int nOutHigh, int nChannel, "
      "UINT mode, HWND hParent",
      "LEVELSUI", "moves the black, middle and white point",
      "The levels that occur between the points are spread evenly, by their rank.", 1, DEPTHS,
-     LEVELS_PARAMETERS, std::size(LEVELS_PARAMETERS), RunLevels},
+     LEVELS_PARAMETERS, std::size(LEVELS_PARAMETERS), CallLevels},
     {"auto-levels", "FilterAutoLevels", "HGLOBAL hDib, int nClipPercent, UINT mode, HWND hParent",
      "AUTOLEVELSUI", "chooses the black and white point from the picture",
      "The levels that occur between the points are spread evenly, by their rank; the brightest of "
      "them stays well below white.",
-     1, DEPTHS, AUTO_LEVELS_PARAMETERS, std::size(AUTO_LEVELS_PARAMETERS), RunAutoLevels},
+     1, DEPTHS, AUTO_LEVELS_PARAMETERS, std::size(AUTO_LEVELS_PARAMETERS), CallAutoLevels},
     {"difference", "FilterDifference", "HGLOBAL hDib, UINT nDirection, UINT mode, HWND hParent",
      "DIFFERENCEUI", "shows how much each pixel differs from a neighbour",
      "Edges across the direction come out bright on black. Pixels without that neighbour are "
      "black.",
-     1, DEPTH_1 | DEPTHS, DIFFERENCE_PARAMETERS, std::size(DIFFERENCE_PARAMETERS), RunDifference},
+     1, DEPTH_1 | DEPTHS, DIFFERENCE_PARAMETERS, std::size(DIFFERENCE_PARAMETERS), CallDifference},
 };
 
 const CatalogueFamily TONAL_FAMILY = {"tonal", "Tonal adjustments", FILTERS, std::size(FILTERS)};

@@ -55,11 +55,11 @@ static ExitCode ReadInput(const CommandOptions *options, const std::string &path
                     .c_str());
 }
 
-static HGLOBAL RunFilter(const CommandOptions *options, const HGLOBAL *images, const char *label)
+static HGLOBAL ApplyFilter(const CommandOptions *options, const HGLOBAL *images, const char *label)
 {
     bool bDraw = options->nProgress == PROGRESS_ALWAYS ||
                  (options->nProgress == PROGRESS_AUTO && !options->bQuiet && IsTerminal(stderr));
-    FilterCall call = {images, options->values, 0, nullptr};
+    CatalogueCall call = {images, options->values, 0, nullptr};
     BeginProgressBar(label, bDraw);
     call.mode = WatchFilter(StepProgressBar);
     HGLOBAL hResult = options->pFilter->Run(&call);
@@ -118,7 +118,7 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
         code = EXIT_INTERRUPTED;
     }
     if (code == EXIT_DONE) {
-        hResult = RunFilter(options, images, BaseName(inputs[0]).c_str());
+        hResult = ApplyFilter(options, images, BaseName(inputs[0]).c_str());
         if (!hResult) {
             code = Fail(EXIT_FAILED, inputs[0], NoResult(options, images[0]).c_str());
         }

@@ -59,43 +59,43 @@ static const FilterParameter MMSE_PARAMETERS[] = {
      nullptr, 0},
 };
 
-static HGLOBAL RunGeometric(const FilterCall *call)
+static HGLOBAL CallGeometric(const CatalogueCall *call)
 {
     return FilterGeometricMean(call->pImages[0], call->pValues[0].nValue, call->mode,
                                call->hParent);
 }
 
-static HGLOBAL RunHarmonic(const FilterCall *call)
+static HGLOBAL CallHarmonic(const CatalogueCall *call)
 {
     return FilterHarmonicMean(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunContra(const FilterCall *call)
+static HGLOBAL CallContra(const CatalogueCall *call)
 {
     return FilterContraHarmonicMean(call->pImages[0], call->pValues[0].nValue,
                                     call->pValues[1].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunYp(const FilterCall *call)
+static HGLOBAL CallYp(const CatalogueCall *call)
 {
     return FilterYpMean(call->pImages[0], call->pValues[0].nValue, call->pValues[1].nValue,
                         call->mode, call->hParent);
 }
 
-static HGLOBAL RunWeighted(const FilterCall *call)
+static HGLOBAL CallWeighted(const CatalogueCall *call)
 {
     std::vector<BYTE *> columns;
     const FilterMask mask = MakeFilterMask(&call->pValues[0].mask, true, &columns);
     return FilterWeightedMean(call->pImages[0], &mask, call->mode, call->hParent);
 }
 
-static HGLOBAL RunDwmtm(const FilterCall *call)
+static HGLOBAL CallDwmtm(const CatalogueCall *call)
 {
     return FilterAdaptiveDWMTM(call->pImages[0], call->pValues[0].nValue, call->pValues[1].nValue,
                                call->pValues[2].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunMmse(const FilterCall *call)
+static HGLOBAL CallMmse(const CatalogueCall *call)
 {
     return FilterAdaptiveMMSE(call->pImages[0], call->pValues[0].nValue, call->pValues[1].nValue,
                               call->mode, call->hParent);
@@ -112,40 +112,40 @@ static const CatalogueFilter FILTERS[] = {
      "blurs with the geometric mean of a window",
      "A window with a black pixel gives black; flat areas may come out one level darker. Pixels "
      "whose window leaves the picture stay as they are.",
-     1, DEPTHS, SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunGeometric},
+     1, DEPTHS, SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallGeometric},
     {"harmonic-mean", "FilterHarmonicMean", SIZE_ARGUMENTS, "HarmonicFilterUI",
      "removes bright specks with the harmonic mean of a window",
      "A window with a black pixel gives black. Pixels whose window leaves the picture stay as they "
      "are.",
-     1, DEPTHS, SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunHarmonic},
+     1, DEPTHS, SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallHarmonic},
     {"contra-harmonic-mean", "FilterContraHarmonicMean", ORDER_ARGUMENTS, "ContraFilterUI",
      "removes dark specks (or bright ones) with a mean that leans to the other side",
      "With an order below 0 a window with a black pixel gives black. Pixels whose window leaves "
      "the picture stay as they are.",
-     1, DEPTHS, CONTRA_PARAMETERS, std::size(CONTRA_PARAMETERS), RunContra},
+     1, DEPTHS, CONTRA_PARAMETERS, std::size(CONTRA_PARAMETERS), CallContra},
     {"yp-mean", "FilterYpMean", ORDER_ARGUMENTS, "YpFilterUI",
      "removes dark specks (or bright ones) with a mean of powers",
      "With an order below 0 a window with a black pixel gives black. Pixels whose window leaves "
      "the picture stay as they are.",
-     1, DEPTHS, YP_PARAMETERS, std::size(YP_PARAMETERS), RunYp},
+     1, DEPTHS, YP_PARAMETERS, std::size(YP_PARAMETERS), CallYp},
     {"weighted-mean", "FilterWeightedMean",
      "HGLOBAL hDib, const FilterMask *pMask, UINT mode, HWND hParent", "WMeanFilterUI",
      "blurs with a mean weighted by a mask",
      "Pixels whose window leaves the picture stay as they are, and so do the last row and column "
      "whose window would still fit.",
-     1, DEPTHS, MASK_PARAMETERS, std::size(MASK_PARAMETERS), RunWeighted},
+     1, DEPTHS, MASK_PARAMETERS, std::size(MASK_PARAMETERS), CallWeighted},
     {"dwmtm", "FilterAdaptiveDWMTM",
      "HGLOBAL hDib, int nSmallSize, int nLargeSize, int nTrimLevel, UINT mode, HWND hParent",
      "ADWMTMUI", "smooths noise but not edges: the mean of the pixels near a median", BORDER, 1,
-     DEPTHS, DWMTM_PARAMETERS, std::size(DWMTM_PARAMETERS), RunDwmtm},
+     DEPTHS, DWMTM_PARAMETERS, std::size(DWMTM_PARAMETERS), CallDwmtm},
     {"mmse", "FilterAdaptiveMMSE",
      "HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode, HWND hParent", "AMMSEUI",
      "smooths flat areas more than busy ones, for noise of a known variance",
      "Where a window varies less than the noise, its pixel overshoots the mean and grain grows: "
      "choose no more noise than flat areas have. Pixels whose window leaves the picture stay as "
      "they are.",
-     1, DEPTHS, MMSE_PARAMETERS, std::size(MMSE_PARAMETERS), RunMmse},
+     1, DEPTHS, MMSE_PARAMETERS, std::size(MMSE_PARAMETERS), CallMmse},
 };
 
-const CatalogueFamily MEANS_FAMILY = {"means", "Means and adaptive filters", FILTERS,
+const CatalogueFamily MEAN_FAMILY = {"mean", "Means and adaptive filters", FILTERS,
                                       std::size(FILTERS)};

@@ -34,6 +34,6 @@ static void MeanKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restric
     }
 }
 
-const MeanKernels MEAN_KERNELS = {MeanKernel<1>, MeanKernel<2>};
+const SmoothingKernels SMOOTHING_KERNELS = {MeanKernel<1>, MeanKernel<2>};
 
 }  // namespace KERNEL_LEVEL

@@ -33,38 +33,38 @@ static const FilterParameter MEDIAN_MASK_PARAMETERS[] = {
     {"mask", PARAMETER_MASK, 0, 255, 0, MASK_MEANING, nullptr, 0, "1,3,1;1,3,1;1,3,1"},
 };
 
-static HGLOBAL RunMinimum(const FilterCall *call)
+static HGLOBAL CallMinimum(const CatalogueCall *call)
 {
     return FilterMinimum(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunMaximum(const FilterCall *call)
+static HGLOBAL CallMaximum(const CatalogueCall *call)
 {
     return FilterMaximum(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunMedian(const FilterCall *call)
+static HGLOBAL CallMedian(const CatalogueCall *call)
 {
     return FilterMedian(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunMidpoint(const FilterCall *call)
+static HGLOBAL CallMidpoint(const CatalogueCall *call)
 {
     return FilterMidpoint(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunRange(const FilterCall *call)
+static HGLOBAL CallRange(const CatalogueCall *call)
 {
     return FilterRange(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunTrimmedMean(const FilterCall *call)
+static HGLOBAL CallTrimmedMean(const CatalogueCall *call)
 {
     return FilterAlphaTrimmedMean(call->pImages[0], call->pValues[0].nValue,
                                   call->pValues[1].nValue, call->mode, call->hParent);
 }
 
-static HGLOBAL RunWeightedMedian(const FilterCall *call)
+static HGLOBAL CallWeightedMedian(const CatalogueCall *call)
 {
     std::vector<BYTE *> columns;
     const FilterMask mask = MakeFilterMask(&call->pValues[0].mask, true, &columns);
@@ -74,30 +74,30 @@ static HGLOBAL RunWeightedMedian(const FilterCall *call)
 static const CatalogueFilter FILTERS[] = {
     {"minimum", "FilterMinimum", SIZE_ARGUMENTS, "MinimumFilterUI",
      "takes the darkest pixel of a window: dark spots grow", WINDOW_DETAILS, 1, DEPTHS,
-     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunMinimum},
+     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallMinimum},
     {"maximum", "FilterMaximum", SIZE_ARGUMENTS, "MaximumFilterUI",
      "takes the brightest pixel of a window: bright spots grow", WINDOW_DETAILS, 1, DEPTHS,
-     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunMaximum},
+     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallMaximum},
     {"median", "FilterMedian", SIZE_ARGUMENTS, "MedianFilterUI",
      "takes the middle one of a window's sorted pixels: specks go, edges stay",
      "The window's top left pixel is left out of the sort. Pixels so near the border that their "
      "window leaves the picture stay as they are.",
-     1, DEPTHS, SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunMedian},
+     1, DEPTHS, SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallMedian},
     {"midpoint", "FilterMidpoint", SIZE_ARGUMENTS, "MidpointFilterUI",
      "takes the mean of a window's darkest and brightest pixel", WINDOW_DETAILS, 1, DEPTHS,
-     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunMidpoint},
+     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallMidpoint},
     {"range", "FilterRange", SIZE_ARGUMENTS, "RangeFilterUI",
      "shows edges: a window's brightest pixel less its darkest", WINDOW_DETAILS, 1, DEPTHS,
-     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), RunRange},
+     SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallRange},
     {"trimmed-mean", "FilterAlphaTrimmedMean", TRIM_ARGUMENTS, "AlphaFilterUI",
      "averages a window without its darkest and brightest pixels", WINDOW_DETAILS, 1, DEPTHS,
-     TRIM_PARAMETERS, std::size(TRIM_PARAMETERS), RunTrimmedMean},
+     TRIM_PARAMETERS, std::size(TRIM_PARAMETERS), CallTrimmedMean},
     {"weighted-median", "FilterWeightedMedian", MASK_ARGUMENTS, "WMedianFilterUI",
      "takes the median where some pixels count more than once",
      "The first pixel that counts, column by column, is left out once. A pixel is computed when "
      "the mask, with one more row below and column to the right, lies inside the picture; others "
      "stay as they are.",
-     1, DEPTHS, MEDIAN_MASK_PARAMETERS, std::size(MEDIAN_MASK_PARAMETERS), RunWeightedMedian},
+     1, DEPTHS, MEDIAN_MASK_PARAMETERS, std::size(MEDIAN_MASK_PARAMETERS), CallWeightedMedian},
 };
 
-const CatalogueFamily RANKS_FAMILY = {"ranks", "Rank filters", FILTERS, std::size(FILTERS)};
+const CatalogueFamily RANK_FAMILY = {"rank", "Rank filters", FILTERS, std::size(FILTERS)};

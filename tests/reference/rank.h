@@ -1,6 +1,6 @@
 // The order statistics of a window, by sorting.
-#ifndef TESTS_REFERENCE_RANKS_H
-#define TESTS_REFERENCE_RANKS_H
+#ifndef TESTS_REFERENCE_RANK_H
+#define TESTS_REFERENCE_RANK_H
 
 #include <vector>
 

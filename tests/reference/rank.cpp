@@ -1,6 +1,6 @@
-// See ranks.h.
+// See rank.h.
 
-#include "ranks.h"
+#include "rank.h"
 
 #include <algorithm>
 
