@@ -13,6 +13,8 @@
 #include <benchmark/benchmark.h>
 #include <opencv2/imgproc.hpp>
 
+#include <string.h>
+
 #include <string>
 
 // ---- the peer -----------------------------------------------------------------------------------
@@ -110,14 +112,34 @@ static void PeerGauss(const cv::Mat &src, cv::Mat &dst)
     cv::GaussianBlur(src, dst, cv::Size(3, 3), 0, 0, cv::BORDER_REFLECT_101);
 }
 
-// In the order of CONVOLUTIONS.
-static const struct {
+static const struct Peer {
+    const char *pFilter;
     PeerFilter Run;
     int nTolerance;
-} PEERS[CONVOLUTION_FILTERS] = {
-    {PeerLaplace4, 0}, {PeerLaplace8, 0}, {PeerIsotropic, 1}, {PeerKirsch, 0}, {PeerDifference, 0},
-    {PeerSobel, 0},    {PeerEnhance, 0},  {PeerUniform, 1},   {PeerGauss, 1},
+} PEERS[] = {
+    {"Laplace-0", PeerLaplace4, 0},
+    {"Laplace-10", PeerLaplace8, 0},
+    {"Gradient-0", PeerIsotropic, 1},
+    {"Gradient-10", PeerKirsch, 0},
+    {"Gradient-20", PeerDifference, 0},
+    {"Gradient-50", PeerSobel, 0},
+    {"Enhance", PeerEnhance, 0},
+    {"Uniform", PeerUniform, 1},
+    {"Gauss", PeerGauss, 1},
 };
+
+// A filter without a peer is timed alone.
+static int RegisterFilter(const BenchFilter *pFilter)
+{
+    for (const Peer &peer : PEERS) {
+        if (strcmp(peer.pFilter, pFilter->pName) == 0) {
+            RegisterWholeCalls(pFilter, "opencv", peer.Run);
+            return PeerAgrees(pFilter, peer.Run, peer.nTolerance);
+        }
+    }
+    RegisterWholeCalls(pFilter, NULL, NULL);
+    return 1;
+}
 
 // ---- the kernels --------------------------------------------------------------------------------
 
@@ -148,14 +170,14 @@ static void RegisterLevel(const char *pLevel, const WeightedKernels *pWeighted,
 
 int main(int argc, char **argv)
 {
-    enum { DIFFERENCE = 4 };
     int bAgree = 1;
     cv::setNumThreads(1);
-    for (int i = 0; i < CONVOLUTION_FILTERS; i++) {
-        bAgree &= PeerAgrees(&CONVOLUTIONS[i], PEERS[i].Run, PEERS[i].nTolerance);
-        RegisterWholeCalls(&CONVOLUTIONS[i], "opencv", PEERS[i].Run);
+    for (const BenchFilter *p = CONVOLUTIONS; p->pName != NULL; p++) {
+        bAgree &= RegisterFilter(p);
+        if (strcmp(p->pName, "Gradient-20") == 0) {
+            RegisterOtherPeer(p, "opencv-filter2D", PeerDifferenceKernel);
+        }
     }
-    RegisterOtherPeer(&CONVOLUTIONS[DIFFERENCE], "opencv-filter2D", PeerDifferenceKernel);
     RegisterLevel("sse2", &sse2::WEIGHTED_KERNELS, &sse2::SMOOTHING_KERNELS);
     RegisterLevel("avx2", &avx2::WEIGHTED_KERNELS, &avx2::SMOOTHING_KERNELS);
     return RunBenchmarks(bAgree, argc, argv);

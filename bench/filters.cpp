@@ -42,8 +42,10 @@ static HGLOBAL WriteBlock(HGLOBAL hDib, int, UINT)
 
 const BenchFilter NEW_BLOCK = {"Memset", WriteBlock, 0};
 
-const BenchFilter CONVOLUTIONS[CONVOLUTION_FILTERS] = {
-    {"Laplace-0", Laplace, 0},     {"Laplace-10", Laplace, 10},   {"Gradient-0", Gradient, 0},
-    {"Gradient-10", Gradient, 10}, {"Gradient-20", Gradient, 20}, {"Gradient-50", Gradient, 50},
-    {"Enhance", Enhance, 0},       {"Uniform", Uniform, 0},       {"Gauss", Gauss, 0},
+const BenchFilter CONVOLUTIONS[] = {
+    {"Laplace-0", Laplace, 0},     {"Laplace-10", Laplace, 10},
+    {"Gradient-0", Gradient, 0},   {"Gradient-10", Gradient, 10},
+    {"Gradient-20", Gradient, 20}, {"Gradient-50", Gradient, 50},
+    {"Enhance", Enhance, 0},       {"Uniform", Uniform, 0},
+    {"Gauss", Gauss, 0},           {NULL, NULL, 0},
 };

@@ -10,8 +10,7 @@ struct BenchFilter {
     int nParameter;
 };
 
-enum { CONVOLUTION_FILTERS = 9 };
-extern const BenchFilter CONVOLUTIONS[CONVOLUTION_FILTERS];
+extern const BenchFilter CONVOLUTIONS[];  // up to one without a name
 
 // Not a filter: a block as large as the image, allocated as results are and written once.
 extern const BenchFilter NEW_BLOCK;

@@ -60,7 +60,8 @@ static int TakesLittle(PictureKind kind)
 {
     int bLittle = 1;
     const HGLOBAL hSource = MakePicture(kind, SIDE, SIDE);
-    for (const BenchFilter &filter : CONVOLUTIONS) {
+    for (const BenchFilter *p = CONVOLUTIONS; p->pName != NULL; p++) {
+        const BenchFilter &filter = *p;
         const long long nExtra = MeasureCall(&filter, kind, hSource);
         bLittle &= nExtra >= 0 &&
                    (!IsUsualPath(kind) || nExtra <= (long long)GlobalSize(hSource) / SMALL_SHARE);

@@ -80,7 +80,8 @@ static int TimeFilters(PictureKind kind, int side)
         return 0;
     }
     int bDone = TimeFilter(&NEW_BLOCK, kind, side, hSource);
-    for (const BenchFilter &filter : CONVOLUTIONS) {
+    for (const BenchFilter *p = CONVOLUTIONS; p->pName != NULL; p++) {
+        const BenchFilter &filter = *p;
         bDone &= TimeFilter(&filter, kind, side, hSource);
     }
     GlobalFree(hSource);

@@ -91,6 +91,7 @@ static constexpr RootTerms MakeRootTerms(void)
         int lost = SUM_BITS;
         terms.plain[i] = i;
         terms.root[i] = mantissa;
+        // NOLINTNEXTLINE(clang-analyzer-security.FloatLoopCounter): powers of two are exact
         for (double power = 1; power <= terms.root[i]; power *= 2) {
             lost--;
         }

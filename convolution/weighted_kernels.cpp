@@ -53,7 +53,8 @@ static void RootKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restric
                 whole = (short)(whole + SPLIT.whole[0][DIRECTION][k] * sample);
                 root = (short)(root + SPLIT.whole[ROOT_SIGNS][DIRECTION][k] * sample);
             }
-            out[start + i] = ClampShortToByte((short)(whole + root + ((root * ROOT_FRACTION) >> 16)));
+            out[start + i] =
+                ClampShortToByte((short)(whole + root + ((root * ROOT_FRACTION) >> 16)));
             inexact[i] = (BYTE)(root == 0 && whole > 0 && whole < 256);
         }
         size_t nAgain = 0;

@@ -214,9 +214,9 @@ static inline unsigned RootBlock(const BYTE *const *lines, size_t at, ptrdiff_t 
         _mm256_and_si256(equal, InSet(InexactSamples(DIRECTION), a)));
 }
 
-// Appends the positions of a block's lanes. The first ALWAYS_NOTED are written in any case, and kept
-// as far as there are that many: no processor can guess how many there will be, and few blocks have
-// more.
+// Appends the positions of a block's lanes. The first ALWAYS_NOTED are written in any case, and
+// kept as far as there are that many: no processor can guess how many there will be, and few blocks
+// have more.
 static inline size_t NoteLanes(size_t *again, size_t nAgain, size_t at, unsigned mask)
 {
     const unsigned none = 1u << (LANES - 1);
@@ -260,6 +260,6 @@ static void RootKernel(const BYTE *const *lines, ptrdiff_t step, BYTE *__restric
 #include "weighted_table.inl"
 
 const SmoothingKernels SMOOTHING_KERNELS = {IntegerKernel<MEAN, MEAN_UNIFORM>,
-                                  IntegerKernel<MEAN, MEAN_GAUSS>};
+                                            IntegerKernel<MEAN, MEAN_GAUSS>};
 
 }  // namespace KERNEL_LEVEL

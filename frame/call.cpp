@@ -16,6 +16,8 @@
 
 #include <string.h>
 
+static const size_t HANDLE_BYTES = sizeof(void *);
+
 // ---- every export -------------------------------------------------------------------------------
 
 FilterThreadState *BeginCall(RunningCall *pCall)
@@ -239,7 +241,7 @@ static int OpenBar(const FilterCall *pCall)
 {
     const DibShape *p = &pCall->source.shape;
     HWND hParent;
-    memcpy(&hParent, pCall->pParent, sizeof hParent);
+    memcpy(&hParent, pCall->pParent, HANDLE_BYTES);
     const int nTotal =
         pCall->pFrame->StepTotal(p->width, p->height, pCall->bGray, pCall->pArguments);
     return OpenProgressDialog(hParent, nTotal);
@@ -378,21 +380,21 @@ HGLOBAL RunCall(const FilterFrame *pFrame, FilterCall *pCall)
 
 // An argument list of the usual shape: room for the parameters, the mode and the aligned parent.
 struct ArgumentList {
-    alignas(HWND) int words[MOST_PARAMETERS + 2 + sizeof(HWND) / sizeof(int)];
+    alignas(HWND) int words[MOST_PARAMETERS + 2 + HANDLE_BYTES / sizeof(int)];
 };
 
 HGLOBAL RunFilter(const FilterFrame *pFrame, HGLOBAL hDib, Parameters parameters, UINT mode,
                   HWND hParent)
 {
     const size_t nWords = (size_t)pFrame->nParameters;
-    const size_t nAlignment = sizeof(HWND) / sizeof(int);
+    const size_t nAlignment = HANDLE_BYTES / sizeof(int);
     const size_t nParent = (nWords + 1 + nAlignment - 1) / nAlignment * nAlignment;
     ArgumentList list;
     FilterCall call;
     memset(&call, 0, sizeof call);
     memcpy(list.words, parameters.words, nWords * sizeof(int));
     list.words[nWords] = (int)mode;
-    memcpy(&list.words[nParent], &hParent, sizeof hParent);
+    memcpy(&list.words[nParent], &hParent, HANDLE_BYTES);
     call.hDib = hDib;
     call.pArguments = list.words;
     call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)hDib;

@@ -49,7 +49,6 @@ static int ShapeOf(const BITMAPINFOHEADER *pHeader, unsigned bitCount, size_t nB
         prefix + rows > nBlockBytes) {
         return 0;
     }
-    memset(pShape, 0, sizeof *pShape);  // shapes are compared byte by byte
     pShape->width = pHeader->biWidth;
     pShape->height = pHeader->biHeight;
     pShape->bitCount = (int)bitCount;
@@ -63,7 +62,9 @@ static int ShapeOf(const BITMAPINFOHEADER *pHeader, unsigned bitCount, size_t nB
 
 int IsSameShape(const DibShape *a, const DibShape *b)
 {
-    return memcmp(a, b, sizeof *a) == 0;
+    return a->width == b->width && a->height == b->height && a->bitCount == b->bitCount &&
+           a->nPlanes == b->nPlanes && a->nColors == b->nColors &&
+           a->nBlockBytes == b->nBlockBytes;  // the rest follows
 }
 
 static void AimView(HGLOBAL hDib, BYTE *pBlock, DibView *pView)

@@ -1,6 +1,6 @@
 // Small helpers that filters and kernels share: the lesser and the greater, clamping, the bits of
-// floating-point numbers, row strides, step totals. They stand here once; no file has its own. Static
-// inline throughout: a kernel source compiles them for its own instruction set.
+// floating-point numbers, row strides, step totals. They stand here once; no file has its own.
+// Static inline throughout: a kernel source compiles them for its own instruction set.
 #ifndef FRAME_INTOPS_H
 #define FRAME_INTOPS_H
 

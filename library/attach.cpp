@@ -5,6 +5,7 @@
 #include "kernels.h"
 #include "platform/cpu.h"
 
+// NOLINTNEXTLINE(readability-redundant-declaration): not every <windows.h> declares it
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD reason, LPVOID pReserved);
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD reason, LPVOID pReserved)

@@ -13,7 +13,8 @@ extern "C" {
 #ifdef __linux__
 __attribute__((visibility("default")))
 #endif
-unsigned int WallClockSeconds(void);
+unsigned int
+WallClockSeconds(void);
 
 #ifdef __cplusplus
 }

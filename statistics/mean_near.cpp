@@ -35,10 +35,10 @@ enum {
 // than that, and costs a hundredth of the resolution.
 static const double MOST_WITHOUT_ZERO = 0.99, ZERO_LIMIT = 0.995;
 
-// Of what one zero is worth, a contra-harmonic mean's lower sum without zeros comes to that share at
-// the most. With a zero the quotient is then no more than that share (the upper sum of falling terms
-// is at most the number of samples): below 1 and level 0, whatever the errors, which are below 2^-13.
-// Any share from there up to 1 less the errors would do.
+// Of what one zero is worth, a contra-harmonic mean's lower sum without zeros comes to that share
+// at the most. With a zero the quotient is then no more than that share (the upper sum of falling
+// terms is at most the number of samples): below 1 and level 0, whatever the errors, which are
+// below 2^-13. Any share from there up to 1 less the errors would do.
 static const double LOWER_SHARE = 0.4;
 
 // A sum of terms as a step function. Rank r certainly holds below lows[r] and no more above

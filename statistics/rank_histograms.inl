@@ -440,7 +440,9 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
             SumOfLowest(pColumns, pRule->nTrim, window, reached, depths, &low, &lowAside, x, nSize);
         const Sum nHigh = SumOfLowest(pColumns, nSamples - pRule->nTrim, window, reached, depths,
                                       &high, &highAside, x, nSize);
-        out[x * step] = (BYTE)((double)(nHigh - nLow) / divisor + 0.5);
+        // No more than 255, unless the host changes the picture meanwhile.
+        const double mean = (double)(nHigh - nLow) / divisor + 0.5;
+        out[x * step] = (BYTE)(mean < 255 ? mean : 255);
         MoveDepths(pColumns, depths, x, nSize);
         window = NextWindow(pColumns, window, x, nSize);
     }

@@ -33,8 +33,9 @@ struct Level {
     const SmoothingKernels *pMean;
 };
 
-static const Level LEVELS[] = {{"sse2", 0, &sse2::WEIGHTED_KERNELS, &sse2::SMOOTHING_KERNELS},
-                               {"avx2", CPU_AVX2, &avx2::WEIGHTED_KERNELS, &avx2::SMOOTHING_KERNELS}};
+static const Level LEVELS[] = {
+    {"sse2", 0, &sse2::WEIGHTED_KERNELS, &sse2::SMOOTHING_KERNELS},
+    {"avx2", CPU_AVX2, &avx2::WEIGHTED_KERNELS, &avx2::SMOOTHING_KERNELS}};
 
 struct KernelCase {
     LineKernel Kernel;
@@ -225,9 +226,10 @@ TEST(Layout, BlankPicturesOfEveryDepth)
         int bWhite;
         size_t nBlock, nBits, nPixels;
         BYTE fill;
-    } rows[] = {{1, 1, 40 + 8 + 24 + 4, 48, 24, 255},   {1, 0, 40 + 8 + 24 + 4, 48, 24, 0},
-                {8, 1, 40 + 1024 + 108 + 4, 1064, 108, 0}, {8, 0, 40 + 1024 + 108 + 4, 1064, 108, 2},
-                {24, 1, 40 + 324 + 4, 40, 324, 255},       {24, 0, 40 + 324 + 4, 40, 324, 0}};
+    } rows[] = {
+        {1, 1, 40 + 8 + 24 + 4, 48, 24, 255},      {1, 0, 40 + 8 + 24 + 4, 48, 24, 0},
+        {8, 1, 40 + 1024 + 108 + 4, 1064, 108, 0}, {8, 0, 40 + 1024 + 108 + 4, 1064, 108, 2},
+        {24, 1, 40 + 324 + 4, 40, 324, 255},       {24, 0, 40 + 324 + 4, 40, 324, 0}};
     for (const auto &row : rows) {
         const HGLOBAL hBlank = CreateBlankDib(35, 3, 72, 300, row.bits, row.bWhite);
         ASSERT_TRUE(hBlank != NULL);
@@ -248,8 +250,8 @@ TEST(Layout, BlankPicturesOfEveryDepth)
         GlobalUnlock(hBlank);
         GlobalFree(hBlank);
     }
-    for (const auto &bad : {std::array<int, 4>{0, 1, 72, 8}, {1, -1, 72, 8}, {1, 1, -1, 8},
-                            {1, 1, 72, 4}}) {
+    for (const auto &bad :
+         {std::array<int, 4>{0, 1, 72, 8}, {1, -1, 72, 8}, {1, 1, -1, 8}, {1, 1, 72, 4}}) {
         EXPECT_TRUE(CreateBlankDib(bad[0], bad[1], bad[2], 72, (BYTE)bad[3], 1) == NULL);
         EXPECT_EQ((int)CONVERT_BAD_ARGUMENT, GetFilterThreadState()->nLastError);
     }

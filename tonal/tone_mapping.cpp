@@ -67,9 +67,10 @@ static int PosterizingStep(int nLevels)
 
 static void FillPosterized(const ToneChannel *pChannel, const void *pArguments, BYTE *table)
 {
-    const int step = PosterizingStep(*(const int *)pArguments);
+    const int step = PosterizingStep(*(const int *)pArguments);  // not 0: HasPosterizingStep
     (void)pChannel;
     for (int level = 0; level < GRAY_LEVELS; level++) {
+        // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): as above
         const int lower = level / step * step;
         const int upper = (level / step + 1) * step;
         table[level] = ClampToByte(level - lower >= upper - level ? upper : lower);

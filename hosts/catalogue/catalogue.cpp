@@ -13,7 +13,7 @@
 
 static const CatalogueFamily *const FAMILIES[] = {
     &CONVOLUTION_FAMILY, &POINT_FAMILY, &TONAL_FAMILY,
-    &HISTOGRAM_FAMILY,   &RANK_FAMILY, &MEAN_FAMILY,
+    &HISTOGRAM_FAMILY,   &RANK_FAMILY,  &MEAN_FAMILY,
 };
 
 const CatalogueFamily *const *CatalogueFamilies(size_t *count)
@@ -62,6 +62,7 @@ __attribute__((format(printf, 3, 4))) static void Append(char *text, size_t size
     size_t length = strlen(text);
     va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyzer does not know va_start here
     vsnprintf(text + length, size - length, format, arguments);
     va_end(arguments);
 }

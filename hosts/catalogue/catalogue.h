@@ -120,7 +120,8 @@ bool ParseParameterValue(const FilterParameter *parameter, const char *text, Par
 
 // Reads a mask: rows from the top, separated by semicolons or line ends, their numbers by commas or
 // blanks; behind them perhaps "@row,column" of the number over the pixel, counted from 0 (else the
-// middle one is), comments from # on. False unless all rows are equally long, the numbers in range and not all 0.
+// middle one is), comments from # on. False unless all rows are equally long, the numbers in range
+// and not all 0.
 bool ParseMask(const FilterParameter *parameter, const char *text, MaskValue *mask);
 
 // True if a text can only be meant as a mask, not as the name of a file that holds one.

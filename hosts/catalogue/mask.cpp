@@ -129,7 +129,7 @@ void DescribeMask(const MaskValue *mask, char *text, size_t size)
                                       x > 0   ? ","
                                       : y > 0 ? ";"
                                               : "",
-                                      mask->elements[size_t(x * mask->rows + y)]));
+                                      mask->elements[size_t(x) * size_t(mask->rows) + size_t(y)]));
         }
     }
     if ((mask->originRow != mask->rows / 2 || mask->originColumn != mask->columns / 2) &&
@@ -143,7 +143,7 @@ FilterMask MakeFilterMask(const MaskValue *value, bool bCrossed, std::vector<BYT
     columns->clear();
     for (int x = 0; x < value->columns; x++) {
         // The exports only read.
-        columns->push_back(const_cast<BYTE *>(&value->elements[size_t(x * value->rows)]));
+        columns->push_back(const_cast<BYTE *>(&value->elements[size_t(x) * size_t(value->rows)]));
     }
     return {columns->data(), value->rows, value->columns,
             bCrossed ? value->originRow : value->originColumn,

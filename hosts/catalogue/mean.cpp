@@ -148,4 +148,4 @@ static const CatalogueFilter FILTERS[] = {
 };
 
 const CatalogueFamily MEAN_FAMILY = {"mean", "Means and adaptive filters", FILTERS,
-                                      std::size(FILTERS)};
+                                     std::size(FILTERS)};

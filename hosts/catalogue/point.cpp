@@ -80,9 +80,10 @@ struct Levels {
 static void ReadColors(const BITMAPINFOHEADER *header, Levels *levels)
 {
     const RGBQUAD *colors = reinterpret_cast<const RGBQUAD *>(header + 1);
-    for (unsigned i = 0; i < COLORS && (header->biClrUsed == 0 || i < header->biClrUsed); i++)
+    for (unsigned i = 0; i < COLORS && (header->biClrUsed == 0 || i < header->biClrUsed); i++) {
         levels->nOfColor[i] =
             BYTE((colors[i].rgbBlue + colors[i].rgbGreen + colors[i].rgbRed + 1) / 3);
+    }
 }
 
 // pPixel is in the viewport. The counts are 16 bits wide: 65536 pixels of one value show as none.
@@ -114,16 +115,19 @@ static bool CountPicture(HGLOBAL hDib, HGLOBAL hHistogram)
     Levels levels = {};
     int error = 0;
     ReadColors(header, &levels);
-    for (int y = 0; y < height && error == 0; y += VIEWPORT)
+    for (int y = 0; y < height && error == 0; y += VIEWPORT) {
         for (int x = 0; x < width && error == 0; x += VIEWPORT) {
             int origin[2] = {x, y};
-            if (ComputeHistogram(hDib, LUT_COMPUTE, hHistogram, origin, &error))
+            if (ComputeHistogram(hDib, LUT_COMPUTE, hHistogram, origin, &error)) {
                 AddCounts(hHistogram, bits + size_t(height - 1 - y) * stride + x, &levels);
+            }
         }
+    }
     GlobalUnlock(hDib);
     WORD *counts = static_cast<WORD *>(GlobalLock(hHistogram));
-    for (unsigned i = 0; i < COLORS && error == 0; i++)
+    for (unsigned i = 0; i < COLORS && levels.nPixels != 0; i++) {
         counts[i] = i == levels.nSum / levels.nPixels ? 1 : 0;
+    }
     GlobalUnlock(hHistogram);
     return error == 0;
 }

@@ -134,7 +134,8 @@ static void PrintParameter(const FilterParameter *parameter)
 }
 
 // One way to call a filter; what does not fit the line goes on below the names.
-static void PrintCall(const CatalogueFilter *filter, const char *names, const std::string &parameters)
+static void PrintCall(const CatalogueFilter *filter, const char *names,
+                      const std::string &parameters)
 {
     const std::string start = Text("  vexafilter %s", filter->pName);
     Print("%s", start.c_str());
@@ -147,8 +148,8 @@ void PrintFilterHelp(const CatalogueFilter *filter)
     DescribeDepths(filter->nDepths, depths, sizeof depths);
     std::string parameters;
     for (size_t i = 0; i < filter->nParameters; i++) {
-        parameters += Text(" [--%s %s]", filter->pParameters[i].pName,
-                           ValueName(&filter->pParameters[i]));
+        parameters +=
+            Text(" [--%s %s]", filter->pParameters[i].pName, ValueName(&filter->pParameters[i]));
     }
     PrintWrapped(Text("%s - %s", filter->pName, filter->pSummary).c_str(), 0, 0);
     Print("\n");

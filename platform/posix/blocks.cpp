@@ -25,8 +25,8 @@
 #define __has_feature(x) 0
 #endif
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                              \
-    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ||                        \
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                               \
+    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ||                         \
     __has_feature(memory_sanitizer)
 static const bool EXACT_BLOCKS = true;
 static const size_t LARGEST_BLOCK = size_t(8) << 30;
@@ -54,7 +54,7 @@ struct Mapping {
 };
 
 static pthread_mutex_t keptLock = PTHREAD_MUTEX_INITIALIZER;
-static Mapping kept[KEPT_MAPPINGS]; // oldest first
+static Mapping kept[KEPT_MAPPINGS];  // oldest first
 static int nKept;
 static size_t nKeptBytes;
 
@@ -64,8 +64,8 @@ static const uintptr_t FIRST_HANDLE = uintptr_t(0x0056000000000002);
 static const uintptr_t HANDLE_STEP = 16;
 
 static pthread_mutex_t registryLock = PTHREAD_MUTEX_INITIALIZER;
-static Block *table; // entries without a key are empty
-static size_t nTable; // a power of two
+static Block *table;   // entries without a key are empty
+static size_t nTable;  // a power of two
 static size_t nUsed;
 static uintptr_t nNextHandle = FIRST_HANDLE;
 static BlockCounts counts;
@@ -99,8 +99,9 @@ static Mapping ReuseMapping(size_t length)
     Mapping mapping = {nullptr, 0};
     pthread_mutex_lock(&keptLock);
     for (int n = nKept - 1; n >= 0 && mapping.pPages == nullptr; n--) {
-        if (kept[n].nBytes >= length && kept[n].nBytes / 2 < length)
+        if (kept[n].nBytes >= length && kept[n].nBytes / 2 < length) {
             mapping = TakeKept(n);
+        }
     }
     pthread_mutex_unlock(&keptLock);
     return mapping;
@@ -120,8 +121,9 @@ static void FreeMapping(Mapping mapping)
         mapping.pPages = nullptr;
     }
     pthread_mutex_unlock(&keptLock);
-    if (mapping.pPages != nullptr)
+    if (mapping.pPages != nullptr) {
         munmap(mapping.pPages, mapping.nBytes);
+    }
 }
 
 // Maps more than asked for and cuts off both ends, so that the block starts on a huge page.
@@ -129,17 +131,20 @@ static Mapping FreshMapping(size_t length)
 {
     Mapping mapping = {nullptr, 0};
     size_t spare = HUGE_PAGE - SMALL_PAGE;
-    void *pages = mmap(nullptr, length + spare, PROT_READ | PROT_WRITE,
-                       MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages == MAP_FAILED)
+    void *pages =
+        mmap(nullptr, length + spare, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) {
         return mapping;
+    }
     BYTE *begin = static_cast<BYTE *>(pages);
-    size_t before = RoundUp(reinterpret_cast<uintptr_t>(begin), HUGE_PAGE) -
-                    reinterpret_cast<uintptr_t>(begin);
-    if (before > 0)
+    size_t before =
+        RoundUp(reinterpret_cast<uintptr_t>(begin), HUGE_PAGE) - reinterpret_cast<uintptr_t>(begin);
+    if (before > 0) {
         munmap(begin, before);
-    if (before < spare)
+    }
+    if (before < spare) {
         munmap(begin + before + length, spare - before);
+    }
     mapping.pPages = begin + before;
     mapping.nBytes = length;
     madvise(mapping.pPages, length, MADV_HUGEPAGE);
@@ -151,13 +156,15 @@ static Mapping NewMapping(size_t size, bool bZero)
     size_t length = MappedLength(size);
     Mapping mapping = ReuseMapping(length);
     if (mapping.pPages != nullptr) {
-        if (bZero)
+        if (bZero) {
             memset(mapping.pPages, 0, size);
+        }
         return mapping;
     }
     mapping = FreshMapping(length);
-    if (mapping.pPages == nullptr && TrimBlocks() > 0)
+    if (mapping.pPages == nullptr && TrimBlocks() > 0) {
         mapping = FreshMapping(length);
+    }
     return mapping;
 }
 
@@ -173,27 +180,31 @@ static size_t HomeOf(const void *hKey)
 static Block *Probe(const void *hKey)
 {
     size_t n = HomeOf(hKey);
-    while (table[n].hKey != nullptr && table[n].hKey != hKey)
+    while (table[n].hKey != nullptr && table[n].hKey != hKey) {
         n = (n + 1) & (nTable - 1);
+    }
     return &table[n];
 }
 
 // Keeps the table at most half full.
 static bool ReserveEntry(void)
 {
-    if ((nUsed + 1) * 2 <= nTable)
+    if ((nUsed + 1) * 2 <= nTable) {
         return true;
+    }
     size_t nOld = nTable;
     Block *old = table;
     size_t nNew = nOld == 0 ? FIRST_TABLE : nOld * 2;
     Block *larger = static_cast<Block *>(calloc(nNew, sizeof(Block)));
-    if (larger == nullptr)
+    if (larger == nullptr) {
         return false;
+    }
     table = larger;
     nTable = nNew;
     for (size_t n = 0; n < nOld; n++) {
-        if (old[n].hKey != nullptr)
+        if (old[n].hKey != nullptr) {
             *Probe(old[n].hKey) = old[n];
+        }
     }
     free(old);
     return true;
@@ -206,8 +217,9 @@ static void RemoveEntry(Block *block)
     size_t n = hole;
     for (;;) {
         n = (n + 1) & (nTable - 1);
-        if (table[n].hKey == nullptr)
+        if (table[n].hKey == nullptr) {
             break;
+        }
         size_t distance = (n - HomeOf(table[n].hKey)) & (nTable - 1);
         if (distance >= ((n - hole) & (nTable - 1))) {
             table[hole] = table[n];
@@ -238,18 +250,20 @@ static bool RegisterBlock(Block *block)
 
 static void FreeData(const Block *block)
 {
-    if (block->nMapped > 0)
+    if (block->nMapped > 0) {
         FreeMapping({block->pData, block->nMapped});
-    else
+    } else {
         free(block->pData);
+    }
 }
 
 // ---- what the other files call -------------------------------------------------------------
 
 void *NewBlock(BlockKind kind, size_t nSize, bool bZero)
 {
-    if (nSize > LARGEST_BLOCK)
+    if (nSize > LARGEST_BLOCK) {
         return nullptr;
+    }
     Block block = {nullptr, nullptr, nSize, 0, kind, 0};
     if (nSize == 0 && kind == MOVABLE_BLOCK) {
         // A discarded block: a handle and nothing behind it.
@@ -258,10 +272,12 @@ void *NewBlock(BlockKind kind, size_t nSize, bool bZero)
         block.pData = mapping.pPages;
         block.nMapped = mapping.nBytes;
     } else {
+        // NOLINTNEXTLINE(clang-analyzer-optin.portability.UnixAPI): glibc gives 0 bytes an address
         block.pData = bZero ? calloc(1, nSize) : malloc(nSize);
     }
-    if (block.pData == nullptr && (nSize > 0 || kind != MOVABLE_BLOCK))
+    if (block.pData == nullptr && (nSize > 0 || kind != MOVABLE_BLOCK)) {
         return nullptr;
+    }
     block.hKey = block.pData;
     if (!RegisterBlock(&block)) {
         FreeData(&block);
@@ -272,12 +288,14 @@ void *NewBlock(BlockKind kind, size_t nSize, bool bZero)
 
 Block *AcquireBlock(void *hKey)
 {
-    if (hKey == nullptr)
+    if (hKey == nullptr) {
         return nullptr;
+    }
     pthread_mutex_lock(&registryLock);
     Block *block = nTable > 0 ? Probe(hKey) : nullptr;
-    if (block != nullptr && block->hKey != nullptr)
+    if (block != nullptr && block->hKey != nullptr) {
         return block;
+    }
     pthread_mutex_unlock(&registryLock);
     return nullptr;
 }

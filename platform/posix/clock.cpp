@@ -9,8 +9,9 @@
 
 DWORD WINAPI GetTickCount(void)
 {
-    if (testBench.bClockPinned)
+    if (testBench.bClockPinned) {
         return testBench.nTicks;
+    }
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<DWORD>(now.tv_sec * 1000 + now.tv_nsec / 1000000);
@@ -18,7 +19,8 @@ DWORD WINAPI GetTickCount(void)
 
 unsigned int WallClockSeconds(void)
 {
-    if (testBench.bClockPinned)
+    if (testBench.bClockPinned) {
         return testBench.nSeconds;
+    }
     return static_cast<unsigned int>(time(nullptr));
 }

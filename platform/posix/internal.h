@@ -52,10 +52,10 @@ static inline bool IsDue(std::atomic<int> *pCallsLeft)
 enum BlockKind { FIXED_BLOCK, MOVABLE_BLOCK, WORK_BLOCK, BLOCK_KINDS };
 
 struct Block {
-    void *hKey; // what names the block: its address, for a movable one a number of its own
+    void *hKey;  // what names the block: its address, for a movable one a number of its own
     void *pData;
-    size_t nSize;   // as asked for
-    size_t nMapped; // bytes mapped from the system; 0: pData is from the C heap
+    size_t nSize;    // as asked for
+    size_t nMapped;  // bytes mapped from the system; 0: pData is from the C heap
     BlockKind kind;
     int nLocks;
 };

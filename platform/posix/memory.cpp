@@ -19,8 +19,9 @@ static Block *AcquireGlobal(HGLOBAL hMem)
         ReleaseBlocks();
         block = nullptr;
     }
-    if (block == nullptr)
+    if (block == nullptr) {
         SetLastError(ERROR_INVALID_HANDLE);
+    }
     return block;
 }
 
@@ -29,10 +30,12 @@ HGLOBAL WINAPI GlobalAlloc(UINT uFlags, SIZE_T dwBytes)
     testBench.nAllocations++;
     BlockKind kind = (uFlags & GMEM_MOVEABLE) != 0 ? MOVABLE_BLOCK : FIXED_BLOCK;
     HGLOBAL hMem = nullptr;
-    if (!IsDue(&testBench.nFailAllocation))
+    if (!IsDue(&testBench.nFailAllocation)) {
         hMem = NewBlock(kind, dwBytes, (uFlags & GMEM_ZEROINIT) != 0);
-    if (hMem == nullptr)
+    }
+    if (hMem == nullptr) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    }
     return hMem;
 }
 
@@ -43,13 +46,15 @@ LPVOID WINAPI GlobalLock(HGLOBAL hMem)
         return nullptr;
     }
     Block *block = AcquireGlobal(hMem);
-    if (block == nullptr)
+    if (block == nullptr) {
         return nullptr;
+    }
     void *pData = block->pData;
-    if (pData == nullptr)
+    if (pData == nullptr) {
         SetLastError(ERROR_DISCARDED);
-    else if (block->kind == MOVABLE_BLOCK && block->nLocks < MAX_LOCKS)
+    } else if (block->kind == MOVABLE_BLOCK && block->nLocks < MAX_LOCKS) {
         AddLocks(block, 1);
+    }
     ReleaseBlocks();
     return pData;
 }
@@ -57,13 +62,15 @@ LPVOID WINAPI GlobalLock(HGLOBAL hMem)
 BOOL WINAPI GlobalUnlock(HGLOBAL hMem)
 {
     Block *block = AcquireGlobal(hMem);
-    if (block == nullptr)
+    if (block == nullptr) {
         return FALSE;
-    BOOL bLocked = TRUE; // a fixed block always is
+    }
+    BOOL bLocked = TRUE;  // a fixed block always is
     if (block->kind == MOVABLE_BLOCK) {
         SetLastError(block->nLocks > 0 ? NO_ERROR : ERROR_NOT_LOCKED);
-        if (block->nLocks > 0)
+        if (block->nLocks > 0) {
             AddLocks(block, -1);
+        }
         bLocked = block->nLocks > 0;
     }
     ReleaseBlocks();
@@ -72,13 +79,16 @@ BOOL WINAPI GlobalUnlock(HGLOBAL hMem)
 
 HGLOBAL WINAPI GlobalFree(HGLOBAL hMem)
 {
-    if (hMem == nullptr)
+    if (hMem == nullptr) {
         return nullptr;
+    }
     Block *block = AcquireGlobal(hMem);
-    if (block == nullptr)
+    if (block == nullptr) {
         return hMem;
-    if (block->nLocks > 0)
+    }
+    if (block->nLocks > 0) {
         testBench.nFreedWhileLocked++;
+    }
     DeleteAcquiredBlock(block);
     return nullptr;
 }
@@ -86,8 +96,9 @@ HGLOBAL WINAPI GlobalFree(HGLOBAL hMem)
 SIZE_T WINAPI GlobalSize(HGLOBAL hMem)
 {
     Block *block = AcquireGlobal(hMem);
-    if (block == nullptr)
+    if (block == nullptr) {
         return 0;
+    }
     size_t size = block->nSize;
     ReleaseBlocks();
     return size;
@@ -96,11 +107,13 @@ SIZE_T WINAPI GlobalSize(HGLOBAL hMem)
 UINT WINAPI GlobalFlags(HGLOBAL hMem)
 {
     Block *block = AcquireGlobal(hMem);
-    if (block == nullptr)
+    if (block == nullptr) {
         return GMEM_INVALID_HANDLE;
+    }
     UINT flags = static_cast<UINT>(block->nLocks);
-    if (block->pData == nullptr)
+    if (block->pData == nullptr) {
         flags |= GMEM_DISCARDED;
+    }
     ReleaseBlocks();
     return flags;
 }

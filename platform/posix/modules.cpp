@@ -26,12 +26,12 @@ static const int MAX_MODULES = 64;
 
 // An HMODULE points to its entry. Without a path the entry is free.
 struct HINSTANCE__ {
-    char *pPath;            // with backslashes
-    const link_map *pMap;   // what the loader knows the library by; null for the three below
-    void *pLibrary;         // the handle from dlopen; null when LoadLibraryA has not loaded it
-    int nLoads;             // LoadLibraryA less FreeLibrary
-    ModuleEntry pEntry;     // DllMain, while attached
-    bool bRefused;          // DllMain did not want to attach
+    char *pPath;           // with backslashes
+    const link_map *pMap;  // what the loader knows the library by; null for the three below
+    void *pLibrary;        // the handle from dlopen; null when LoadLibraryA has not loaded it
+    int nLoads;            // LoadLibraryA less FreeLibrary
+    ModuleEntry pEntry;    // DllMain, while attached
+    bool bRefused;         // DllMain did not want to attach
 };
 
 static HINSTANCE__ modules[MAX_MODULES];
@@ -54,8 +54,9 @@ static pthread_once_t fixedOnce = PTHREAD_ONCE_INIT;
 static void Translate(char *path, char from, char to)
 {
     for (; *path != '\0'; path++) {
-        if (*path == from)
+        if (*path == from) {
             *path = to;
+        }
     }
 }
 
@@ -64,8 +65,9 @@ static const char *BaseName(const char *path)
 {
     const char *base = path;
     for (; *path != '\0'; path++) {
-        if (*path == '\\' || *path == '/')
+        if (*path == '\\' || *path == '/') {
             base = path + 1;
+        }
     }
     return base;
 }
@@ -87,15 +89,17 @@ static char *MakeWindowsPath(const char *file, const char *name)
     char *path = nullptr;
     int length;
     const char *suffix = strstr(base, ".so");
-    if (name != nullptr)
+    if (name != nullptr) {
         length = asprintf(&path, "%.*s%s", folder, file, name);
-    else if (strncmp(base, "lib", 3) == 0 && suffix != nullptr)
+    } else if (strncmp(base, "lib", 3) == 0 && suffix != nullptr) {
         length = asprintf(&path, "%.*s%.*s.dll", folder, file, static_cast<int>(suffix - base) - 3,
                           base + 3);
-    else
+    } else {
         length = asprintf(&path, "%s", file);
-    if (length < 0)
+    }
+    if (length < 0) {
         return nullptr;
+    }
     Translate(path, '/', '\\');
     return path;
 }
@@ -140,8 +144,9 @@ static void UnlockModules(void)
 static HINSTANCE__ *FindModule(HMODULE hModule)
 {
     for (int n = 0; n < MAX_MODULES; n++) {
-        if (hModule == &modules[n] && modules[n].pPath != nullptr)
+        if (hModule == &modules[n] && modules[n].pPath != nullptr) {
             return &modules[n];
+        }
     }
     return nullptr;
 }
@@ -149,8 +154,9 @@ static HINSTANCE__ *FindModule(HMODULE hModule)
 static HINSTANCE__ *FindMap(const link_map *map)
 {
     for (int n = FIRST_FREE; n < MAX_MODULES; n++) {
-        if (modules[n].pPath != nullptr && modules[n].pMap == map)
+        if (modules[n].pPath != nullptr && modules[n].pMap == map) {
             return &modules[n];
+        }
     }
     return nullptr;
 }
@@ -161,8 +167,9 @@ static HINSTANCE__ *FindName(const char *name)
     bool bBare = BaseName(name) == name;
     for (int n = FIRST_FREE; n < MAX_MODULES; n++) {
         const char *path = modules[n].pPath;
-        if (path != nullptr && strcasecmp(bBare ? BaseName(path) : path, name) == 0)
+        if (path != nullptr && strcasecmp(bBare ? BaseName(path) : path, name) == 0) {
             return &modules[n];
+        }
     }
     return nullptr;
 }
@@ -199,8 +206,9 @@ HINSTANCE AttachModule(const char *pName, const void *pAddress, ModuleEntry pEnt
 {
     Dl_info info;
     void *map = nullptr;
-    if (dladdr1(pAddress, &info, &map, RTLD_DL_LINKMAP) == 0)
+    if (dladdr1(pAddress, &info, &map, RTLD_DL_LINKMAP) == 0) {
         return nullptr;
+    }
     char *path = ResolveWindowsPath(info.dli_fname, pName);
     LockModules();
     HINSTANCE__ *module = AddModule(path, static_cast<const link_map *>(map));
@@ -227,8 +235,9 @@ void DetachThreadFromModules(void)
 {
     LockModules();
     for (int n = MAX_MODULES - 1; n >= FIRST_FREE; n--) {
-        if (modules[n].pEntry != nullptr)
+        if (modules[n].pEntry != nullptr) {
             modules[n].pEntry(&modules[n], DLL_THREAD_DETACH, nullptr);
+        }
     }
     UnlockModules();
 }
@@ -255,8 +264,9 @@ BOOL TestAttachRefused(HMODULE hModule)
 static bool IsSystemName(const char *name)
 {
     for (const char *system : SYSTEM_NAMES) {
-        if (strcasecmp(name, system) == 0)
+        if (strcasecmp(name, system) == 0) {
             return true;
+        }
     }
     return false;
 }
@@ -275,8 +285,9 @@ HMODULE WINAPI GetModuleHandleA(LPCSTR lpModuleName)
         module = IsSystemName(name) ? SYSTEM : FindName(name);
     }
     UnlockModules();
-    if (module == nullptr)
+    if (module == nullptr) {
         SetLastError(ERROR_MOD_NOT_FOUND);
+    }
     return module;
 }
 
@@ -310,17 +321,20 @@ static void *OpenLibrary(const char *name)
     char path[PATH_MAX];
     const char *base = BaseName(name);
     size_t stem = strlen(base);
-    if (stem > 4 && strcasecmp(base + stem - 4, ".dll") == 0)
+    if (stem > 4 && strcasecmp(base + stem - 4, ".dll") == 0) {
         stem -= 4;
+    }
     int length = snprintf(path, sizeof path, "%.*slib%.*s.so", static_cast<int>(base - name), name,
                           static_cast<int>(stem), base);
-    if (length < 0 || static_cast<size_t>(length) >= sizeof path)
+    if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
         return nullptr;
+    }
     Translate(path, '\\', '/');
     void *library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
     for (char *c = path + (base - name); library == nullptr && *c != '\0'; c++) {
-        if (*c >= 'A' && *c <= 'Z')
+        if (*c >= 'A' && *c <= 'Z') {
             *c = static_cast<char>(*c - 'A' + 'a');
+        }
     }
     return library != nullptr ? library : dlopen(path, RTLD_NOW | RTLD_LOCAL);
 }
@@ -330,8 +344,10 @@ static char *MakeLibraryPath(void *library, const char *name)
 {
     char folder[PATH_MAX];
     char *path = nullptr;
-    if (dlinfo(library, RTLD_DI_ORIGIN, folder) != 0 || asprintf(&path, "%s/%s", folder, name) < 0)
+    if (dlinfo(library, RTLD_DI_ORIGIN, folder) != 0 ||
+        asprintf(&path, "%s/%s", folder, name) < 0) {
         return nullptr;
+    }
     Translate(path, '/', '\\');
     return path;
 }
@@ -340,13 +356,16 @@ static char *MakeLibraryPath(void *library, const char *name)
 static HINSTANCE__ *EnterLibrary(void *library, const char *name)
 {
     link_map *map = nullptr;
-    if (dlinfo(library, RTLD_DI_LINKMAP, &map) != 0)
+    if (dlinfo(library, RTLD_DI_LINKMAP, &map) != 0) {
         return nullptr;
+    }
     HINSTANCE__ *module = FindMap(map);
-    if (module == nullptr)
+    if (module == nullptr) {
         module = AddModule(MakeLibraryPath(library, BaseName(name)), map);
-    if (module != nullptr)
+    }
+    if (module != nullptr) {
         module->pLibrary = library;
+    }
     return module;
 }
 
@@ -356,21 +375,25 @@ static HMODULE LoadFile(const char *name)
     LockModules();
     HINSTANCE__ *module = nullptr;
     DWORD error = ERROR_MOD_NOT_FOUND;
-    if (library != nullptr)
+    if (library != nullptr) {
         module = EnterLibrary(library, name);
-    else
-        module = FindName(name); // linked into the program, or in a file of another name
+    } else {
+        module = FindName(name);  // linked into the program, or in a file of another name
+    }
     if (module != nullptr && module->bRefused) {
         error = ERROR_DLL_INIT_FAILED;
         module = nullptr;
     }
-    if (module != nullptr)
+    if (module != nullptr) {
         CountLoad(module);
+    }
     UnlockModules();
-    if (module == nullptr && library != nullptr)
+    if (module == nullptr && library != nullptr) {
         dlclose(library);
-    if (module == nullptr)
+    }
+    if (module == nullptr) {
         SetLastError(error);
+    }
     return module;
 }
 
@@ -384,8 +407,9 @@ HMODULE WINAPI LoadLibraryA(LPCSTR lpLibFileName)
     }
     Translate(name, '/', '\\');
     HINSTANCE__ *fixed = nullptr;
-    if (IsSystemName(name))
+    if (IsSystemName(name)) {
         fixed = SYSTEM;
+    }
     if (testBench.bDialogLibrary && strcasecmp(BaseName(name), DIALOG_LIBRARY) == 0) {
         if (testBench.pEntries.load() == nullptr) {
             SetLastError(ERROR_MOD_NOT_FOUND);
@@ -393,8 +417,9 @@ HMODULE WINAPI LoadLibraryA(LPCSTR lpLibFileName)
         }
         fixed = BENCH;
     }
-    if (fixed == nullptr)
+    if (fixed == nullptr) {
         return LoadFile(name);
+    }
     LockModules();
     CountLoad(fixed);
     UnlockModules();
@@ -414,11 +439,13 @@ BOOL WINAPI FreeLibrary(HMODULE hLibModule)
     testBench.nLibraries--;
     void *library = module->pLibrary;
     // An attached module stays until its destructor takes it out.
-    if (module->nLoads == 0 && module >= &modules[FIRST_FREE] && module->pEntry == nullptr)
+    if (module->nLoads == 0 && module >= &modules[FIRST_FREE] && module->pEntry == nullptr) {
         RemoveModule(module);
+    }
     UnlockModules();
-    if (library != nullptr)
+    if (library != nullptr) {
         dlclose(library);
+    }
     return TRUE;
 }
 
@@ -428,8 +455,9 @@ static void *FindBenchEntry(const char *name)
 {
     const TestEntry *entries = testBench.pEntries;
     for (int n = 0; n < testBench.nEntries; n++) {
-        if (strcmp(entries[n].pName, name) == 0)
+        if (strcmp(entries[n].pName, name) == 0) {
             return reinterpret_cast<void *>(entries[n].pEntry);
+        }
     }
     return nullptr;
 }
@@ -440,8 +468,9 @@ static void *FindLibraryEntry(void *library, const link_map *map, const char *na
     void *entry = dlsym(library != nullptr ? library : RTLD_DEFAULT, name);
     Dl_info info;
     void *owner = nullptr;
-    if (entry == nullptr || dladdr1(entry, &info, &owner, RTLD_DL_LINKMAP) == 0)
+    if (entry == nullptr || dladdr1(entry, &info, &owner, RTLD_DL_LINKMAP) == 0) {
         return nullptr;
+    }
     return owner == map ? entry : nullptr;
 }
 
@@ -453,15 +482,17 @@ FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName)
     HINSTANCE__ *module = FindModule(hModule);
     HINSTANCE__ found = module != nullptr ? *module : HINSTANCE__();
     UnlockModules();
-    if (module == nullptr || !bName)
+    if (module == nullptr || !bName) {
         entry = nullptr;
-    else if (module == BENCH)
+    } else if (module == BENCH) {
         entry = FindBenchEntry(lpProcName);
-    else if (module == SYSTEM || module == PROGRAM)
+    } else if (module == SYSTEM || module == PROGRAM) {
         entry = dlsym(RTLD_DEFAULT, lpProcName);
-    else
+    } else {
         entry = FindLibraryEntry(found.pLibrary, found.pMap, lpProcName);
-    if (entry == nullptr)
+    }
+    if (entry == nullptr) {
         SetLastError(module != nullptr ? ERROR_PROC_NOT_FOUND : ERROR_INVALID_HANDLE);
+    }
     return reinterpret_cast<FARPROC>(entry);
 }

@@ -31,7 +31,7 @@ static __thread TlsSlot slots[TLS_SLOTS];
 static __thread DWORD nLastError;
 
 static pthread_mutex_t slotLock = PTHREAD_MUTEX_INITIALIZER;
-static std::atomic<unsigned int> generations[TLS_SLOTS]; // odd: the slot is in use
+static std::atomic<unsigned int> generations[TLS_SLOTS];  // odd: the slot is in use
 
 static pthread_once_t exitKeyOnce = PTHREAD_ONCE_INIT;
 static pthread_key_t exitKey;
@@ -55,16 +55,18 @@ static void CreateExitKey(void)
 bool WatchThreadExit(void)
 {
     pthread_once(&exitKeyOnce, CreateExitKey);
-    if (!bExitKey)
+    if (!bExitKey) {
         return false;
+    }
     return pthread_getspecific(exitKey) != nullptr || pthread_setspecific(exitKey, slots) == 0;
 }
 
 // Threads that outlive this library must not call into it.
 __attribute__((destructor)) static void ForgetThreads(void)
 {
-    if (bExitKey)
+    if (bExitKey) {
         pthread_key_delete(exitKey);
+    }
     bExitKey = false;
 }
 
@@ -96,8 +98,9 @@ DWORD WINAPI TlsAlloc(void)
 static unsigned int GenerationOf(DWORD slot)
 {
     unsigned int generation = 0;
-    if (slot < TLS_SLOTS)
+    if (slot < TLS_SLOTS) {
         generation = generations[slot].load(std::memory_order_acquire);
+    }
     if (generation % 2 == 0) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
@@ -108,8 +111,9 @@ static unsigned int GenerationOf(DWORD slot)
 LPVOID WINAPI TlsGetValue(DWORD dwTlsIndex)
 {
     unsigned int generation = GenerationOf(dwTlsIndex);
-    if (generation == 0)
+    if (generation == 0) {
         return nullptr;
+    }
     SetLastError(NO_ERROR);
     const TlsSlot *slot = &slots[dwTlsIndex];
     return slot->nGeneration == generation ? slot->pValue : nullptr;
@@ -118,8 +122,9 @@ LPVOID WINAPI TlsGetValue(DWORD dwTlsIndex)
 BOOL WINAPI TlsSetValue(DWORD dwTlsIndex, LPVOID lpTlsValue)
 {
     unsigned int generation = GenerationOf(dwTlsIndex);
-    if (generation == 0)
+    if (generation == 0) {
         return FALSE;
+    }
     if (lpTlsValue != nullptr && !WatchThreadExit()) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return FALSE;
@@ -133,8 +138,9 @@ BOOL WINAPI TlsFree(DWORD dwTlsIndex)
 {
     pthread_mutex_lock(&slotLock);
     BOOL bFreed = GenerationOf(dwTlsIndex) != 0;
-    if (bFreed)
+    if (bFreed) {
         generations[dwTlsIndex]++;
+    }
     pthread_mutex_unlock(&slotLock);
     return bFreed;
 }
@@ -163,8 +169,10 @@ DWORD WINAPI GetVersion(void)
 
 LPSTR WINAPI lstrcpyA(LPSTR lpString1, LPCSTR lpString2)
 {
-    if (lpString1 == nullptr || lpString2 == nullptr)
+    if (lpString1 == nullptr || lpString2 == nullptr) {
         return nullptr;
+    }
+    // NOLINTNEXTLINE(clang-analyzer-security.insecureAPI.strcpy): that is what this call is
     return strcpy(lpString1, lpString2);
 }
 

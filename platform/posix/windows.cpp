@@ -26,7 +26,7 @@
 static const char PROGRESS_TEMPLATE[] = "PROGRESSDLG";
 static const int PROGRESS_BAR_ID = 1000;
 
-static const int MAX_MESSAGES = 10000; // in one queue, as on Windows
+static const int MAX_MESSAGES = 10000;  // in one queue, as on Windows
 static const uintptr_t MAX_WINDOWS = 1024;
 // An HWND is no valid address: this, a running number, and the index in windows.
 static const uintptr_t FIRST_HWND = uintptr_t(0x0057) << 48;
@@ -40,7 +40,7 @@ struct ThreadQueue {
     Message *pFirst;
     Message *pLast;
     int nMessages;
-    int nDialogs; // open dialogs of this thread
+    int nDialogs;  // open dialogs of this thread
     bool bQuit;
     int nExitCode;
 };
@@ -48,8 +48,8 @@ struct ThreadQueue {
 enum WindowKind { DIALOG, PLAIN, BUTTON, PROGRESS_BAR };
 
 struct Window {
-    HWND hWnd; // null: free
-    HWND hParent; // parent of a control, owner of a dialog
+    HWND hWnd;     // null: free
+    HWND hParent;  // parent of a control, owner of a dialog
     ThreadQueue *pQueue;
     WindowKind kind;
     int nId;
@@ -77,7 +77,7 @@ static_assert(ATOMIC_BOOL_LOCK_FREE == 2, "RequestCancel is called in signal han
 
 static __thread ThreadQueue *threadQueue;
 static __thread HCURSOR hCurrentCursor;
-static __thread bool bCursorSet; // until then it is the arrow
+static __thread bool bCursorSet;  // until then it is the arrow
 
 // ---- windows and queues; called with the lock held -----------------------------------------
 
@@ -91,8 +91,9 @@ static Window *FindControl(HWND hDialog, int id)
 {
     for (Window &window : windows) {
         if (window.hWnd != nullptr && window.hParent == hDialog && window.nId == id &&
-            (window.kind == BUTTON || window.kind == PROGRESS_BAR))
+            (window.kind == BUTTON || window.kind == PROGRESS_BAR)) {
             return &window;
+        }
     }
     return nullptr;
 }
@@ -103,8 +104,9 @@ static Window *FindTopDialog(const ThreadQueue *queue)
     Window *top = nullptr;
     for (Window &window : windows) {
         if (window.hWnd != nullptr && window.kind == DIALOG && window.pQueue == queue &&
-            (top == nullptr || window.hWnd > top->hWnd))
+            (top == nullptr || window.hWnd > top->hWnd)) {
             top = &window;
+        }
     }
     return top;
 }
@@ -113,8 +115,9 @@ static Window *AddWindow(WindowKind kind, HWND hParent, int id, ThreadQueue *que
 {
     for (uintptr_t n = 0; n < MAX_WINDOWS; n++) {
         Window *window = &windows[n];
-        if (window->hWnd != nullptr)
+        if (window->hWnd != nullptr) {
             continue;
+        }
         *window = Window();
         window->hWnd = reinterpret_cast<HWND>(FIRST_HWND + ++nCreated * MAX_WINDOWS + n);
         window->hParent = hParent;
@@ -144,13 +147,15 @@ static bool TakeMessage(ThreadQueue *queue, MSG *msg, HWND hWnd, UINT first, UIN
                        (target != nullptr && target->hParent == hWnd && target->kind >= BUTTON);
         bool bRange = (first == 0 && last == 0) ||
                       (message->msg.message >= first && message->msg.message <= last);
-        if (!bWindow || !bRange)
+        if (!bWindow || !bRange) {
             continue;
+        }
         *msg = message->msg;
         if (bRemove) {
             (before != nullptr ? before->pNext : queue->pFirst) = message->pNext;
-            if (queue->pLast == message)
+            if (queue->pLast == message) {
                 queue->pLast = before;
+            }
             queue->nMessages--;
             free(message);
         }
@@ -162,10 +167,12 @@ static bool TakeMessage(ThreadQueue *queue, MSG *msg, HWND hWnd, UINT first, UIN
 static bool AppendMessage(ThreadQueue *queue, HWND hWnd, UINT code, WPARAM wParam, LPARAM lParam)
 {
     Message *message = nullptr;
-    if (queue->nMessages < MAX_MESSAGES)
+    if (queue->nMessages < MAX_MESSAGES) {
         message = static_cast<Message *>(calloc(1, sizeof(Message)));
-    if (message == nullptr)
+    }
+    if (message == nullptr) {
         return false;
+    }
     message->msg.hwnd = hWnd;
     message->msg.message = code;
     message->msg.wParam = wParam;
@@ -188,8 +195,9 @@ static void RemoveWindow(Window *window)
     testBench.nWindows -= window->kind == DIALOG || window->kind == PLAIN;
     window->hWnd = nullptr;
     for (Window &other : windows) {
-        if (other.hWnd != nullptr && other.hParent == hWnd)
+        if (other.hWnd != nullptr && other.hParent == hWnd) {
             RemoveWindow(&other);
+        }
     }
 }
 
@@ -197,9 +205,10 @@ static void PressCancel(ThreadQueue *queue)
 {
     const Window *dialog = FindTopDialog(queue);
     const Window *button = dialog != nullptr ? FindControl(dialog->hWnd, IDCANCEL) : nullptr;
-    if (button != nullptr)
+    if (button != nullptr) {
         AppendMessage(queue, dialog->hWnd, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED),
                       reinterpret_cast<LPARAM>(button->hWnd));
+    }
 }
 
 // ---- the same with the lock taken ----------------------------------------------------------
@@ -209,34 +218,40 @@ static bool ReadWindow(HWND hWnd, Window *copy)
 {
     pthread_mutex_lock(&windowLock);
     const Window *window = FindWindowOf(hWnd);
-    if (window != nullptr)
+    if (window != nullptr) {
         *copy = *window;
+    }
     pthread_mutex_unlock(&windowLock);
-    if (window == nullptr)
+    if (window == nullptr) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    }
     return window != nullptr;
 }
 
 // The calling thread's queue, made on first use.
 static ThreadQueue *GetQueue(void)
 {
-    if (threadQueue == nullptr && WatchThreadExit())
+    if (threadQueue == nullptr && WatchThreadExit()) {
         threadQueue = static_cast<ThreadQueue *>(calloc(1, sizeof(ThreadQueue)));
-    if (threadQueue == nullptr)
+    }
+    if (threadQueue == nullptr) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    }
     return threadQueue;
 }
 
 void DestroyThreadWindows(void)
 {
     ThreadQueue *queue = threadQueue;
-    if (queue == nullptr)
+    if (queue == nullptr) {
         return;
+    }
     threadQueue = nullptr;
     pthread_mutex_lock(&windowLock);
     for (Window &window : windows) {
-        if (window.hWnd != nullptr && window.pQueue == queue)
+        if (window.hWnd != nullptr && window.pQueue == queue) {
             RemoveWindow(&window);
+        }
     }
     MSG msg;
     while (TakeMessage(queue, &msg, nullptr, 0, 0, true)) {
@@ -258,10 +273,12 @@ static LRESULT SetRange(Window *bar, int low, int high)
     LRESULT previous = MAKELONG(bar->nLow, bar->nHigh);
     bar->nLow = low;
     bar->nHigh = high;
-    if (bar->nPosition < low)
+    if (bar->nPosition < low) {
         bar->nPosition = low;
-    if (bar->nPosition > high)
+    }
+    if (bar->nPosition > high) {
         bar->nPosition = high;
+    }
     testBench.nLastRange = high;
     return previous;
 }
@@ -270,8 +287,9 @@ static LRESULT SetPosition(Window *bar, int position)
 {
     LRESULT previous = bar->nPosition;
     bar->nPosition = position < bar->nLow ? bar->nLow : position;
-    if (bar->nPosition > bar->nHigh)
+    if (bar->nPosition > bar->nHigh) {
         bar->nPosition = bar->nHigh;
+    }
     return previous;
 }
 
@@ -282,16 +300,18 @@ static LRESULT StepIt(Window *bar)
     testBench.nSteps++;
     long long next = static_cast<long long>(bar->nPosition) + bar->nStep;
     long long range = static_cast<long long>(bar->nHigh) - bar->nLow;
-    if (next > bar->nHigh && range > 0)
+    if (next > bar->nHigh && range > 0) {
         next = (next - bar->nLow) % range + bar->nLow;
+    }
     SetPosition(bar, static_cast<int>(range > 0 ? next : bar->nLow));
     return previous;
 }
 
 static LRESULT GetRange(const Window *bar, BOOL bLow, PBRANGE *range)
 {
-    if (range != nullptr)
+    if (range != nullptr) {
         *range = {bar->nLow, bar->nHigh};
+    }
     return bLow ? bar->nLow : bar->nHigh;
 }
 
@@ -331,8 +351,9 @@ static LRESULT SendToBar(HWND hWnd, UINT code, WPARAM wParam, LPARAM lParam)
     void *context = pObserverContext;
     pthread_mutex_unlock(&windowLock);
     bool bMoved = IsRangeMessage(code) || code == PBM_SETPOS || code == PBM_STEPIT;
-    if (bar != nullptr && bMoved && observer != nullptr)
+    if (bar != nullptr && bMoved && observer != nullptr) {
         observer(now.hParent, now.nHigh - now.nLow, now.nPosition - now.nLow, context);
+    }
     return result;
 }
 
@@ -341,29 +362,35 @@ static LRESULT SendToBar(HWND hWnd, UINT code, WPARAM wParam, LPARAM lParam)
 static LRESULT CallDialog(const Window *dialog, UINT code, WPARAM wParam, LPARAM lParam)
 {
     INT_PTR result = dialog->pDialogProc(dialog->hWnd, code, wParam, lParam);
-    if (result == FALSE && code == WM_CLOSE)
+    if (result == FALSE && code == WM_CLOSE) {
         PostMessageA(dialog->hWnd, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), 0);
+    }
     return result;
 }
 
 static LRESULT CallWindow(HWND hWnd, UINT code, WPARAM wParam, LPARAM lParam)
 {
     Window window;
-    if (!ReadWindow(hWnd, &window))
+    if (!ReadWindow(hWnd, &window)) {
         return 0;
-    if (window.kind == PROGRESS_BAR)
+    }
+    if (window.kind == PROGRESS_BAR) {
         return SendToBar(hWnd, code, wParam, lParam);
+    }
     if (window.pQueue != threadQueue) {
         SetLastError(ERROR_ACCESS_DENIED);
         return 0;
     }
-    if (window.kind == DIALOG)
+    if (window.kind == DIALOG) {
         return CallDialog(&window, code, wParam, lParam);
-    if (window.kind == PLAIN && window.pPlainProc != nullptr)
+    }
+    if (window.kind == PLAIN && window.pPlainProc != nullptr) {
         window.pPlainProc(hWnd, code, wParam, lParam, window.pContext);
-    if (window.kind == BUTTON && code == BM_CLICK)
+    }
+    if (window.kind == BUTTON && code == BM_CLICK) {
         CallWindow(window.hParent, WM_COMMAND, MAKEWPARAM(window.nId, BN_CLICKED),
                    reinterpret_cast<LPARAM>(hWnd));
+    }
     return 0;
 }
 
@@ -371,27 +398,34 @@ static LRESULT CallWindow(HWND hWnd, UINT code, WPARAM wParam, LPARAM lParam)
 
 BOOL WINAPI InitCommonControlsEx(const INITCOMMONCONTROLSEX *pControls)
 {
-    if (pControls == nullptr || pControls->dwSize != sizeof *pControls)
+    if (pControls == nullptr || pControls->dwSize != sizeof *pControls) {
         return FALSE;
-    if ((pControls->dwICC & ICC_PROGRESS_CLASS) != 0)
+    }
+    if ((pControls->dwICC & ICC_PROGRESS_CLASS) != 0) {
         bProgressClass = true;
+    }
     return TRUE;
 }
 
 // 0, or why the dialog cannot be created.
 static DWORD CheckDialog(HINSTANCE hInstance, LPCSTR name, HWND hParent, DLGPROC procedure)
 {
-    if (testBench.bFailDialogs)
+    if (testBench.bFailDialogs) {
         return ERROR_NOT_ENOUGH_MEMORY;
-    if (procedure == nullptr)
+    }
+    if (procedure == nullptr) {
         return ERROR_INVALID_PARAMETER;
+    }
     bool bName = reinterpret_cast<uintptr_t>(name) > 0xffff;
-    if (!IsModule(hInstance) || !bName || strcasecmp(name, PROGRESS_TEMPLATE) != 0)
+    if (!IsModule(hInstance) || !bName || strcasecmp(name, PROGRESS_TEMPLATE) != 0) {
         return ERROR_RESOURCE_NAME_NOT_FOUND;
-    if (hParent != nullptr && !IsWindow(hParent))
+    }
+    if (hParent != nullptr && !IsWindow(hParent)) {
         return ERROR_INVALID_WINDOW_HANDLE;
-    if (!bProgressClass)
+    }
+    if (!bProgressClass) {
         return ERROR_CANNOT_FIND_WND_CLASS;
+    }
     return NO_ERROR;
 }
 
@@ -399,12 +433,14 @@ static DWORD CheckDialog(HINSTANCE hInstance, LPCSTR name, HWND hParent, DLGPROC
 static Window *AddDialog(HWND hParent, DLGPROC procedure, ThreadQueue *queue)
 {
     Window *dialog = AddWindow(DIALOG, hParent, 0, queue);
-    if (dialog == nullptr)
+    if (dialog == nullptr) {
         return nullptr;
+    }
     dialog->pDialogProc = procedure;
     if (AddWindow(BUTTON, dialog->hWnd, IDCANCEL, queue) != nullptr &&
-        AddWindow(PROGRESS_BAR, dialog->hWnd, PROGRESS_BAR_ID, queue) != nullptr)
+        AddWindow(PROGRESS_BAR, dialog->hWnd, PROGRESS_BAR_ID, queue) != nullptr) {
         return dialog;
+    }
     RemoveWindow(dialog);
     return nullptr;
 }
@@ -418,8 +454,9 @@ HWND WINAPI CreateDialogParamA(HINSTANCE hInstance, LPCSTR lpTemplateName, HWND 
         return nullptr;
     }
     ThreadQueue *queue = GetQueue();
-    if (queue == nullptr)
+    if (queue == nullptr) {
         return nullptr;
+    }
     pthread_mutex_lock(&windowLock);
     const Window *dialog = AddDialog(hWndParent, lpDialogFunc, queue);
     HWND hDialog = dialog != nullptr ? dialog->hWnd : nullptr;
@@ -438,14 +475,16 @@ HWND WINAPI CreateDialogParamA(HINSTANCE hInstance, LPCSTR lpTemplateName, HWND 
 HWND CreatePlainWindow(void)
 {
     ThreadQueue *queue = GetQueue();
-    if (queue == nullptr)
+    if (queue == nullptr) {
         return nullptr;
+    }
     pthread_mutex_lock(&windowLock);
     Window *window = AddWindow(PLAIN, nullptr, 0, queue);
     HWND hWnd = window != nullptr ? window->hWnd : nullptr;
     pthread_mutex_unlock(&windowLock);
-    if (hWnd == nullptr)
+    if (hWnd == nullptr) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    }
     return hWnd;
 }
 
@@ -467,12 +506,13 @@ BOOL WINAPI DestroyWindow(HWND hWnd)
     pthread_mutex_lock(&windowLock);
     Window *window = FindWindowOf(hWnd);
     DWORD error = NO_ERROR;
-    if (window == nullptr || window->bDying)
+    if (window == nullptr || window->bDying) {
         error = ERROR_INVALID_WINDOW_HANDLE;
-    else if (window->pQueue != threadQueue)
+    } else if (window->pQueue != threadQueue) {
         error = ERROR_ACCESS_DENIED;
-    else
+    } else {
         window->bDying = true;
+    }
     pthread_mutex_unlock(&windowLock);
     if (error != NO_ERROR) {
         SetLastError(error);
@@ -481,8 +521,9 @@ BOOL WINAPI DestroyWindow(HWND hWnd)
     CallWindow(hWnd, WM_DESTROY, 0, 0);
     pthread_mutex_lock(&windowLock);
     window = FindWindowOf(hWnd);
-    if (window != nullptr)
+    if (window != nullptr) {
         RemoveWindow(window);
+    }
     pthread_mutex_unlock(&windowLock);
     return TRUE;
 }
@@ -499,8 +540,9 @@ static bool SwapFlag(HWND hWnd, bool Window::*pFlag, bool bValue, bool *pOld)
         window->*pFlag = bValue;
     }
     pthread_mutex_unlock(&windowLock);
-    if (window == nullptr)
+    if (window == nullptr) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    }
     return window != nullptr;
 }
 
@@ -540,8 +582,9 @@ HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem)
     const Window *control = FindWindowOf(hDlg) != nullptr ? FindControl(hDlg, nIDDlgItem) : nullptr;
     HWND hControl = control != nullptr ? control->hWnd : nullptr;
     pthread_mutex_unlock(&windowLock);
-    if (hControl == nullptr)
+    if (hControl == nullptr) {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    }
     return hControl;
 }
 
@@ -562,29 +605,33 @@ LRESULT WINAPI SendDlgItemMessageA(HWND hDlg, int nIDDlgItem, UINT Msg, WPARAM w
 BOOL WINAPI PostMessageA(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam)
 {
     ThreadQueue *queue = hWnd == nullptr ? GetQueue() : nullptr;
-    if (hWnd == nullptr && queue == nullptr)
+    if (hWnd == nullptr && queue == nullptr) {
         return FALSE;
+    }
     DWORD error = NO_ERROR;
     pthread_mutex_lock(&windowLock);
     if (hWnd != nullptr) {
         const Window *window = FindWindowOf(hWnd);
         queue = window != nullptr ? window->pQueue : nullptr;
     }
-    if (queue == nullptr)
+    if (queue == nullptr) {
         error = ERROR_INVALID_WINDOW_HANDLE;
-    else if (!AppendMessage(queue, hWnd, Msg, wParam, lParam))
+    } else if (!AppendMessage(queue, hWnd, Msg, wParam, lParam)) {
         error = ERROR_NOT_ENOUGH_QUOTA;
+    }
     pthread_mutex_unlock(&windowLock);
-    if (error != NO_ERROR)
+    if (error != NO_ERROR) {
         SetLastError(error);
+    }
     return error == NO_ERROR;
 }
 
 void WINAPI PostQuitMessage(int nExitCode)
 {
     ThreadQueue *queue = GetQueue();
-    if (queue == nullptr)
+    if (queue == nullptr) {
         return;
+    }
     pthread_mutex_lock(&windowLock);
     queue->bQuit = true;
     queue->nExitCode = nExitCode;
@@ -596,22 +643,26 @@ static void AnswerCancelRequests(ThreadQueue *queue)
 {
     bool bRequested = bCancelRequested.exchange(false);
     int step = testBench.nCancelAtStep;
-    if (step > 0 && testBench.nSteps + 1 >= step)
+    if (step > 0 && testBench.nSteps + 1 >= step) {
         bRequested |= testBench.nCancelAtStep.compare_exchange_strong(step, 0);
-    if (bRequested)
+    }
+    if (bRequested) {
         PressCancel(queue);
+    }
 }
 
 BOOL WINAPI PeekMessageA(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax,
                          UINT wRemoveMsg)
 {
     ThreadQueue *queue = threadQueue;
-    if (queue == nullptr)
-        return FALSE; // nobody can have posted anything
+    if (queue == nullptr) {
+        return FALSE;  // nobody can have posted anything
+    }
     bool bRemove = (wRemoveMsg & PM_REMOVE) != 0;
     pthread_mutex_lock(&windowLock);
-    if (queue->nDialogs > 0)
+    if (queue->nDialogs > 0) {
         AnswerCancelRequests(queue);
+    }
     bool bFound = TakeMessage(queue, lpMsg, hWnd, wMsgFilterMin, wMsgFilterMax, bRemove);
     if (!bFound && queue->bQuit) {
         *lpMsg = MSG();
@@ -630,11 +681,13 @@ BOOL WINAPI IsDialogMessageA(HWND hDlg, LPMSG lpMsg)
     Window dialog;
     Window target;
     if (lpMsg->hwnd == nullptr || !ReadWindow(hDlg, &dialog) || dialog.kind != DIALOG ||
-        !ReadWindow(lpMsg->hwnd, &target))
+        !ReadWindow(lpMsg->hwnd, &target)) {
         return FALSE;
+    }
     bool bControl = target.hParent == hDlg && target.kind >= BUTTON;
-    if (target.hWnd != hDlg && !bControl)
+    if (target.hWnd != hDlg && !bControl) {
         return FALSE;
+    }
     CallWindow(lpMsg->hwnd, lpMsg->message, lpMsg->wParam, lpMsg->lParam);
     return TRUE;
 }
@@ -647,8 +700,9 @@ BOOL WINAPI TranslateMessage(const MSG *)
 
 LRESULT WINAPI DispatchMessageA(const MSG *lpMsg)
 {
-    if (lpMsg == nullptr || lpMsg->hwnd == nullptr)
+    if (lpMsg == nullptr || lpMsg->hwnd == nullptr) {
         return 0;
+    }
     return CallWindow(lpMsg->hwnd, lpMsg->message, lpMsg->wParam, lpMsg->lParam);
 }
 

@@ -11,8 +11,9 @@ void *WorkAlloc(size_t nCount, size_t nSize)
 {
     testBench.nAllocations++;
     size_t bytes;
-    if (IsDue(&testBench.nFailAllocation) || __builtin_mul_overflow(nCount, nSize, &bytes))
+    if (IsDue(&testBench.nFailAllocation) || __builtin_mul_overflow(nCount, nSize, &bytes)) {
         return nullptr;
+    }
     return NewBlock(WORK_BLOCK, bytes, true);
 }
 
@@ -23,8 +24,9 @@ void WorkFree(void *pBlock)
         DeleteAcquiredBlock(block);
         return;
     }
-    if (block != nullptr)
+    if (block != nullptr) {
         ReleaseBlocks();
+    }
     // Not ours, or freed before: the C heap (or a sanitizer) reports it with the caller's stack.
     free(pBlock);
 }

@@ -144,8 +144,8 @@ static bool AreSame(HGLOBAL hFirst, HGLOBAL hSecond)
     const size_t nBytes = GlobalSize(hFirst);
     const void *pFirst = GlobalLock(hFirst);
     const void *pSecond = GlobalLock(hSecond);
-    const bool bSame = nBytes == GlobalSize(hSecond) &&
-                       (nBytes == 0 || memcmp(pFirst, pSecond, nBytes) == 0);
+    const bool bSame =
+        nBytes == GlobalSize(hSecond) && (nBytes == 0 || memcmp(pFirst, pSecond, nBytes) == 0);
     GlobalUnlock(hFirst);
     GlobalUnlock(hSecond);
     return bSame;
@@ -180,9 +180,14 @@ static void SetDialogs(void)
 {
     typedef UINT_PTR A;
     typedef void (*Any)(void);
-    static const Any ANSWERS[] = {NULL, (Any)AnswerDialog<A>, (Any)AnswerDialog<A, A>,
-                                  (Any)AnswerDialog<A, A, A>, (Any)AnswerDialog<A, A, A, A>, NULL,
-                                  NULL, (Any)AnswerDialog<A, A, A, A, A, A, A>};
+    static const Any ANSWERS[] = {NULL,
+                                  (Any)AnswerDialog<A>,
+                                  (Any)AnswerDialog<A, A>,
+                                  (Any)AnswerDialog<A, A, A>,
+                                  (Any)AnswerDialog<A, A, A, A>,
+                                  NULL,
+                                  NULL,
+                                  (Any)AnswerDialog<A, A, A, A, A, A, A>};
     static TestEntry entry;
     entry = {g_pExport->pDialogEntry, (FARPROC)ANSWERS[g_pExport->nDialogArguments]};
     if (g_nFlags & 24) {

@@ -19,7 +19,7 @@ struct Scene {
 };
 extern Scene g_scene;
 
-int NextNumber(void);           // small, a limit of some kind, or any; the same at every level
+int NextNumber(void);             // small, a limit of some kind, or any; the same at every level
 uint8_t InputByte(size_t index);  // of what the images are filled from, which goes round
 HGLOBAL CopyOf(HGLOBAL hBlock);   // a movable one; null for null and for empty blocks
 void Require(bool bTrue, const char *pFault);

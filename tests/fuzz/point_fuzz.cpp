@@ -30,9 +30,8 @@ static HGLOBAL CallHistogram(void)
     for (int i = 0; i < 4; i++) {
         int origin[2] = {NextNumber(), NextNumber()};
         const int nOperation = i < 3 ? LUT_COMPUTE : NextNumber();
-        const HGLOBAL hResult =
-            ComputeHistogram(i == 2 ? g_scene.hOther : g_scene.hDib, nOperation, hCounts,
-                             origin[0] == 77 ? NULL : origin, &nError);
+        const HGLOBAL hResult = ComputeHistogram(i == 2 ? g_scene.hOther : g_scene.hDib, nOperation,
+                                                 hCounts, origin[0] == 77 ? NULL : origin, &nError);
         RequireCode(nError);
         GlobalFree(nOperation == LUT_CREATE ? hResult : NULL);
     }
