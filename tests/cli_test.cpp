@@ -230,6 +230,20 @@ TEST(CommandLine, UnreadableInputsHaveTheirOwnCode)
     EXPECT_EQ(Names(folder).size(), 5u);
 }
 
+// Not read on and on, once its head is seen to be no picture's.
+TEST(CommandLine, EndlessInputIsRefused)
+{
+    const char *endless = "/dev/zero";
+    FILE *file = fopen(endless, "rb");
+    if (file == NULL) {
+        GTEST_SKIP() << "there is no " << endless;
+    }
+    fclose(file);
+    Outcome outcome = Call({"gauss", endless, Folder() + "out.png"});
+    EXPECT_EQ(outcome.code, 3);
+    EXPECT_NE(outcome.error.find("it is not a BMP, PNG or JPEG file"), std::string::npos);
+}
+
 TEST(CommandLine, SeveralPicturesGoOnAfterAFailure)
 {
     std::string folder = Folder(), results = folder + "results";

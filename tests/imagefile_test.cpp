@@ -489,6 +489,53 @@ TEST(ImageFile, TruncatedAnywhereGivesASentence)
     }
 }
 
+static void PutBigEndian(Bytes *bytes, uint32_t value)
+{
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        bytes->push_back(BYTE(value >> shift));
+    }
+}
+
+static void PutChunk(Bytes *png, const char *name, const Bytes &data)
+{
+    Bytes named(name, name + 4);
+    named.insert(named.end(), data.begin(), data.end());
+    PutBigEndian(png, uint32_t(data.size()));
+    png->insert(png->end(), named.begin(), named.end());
+    uint32_t crc = 0xFFFFFFFF;
+    for (BYTE byte : named) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; bit++) {
+            crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320 : 0);
+        }
+    }
+    PutBigEndian(png, ~crc);
+}
+
+// A few bytes that claim gigabytes; nothing may be made room for.
+TEST(ImageFile, PngClaimsThatTheFileCannotHoldAreRefused)
+{
+    static const struct {
+        uint32_t width, height;
+        BYTE bits, type, interlaced;
+    } CLAIMS[] = {{2130706445, 9, 8, 2, 0}, {1, 500000000, 8, 0, 0},
+                  {500000000, 1, 1, 0, 0},  {1, 500000000, 1, 3, 1},
+                  {60000, 60000, 16, 6, 1}, {2147483647, 2147483647, 8, 0, 0}};
+    for (const auto &claim : CLAIMS) {
+        Bytes png = {0x89, 'P', 'N', 'G', 13, 10, 26, 10}, header;
+        PutBigEndian(&header, claim.width);
+        PutBigEndian(&header, claim.height);
+        header.insert(header.end(), {claim.bits, claim.type, 0, 0, claim.interlaced});
+        PutChunk(&png, "IHDR", header);
+        PutChunk(&png, "PLTE", {1, 2, 3});
+        PutChunk(&png, "IDAT", {0x78, 0x9c, 0x63, 0, 0, 0, 1, 0, 1});
+        PutChunk(&png, "IEND", {});
+        ImageMessages messages;
+        EXPECT_TRUE(Decode(png, png.size(), &messages) == NULL);
+        EXPECT_TRUE(strstr(messages.szError, "too short for")) << messages.szError;
+    }
+}
+
 TEST(ImageFile, HostileBmpHeadersAreRefused)
 {
     static const struct {

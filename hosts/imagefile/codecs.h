@@ -70,6 +70,8 @@ struct ImageMetadata {
     int nOrientation;
     bool bGray, bTransparent;  // of a PNG file
     bool bComplete;            // the file reaches its end mark
+    unsigned nWidth, nHeight;  // of a PNG file, as it says
+    unsigned nPixelBits;
 };
 void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);
 void ReadJpegMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);

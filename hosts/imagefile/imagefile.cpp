@@ -72,6 +72,15 @@ const char *ImageFormatEnding(ImageFormat format)
     return format == IMAGE_BMP ? ".bmp" : format == IMAGE_PNG ? ".png" : ".jpg";
 }
 
+// Codecs make room for what a header claims before they look at the data. Deflated data grow by no
+// more than MOST_INFLATION, so a picture that its file cannot hold is known without them.
+static bool CanHoldPng(const ImageMetadata *metadata, size_t length)
+{
+    static const double MOST_INFLATION = 1032;
+    double least = double(metadata->nWidth) * metadata->nHeight * metadata->nPixelBits / 8;
+    return least <= MOST_INFLATION * double(length);
+}
+
 // A PNG or JPEG file, by the codec of the system. What the pixels do not tell is read beside it.
 static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t length,
                                 ImageMessages *messages)
@@ -84,6 +93,11 @@ static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t le
     }
     if (!metadata.bComplete) {
         FailImage(messages, "the %s file ends too early", ImageFormatTitle(format));
+        return nullptr;
+    }
+    if (format == IMAGE_PNG && !CanHoldPng(&metadata, length)) {
+        FailImage(messages, "the PNG file is too short for %u x %u pixels", metadata.nWidth,
+                  metadata.nHeight);
         return nullptr;
     }
     HGLOBAL hDib = format == IMAGE_PNG ? DecodePng(bytes, length, metadata.bGray, messages)
@@ -148,32 +162,54 @@ bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes
 
 // ---- files -----------------------------------------------------------------------------------
 
+static const size_t FILE_BYTES_MOST = 0x7FFF0000;
+
 // The file's length where it can be told beforehand, so that one block usually suffices.
 static size_t LengthHint(FILE *file)
 {
-    static const long LENGTH_MOST = 0x7FFFFFF0;
     long length = fseek(file, 0, SEEK_END) == 0 ? ftell(file) : 0;
     rewind(file);
-    return length > 0 && length < LENGTH_MOST ? size_t(length) : 0;
+    return length > 0 && size_t(length) < FILE_BYTES_MOST ? size_t(length) : 0;
 }
 
+static bool MakeRoom(size_t room, FileBytes *bytes, ImageMessages *messages)
+{
+    BYTE *grown = static_cast<BYTE *>(realloc(bytes->pData, room));
+    if (!grown) {
+        return FailImage(messages, "not enough memory to read the file");
+    }
+    bytes->pData = grown;
+    return true;
+}
+
+// Its head first: input that is no picture may have no end.
 static bool ReadStream(FILE *file, size_t hint, FileBytes *bytes, ImageMessages *messages)
 {
-    size_t room = 0;
+    static const size_t HEAD_BYTES = 65536;
+    size_t room = HEAD_BYTES;
     memset(bytes, 0, sizeof *bytes);
+    if (!MakeRoom(room, bytes, messages)) {
+        return false;
+    }
     for (;;) {
-        if (bytes->nLength == room) {
-            room = room == 0 ? hint + 65536 : room < SIZE_MAX / 2 ? room * 2 : 0;
-            BYTE *grown = room ? static_cast<BYTE *>(realloc(bytes->pData, room)) : nullptr;
-            if (!grown) {
-                return FailImage(messages, "not enough memory to read the file");
-            }
-            bytes->pData = grown;
-        }
         size_t count = fread(bytes->pData + bytes->nLength, 1, room - bytes->nLength, file);
         bytes->nLength += count;
         if (count == 0 || ferror(file)) {  // an interrupt ends a read halfway
             break;
+        }
+        if (bytes->nLength < room) {
+            continue;
+        }
+        if (ImageFormatOfBytes(bytes->pData, bytes->nLength) == IMAGE_UNKNOWN) {
+            return FailImage(messages, "it is not a BMP, PNG or JPEG file");
+        }
+        if (room == FILE_BYTES_MOST) {
+            return FailImage(messages, "the file is larger than 2 GiB");
+        }
+        room = room < hint ? hint + HEAD_BYTES : room < FILE_BYTES_MOST / 2 ? room * 2 : 0;
+        room = room == 0 || room > FILE_BYTES_MOST ? FILE_BYTES_MOST : room;
+        if (!MakeRoom(room, bytes, messages)) {
+            return false;
         }
     }
     return !ferror(file) || FailImage(messages, "cannot be read: %s", strerror(errno));

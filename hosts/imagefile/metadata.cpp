@@ -35,6 +35,9 @@ void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata)
         if (memcmp(chunk + 4, "IHDR", 4) == 0 && size == 13) {
             metadata->bGray = (chunk[17] & 2) == 0;  // bits: 1 palette, 2 colour, 4 transparency
             metadata->bTransparent = (chunk[17] & 4) != 0;
+            metadata->nWidth = BigEndian32(chunk + 8);
+            metadata->nHeight = BigEndian32(chunk + 12);
+            metadata->nPixelBits = chunk[16] * ((chunk[17] & 3) == 2 ? 3u : 1u);
         }
         if (memcmp(chunk + 4, "tRNS", 4) == 0) {
             metadata->bTransparent = true;

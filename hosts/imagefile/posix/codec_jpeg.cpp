@@ -17,6 +17,8 @@
 #include <jerror.h>
 #include <jpeglib.h>
 
+static const long WORK_BYTES_MOST = 0x7FFF0000;  // of libjpeg
+
 // errors stands first: libjpeg hands back a pointer to it.
 struct JpegPass {
     jpeg_error_mgr errors;
@@ -85,16 +87,19 @@ static bool ReadJpeg(JpegPass *pass, jpeg_decompress_struct *jpeg, const BYTE *b
         return false;
     }
     jpeg_create_decompress(jpeg);
+    jpeg->mem->max_memory_to_use = WORK_BYTES_MOST;
     jpeg_mem_src(jpeg, bytes, static_cast<unsigned long>(length));
     jpeg_read_header(jpeg, TRUE);
     bool bGray = jpeg->jpeg_color_space == JCS_GRAYSCALE;
     bool bInks = jpeg->num_components == 4;
     jpeg->out_color_space = bGray ? JCS_GRAYSCALE : bInks ? JCS_CMYK : JCS_EXT_BGR;
-    jpeg_start_decompress(jpeg);
+    // Before libjpeg makes room for the whole of a progressive picture.
+    jpeg_calc_output_dimensions(jpeg);
     int width = int(jpeg->output_width), height = int(jpeg->output_height);
     if (!CreateDib(width, height, bGray ? 8 : 24, bGray ? 256 : 0, &pass->view, pass->pMessages)) {
         return false;
     }
+    jpeg_start_decompress(jpeg);
     SetGrayRamp(&pass->view);
     if (bInks) {
         MakeLine(reinterpret_cast<j_common_ptr>(jpeg), size_t(width) * 4);

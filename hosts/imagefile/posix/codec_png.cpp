@@ -18,7 +18,6 @@ static const int COMPRESSION_LEVEL = 4;
 struct PngPass {
     png_structp pPng;
     png_infop pInfo;
-    png_bytep *pRows;
     DibView view;
     const BYTE *pNext;  // reading: what is left of the file
     size_t nLeft;
@@ -81,18 +80,6 @@ static void PngRowDone(png_structp png, png_uint_32, int)
     }
 }
 
-// The picture's rows from the top, where libpng is to put or find them.
-static void MakeRows(PngPass *pass)
-{
-    pass->pRows = static_cast<png_bytep *>(calloc(unsigned(pass->view.nHeight), sizeof(png_bytep)));
-    if (!pass->pRows) {
-        png_error(pass->pPng, "not enough memory");
-    }
-    for (int y = 0; y < pass->view.nHeight; y++) {
-        pass->pRows[y] = DibRow(&pass->view, y);
-    }
-}
-
 static void ReadPalette(PngPass *pass)
 {
     png_colorp colours = nullptr;
@@ -147,11 +134,12 @@ static bool ReadPng(PngPass *pass)
         bitCount = 8;
         colours = 256;
     }
-    png_set_interlace_handling(png);
-    png_read_update_info(png, info);
+    // Before libpng makes room for a row of it.
     if (!CreateDib(int(width), int(height), bitCount, colours, &pass->view, pass->pMessages)) {
         png_error(png, "no picture");
     }
+    int passes = png_set_interlace_handling(png);
+    png_read_update_info(png, info);
     if (png_get_rowbytes(png, info) > pass->view.nStride) {
         png_error(png, "unexpected row length");
     }
@@ -160,8 +148,11 @@ static bool ReadPng(PngPass *pass)
     } else {
         SetGrayRamp(&pass->view);
     }
-    MakeRows(pass);
-    png_read_image(png, pass->pRows);
+    for (int i = 0; i < passes; i++) {
+        for (int y = 0; y < pass->view.nHeight; y++) {
+            png_read_row(png, DibRow(&pass->view, y), nullptr);
+        }
+    }
     png_read_end(png, nullptr);
     return true;
 }
@@ -176,7 +167,6 @@ HGLOBAL DecodePng(const BYTE *bytes, size_t length, bool, ImageMessages *message
     pass.pInfo = pass.pPng ? png_create_info_struct(pass.pPng) : nullptr;
     bool bDone = pass.pInfo ? ReadPng(&pass) : FailImage(messages, "not enough memory");
     png_destroy_read_struct(&pass.pPng, &pass.pInfo, nullptr);
-    free(pass.pRows);
     CloseDib(&pass.view);
     if (!bDone && pass.view.hDib) {
         GlobalFree(pass.view.hDib);
@@ -223,8 +213,9 @@ static bool WritePng(PngPass *pass)
     }
     png_write_info(png, pass->pInfo);
     png_set_bgr(png);
-    MakeRows(pass);
-    png_write_image(png, pass->pRows);
+    for (int y = 0; y < view->nHeight; y++) {
+        png_write_row(png, DibRow(view, y));
+    }
     png_write_end(png, nullptr);
     return true;
 }
@@ -239,6 +230,5 @@ bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages)
     pass.pInfo = pass.pPng ? png_create_info_struct(pass.pPng) : nullptr;
     bool bDone = pass.pInfo ? WritePng(&pass) : FailImage(messages, "not enough memory");
     png_destroy_write_struct(&pass.pPng, &pass.pInfo);
-    free(pass.pRows);
     return bDone;
 }
