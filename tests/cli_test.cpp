@@ -319,6 +319,20 @@ TEST(CommandLine, BarIsDrawnOnStandardErrorAndWiped)
     EXPECT_EQ(outcome.out, "");
 }
 
+// A wide picture takes more steps than the bar has room for.
+TEST(CommandLine, BarNeverGoesBack)
+{
+    std::string folder = Folder(), in = MakePicture(folder + "in.bmp", 24, 300, 5);
+    Outcome outcome = Call({"gauss", in, folder + "out.bmp", "--progress=always"});
+    int last = -1;
+    for (size_t at = 0; (at = outcome.error.find("] ", at)) != std::string::npos; at++) {
+        int percent = atoi(outcome.error.c_str() + at + 2);
+        EXPECT_GE(percent, last);
+        last = percent;
+    }
+    EXPECT_EQ(last, 100);
+}
+
 TEST(CommandLine, HelpComesFromTheCatalogue)
 {
     Outcome help = Call({"--help"}), list = Call({"list"}), version = Call({"--version"});

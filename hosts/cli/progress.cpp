@@ -33,7 +33,9 @@ void StepProgressBar(int position, int range)
 {
     g_Bar.bStepped = true;
     int percent = range > 0 ? int(100.0 * position / range) : 0;
-    percent = percent > 100 ? 100 : percent;
+    // The system's bar starts over past its end, which low, wide pictures reach: this one stays
+    // full.
+    percent = percent > 100 || percent < g_Bar.nPercent ? 100 : percent;
     if (!g_Bar.bDraw || percent == g_Bar.nPercent) {
         return;
     }
