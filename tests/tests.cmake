@@ -77,6 +77,7 @@ target_link_libraries(vexafilter_host_tests PRIVATE vexa_hosts vexafilter_import
 if(WIN32)
   add_dependencies(vexafilter_host_tests vexa_tests_dll)
 else()
+  target_sources(vexafilter_host_tests PRIVATE tests/catalogue_test.cpp)
   target_link_libraries(vexafilter_host_tests PRIVATE vexaposix)
 endif()
 

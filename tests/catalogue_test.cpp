@@ -1,0 +1,214 @@
+// Every row of the catalogue against the export that it names: the same bytes as a direct call with
+// the same values, the depths that the export takes, the dialog entry that it asks for.
+
+#include "hosts/catalogue/catalogue.h"
+
+#include "platform/posix/testing.h"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+typedef std::vector<BYTE> Bytes;
+
+// No two values of a call are alike, so that none can stand in another's place.
+struct DirectCall {
+    const char *pExport;
+    double values[6];
+    HGLOBAL (*Make)(const HGLOBAL *images, const int *n, const ParameterValue *v, UINT mode);
+};
+
+// Weights without symmetry, the row over the pixel and the column not the same.
+static const char MASK[] = "1,2,0;3,4,5;0,7,9;2,1,1@2,1";
+
+// The weighted filters read the two origin fields the other way round.
+static FilterMask CrossedMask(const MaskValue &value, std::vector<BYTE *> *columns)
+{
+    for (int x = 0; x < value.columns; x++) {
+        columns->push_back(const_cast<BYTE *>(&value.elements[size_t(x) * size_t(value.rows)]));
+    }
+    return {columns->data(), value.rows, value.columns, value.originRow, value.originColumn};
+}
+
+#define CALL [](const HGLOBAL *h, const int *n, const ParameterValue *v, UINT mode) -> HGLOBAL
+// clang-format off
+static const DirectCall CALLS[] = {
+    {"FilterLaplace", {11}, CALL { (void)v; return FilterLaplace(h[0], n[0], mode, NULL); }},
+    {"FilterGradient", {53}, CALL { (void)v; return FilterGradient(h[0], n[0], mode, NULL); }},
+    {"FilterEnhance", {}, CALL { (void)v, (void)n; return FilterEnhance(h[0], mode, NULL); }},
+    {"FilterUniform", {}, CALL { (void)v, (void)n; return FilterUniform(h[0], mode, NULL); }},
+    {"FilterGauss", {}, CALL { (void)v, (void)n; return FilterGauss(h[0], mode, NULL); }},
+    {"FilterMinimum", {5}, CALL { (void)v; return FilterMinimum(h[0], n[0], mode, NULL); }},
+    {"FilterMaximum", {5}, CALL { (void)v; return FilterMaximum(h[0], n[0], mode, NULL); }},
+    {"FilterMedian", {5}, CALL { (void)v; return FilterMedian(h[0], n[0], mode, NULL); }},
+    {"FilterMidpoint", {5}, CALL { (void)v; return FilterMidpoint(h[0], n[0], mode, NULL); }},
+    {"FilterRange", {5}, CALL { (void)v; return FilterRange(h[0], n[0], mode, NULL); }},
+    {"FilterAlphaTrimmedMean", {5, 3}, CALL { (void)v; return FilterAlphaTrimmedMean(h[0], n[0], n[1], mode, NULL); }},
+    {"FilterWeightedMedian", {}, CALL { (void)n; std::vector<BYTE *> columns; const FilterMask mask = CrossedMask(v[0].mask, &columns); return FilterWeightedMedian(h[0], &mask, mode, NULL); }},
+    {"FilterGeometricMean", {4}, CALL { (void)v; return FilterGeometricMean(h[0], n[0], mode, NULL); }},
+    {"FilterHarmonicMean", {4}, CALL { (void)v; return FilterHarmonicMean(h[0], n[0], mode, NULL); }},
+    {"FilterContraHarmonicMean", {4, 2}, CALL { (void)v; return FilterContraHarmonicMean(h[0], n[0], n[1], mode, NULL); }},
+    {"FilterYpMean", {4, 2}, CALL { (void)v; return FilterYpMean(h[0], n[0], n[1], mode, NULL); }},
+    {"FilterWeightedMean", {}, CALL { (void)n; std::vector<BYTE *> columns; const FilterMask mask = CrossedMask(v[0].mask, &columns); return FilterWeightedMean(h[0], &mask, mode, NULL); }},
+    {"FilterAdaptiveDWMTM", {3, 5, 40}, CALL { (void)v; return FilterAdaptiveDWMTM(h[0], n[0], n[1], n[2], mode, NULL); }},
+    {"FilterAdaptiveMMSE", {4, 900}, CALL { (void)v; return FilterAdaptiveMMSE(h[0], n[0], n[1], mode, NULL); }},
+    {"ArithmeticDIB", {8}, CALL { (void)v; return ArithmeticDIB(n[0], h[0], h[1], mode, NULL); }},
+    {"ArithmeticDIBConst", {8, 77}, CALL { (void)v; return ArithmeticDIBConst(n[0], h[0], n[1], mode, NULL); }},
+    {"ApplyLUT", {30, 60}, NULL},  // made of three exports
+    {"FilterAutoContrast", {}, CALL { (void)v, (void)n; return FilterAutoContrast(h[0], mode, NULL); }},
+    {"FilterParabolaTransformation", {1}, CALL { (void)v; return FilterParabolaTransformation(h[0], (UINT)n[0], mode, NULL); }},
+    {"FilterSolarizing", {99}, CALL { (void)v; return FilterSolarizing(h[0], n[0], mode, NULL); }},
+    {"FilterPosterizing", {7}, CALL { (void)v; return FilterPosterizing(h[0], n[0], mode, NULL); }},
+    {"FilterLevels", {20, 120, 60, 30, 220, 2}, CALL { (void)v; return FilterLevels(h[0], n[0], n[1], n[2], n[3], n[4], n[5], mode, NULL); }},
+    {"FilterAutoLevels", {17}, CALL { (void)v; return FilterAutoLevels(h[0], n[0], mode, NULL); }},
+    {"FilterDifference", {2}, CALL { (void)v; return FilterDifference(h[0], (UINT)n[0], mode, NULL); }},
+    {"HistDIBSlide", {20, 90, 11}, CALL { (void)v; return HistDIBSlide(h[0], (UINT)n[0], (UINT)n[1], n[2], mode, NULL); }},
+    {"HistDIBStretch", {20, 90, 1.75}, CALL { return HistDIBStretch(h[0], (UINT)n[0], (UINT)n[1], (float)v[2].dValue, mode, NULL); }},
+    {"HistDIBThreshold", {123}, CALL { (void)v; return HistDIBThreshold(h[0], (UINT)n[0], mode, NULL); }},
+    {"HistDIBComplement", {}, CALL { (void)v, (void)n; return HistDIBComplement(h[0], mode, NULL); }},
+    {"HistDIBModify", {}, CALL { (void)v, (void)n; return HistDIBModify(h[0], mode, NULL); }},
+    {"HistDIBEqualization", {}, CALL { (void)v, (void)n; return HistDIBEqualization(h[0], mode, NULL); }},
+};
+// clang-format on
+#undef CALL
+
+static HGLOBAL RandomPicture(int bitCount, unsigned seed)
+{
+    enum { WIDTH = 21, HEIGHT = 17 };
+    const size_t nColours = bitCount <= 8 ? size_t(1) << bitCount : 0;
+    const size_t stride = size_t(WIDTH * bitCount + 31) / 32 * 4;
+    const size_t nPrefix = sizeof(BITMAPINFOHEADER) + nColours * 4;
+    const HGLOBAL hDib = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, nPrefix + stride * HEIGHT);
+    BYTE *block = static_cast<BYTE *>(GlobalLock(hDib));
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof header;
+    header.biWidth = WIDTH;
+    header.biHeight = HEIGHT;
+    header.biPlanes = 1;
+    header.biBitCount = WORD(bitCount);
+    memcpy(block, &header, sizeof header);
+    for (size_t i = 0; i < nColours; i++) {
+        memset(block + sizeof header + i * 4, int(i * 255 / (nColours - 1)), 3);
+    }
+    std::mt19937 random(seed);
+    for (size_t i = 0; i < stride * HEIGHT; i++) {
+        block[nPrefix + i] = BYTE(random() % 131 + i % 120);
+    }
+    GlobalUnlock(hDib);
+    return hDib;
+}
+
+// Frees it; empty for null.
+static Bytes Take(HGLOBAL hDib)
+{
+    Bytes bytes;
+    if (hDib != NULL) {
+        const BYTE *block = static_cast<const BYTE *>(GlobalLock(hDib));
+        bytes.assign(block, block + GlobalSize(hDib));
+        GlobalUnlock(hDib);
+        GlobalFree(hDib);
+    }
+    return bytes;
+}
+
+static INT_PTR WINAPI CancelDialog(void)
+{
+    return 0;
+}
+
+struct CatalogueRow : testing::TestWithParam<const CatalogueFilter *> {
+    void TearDown() override
+    {
+        TestReset();
+    }
+};
+
+static const DirectCall *FindCall(const char *name)
+{
+    for (const DirectCall &call : CALLS) {
+        if (strcmp(call.pExport, name) == 0) {
+            return &call;
+        }
+    }
+    return NULL;
+}
+
+static std::vector<ParameterValue> ValuesOf(const CatalogueFilter *row, const DirectCall *call,
+                                            int *numbers)
+{
+    std::vector<ParameterValue> values(row->nParameters);
+    for (size_t i = 0; i < row->nParameters; i++) {
+        const FilterParameter *parameter = &row->pParameters[i];
+        if (parameter->nType == PARAMETER_MASK) {
+            EXPECT_TRUE(ParseMask(parameter, MASK, &values[i].mask));
+            continue;
+        }
+        numbers[i] = values[i].nValue = int(call->values[i]);
+        values[i].dValue = call->values[i];
+    }
+    return values;
+}
+
+TEST_P(CatalogueRow, IsTheExportThatItNames)
+{
+    const CatalogueFilter *row = GetParam();
+    const DirectCall *call = FindCall(row->pExport);
+    ASSERT_TRUE(call != NULL) << "a new export needs its row in CALLS";
+    int numbers[FILTER_PARAMETERS_MOST] = {};
+    const std::vector<ParameterValue> values = ValuesOf(row, call, numbers);
+    for (int bits : {1, 4, 8, 24}) {
+        const HGLOBAL images[] = {RandomPicture(bits, 1), RandomPicture(bits, 2)};
+        const CatalogueCall silent = {images, values.data(), 0, NULL};
+        const Bytes result = Take(row->Run(&silent));
+        EXPECT_EQ((row->nDepths & DepthBit(bits)) != 0, !result.empty()) << bits << " bits";
+        if (call->Make != NULL) {
+            EXPECT_TRUE(result == Take(call->Make(images, numbers, values.data(), 0)))
+                << bits << " bits";
+        }
+        for (const HGLOBAL hImage : images) {
+            GlobalFree(hImage);
+        }
+    }
+}
+
+// A library that knows the row's entry alone, and cancels: any other would be missing (-1).
+TEST_P(CatalogueRow, NamesTheEntryThatTheExportAsksFor)
+{
+    const CatalogueFilter *row = GetParam();
+    const DirectCall *call = FindCall(row->pExport);
+    ASSERT_TRUE(call != NULL);
+    int numbers[FILTER_PARAMETERS_MOST] = {};
+    const std::vector<ParameterValue> values = ValuesOf(row, call, numbers);
+    const TestEntry entry = {row->pDialogEntry != NULL ? row->pDialogEntry : "none", CancelDialog};
+    TestSetDialogLibrary(&entry, 1);
+    const HGLOBAL images[] = {RandomPicture(8, 1), RandomPicture(8, 2)};
+    const CatalogueCall asked = {images, values.data(), MODE_DIALOG, NULL};
+    const Bytes result = Take(row->Run(&asked));
+    EXPECT_EQ(row->pDialogEntry == NULL, !result.empty());
+    EXPECT_NE(-1, GetLastFilterError());
+    for (const HGLOBAL hImage : images) {
+        GlobalFree(hImage);
+    }
+}
+
+static std::vector<const CatalogueFilter *> AllRows()
+{
+    std::vector<const CatalogueFilter *> rows;
+    size_t count = 0;
+    const CatalogueFamily *const *families = CatalogueFamilies(&count);
+    for (size_t i = 0; i < count; i++) {
+        for (size_t j = 0; j < families[i]->nFilters; j++) {
+            rows.push_back(&families[i]->pFilters[j]);
+        }
+    }
+    return rows;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CatalogueRow, testing::ValuesIn(AllRows()),
+                         [](const testing::TestParamInfo<const CatalogueFilter *> &row) {
+                             return std::string(row.param->pExport);
+                         });
