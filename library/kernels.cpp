@@ -13,17 +13,18 @@
 
 #include <string.h>
 
-const MapKernels *g_pMapKernels = &sse2::MAP_KERNELS;
-const WeightedKernels *g_pWeightedKernels = &sse2::WEIGHTED_KERNELS;
-const SmoothingKernels *g_pSmoothingKernels = &sse2::SMOOTHING_KERNELS;
-const ArithmeticKernels *g_pArithmeticKernels = &sse2::ARITHMETIC_KERNELS;
-const TonalKernels *g_pTonalKernels = &sse2::TONAL_KERNELS;
-const ExtremeKernels *g_pExtremeKernels = &sse2::EXTREME_KERNELS;
-const NetworkKernels *g_pNetworkKernels = &sse2::NETWORK_KERNELS;
-const HistogramKernels *g_pHistogramKernels = &sse2::HISTOGRAM_KERNELS;
-const SelectionKernels *g_pSelectionKernels = &sse2::SELECTION_KERNELS;
-const PixelMeanKernels *g_pPixelMeanKernels = &sse2::PIXEL_MEAN_KERNELS;
-const AdaptiveKernels *g_pAdaptiveKernels = &sse2::ADAPTIVE_KERNELS;
+// Null until attach: a table without its line below would be missed at once.
+const MapKernels *g_pMapKernels;
+const WeightedKernels *g_pWeightedKernels;
+const SmoothingKernels *g_pSmoothingKernels;
+const ArithmeticKernels *g_pArithmeticKernels;
+const TonalKernels *g_pTonalKernels;
+const ExtremeKernels *g_pExtremeKernels;
+const NetworkKernels *g_pNetworkKernels;
+const HistogramKernels *g_pHistogramKernels;
+const SelectionKernels *g_pSelectionKernels;
+const PixelMeanKernels *g_pPixelMeanKernels;
+const AdaptiveKernels *g_pAdaptiveKernels;
 
 const LevelNeed LEVEL_NEEDS[KERNEL_LEVELS] = {{"sse2", 0}, {"avx2", CPU_AVX2}};
 

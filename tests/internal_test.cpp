@@ -178,15 +178,21 @@ INSTANTIATE_TEST_SUITE_P(Levels, KernelTest, testing::ValuesIn(LEVELS),
                              return std::string(level.param.pName);
                          });
 
-TEST(Kernels, TheStrongestSupportedLevelIsChosen)
+TEST(Kernels, EveryTableTakesTheStrongestSupportedLevel)
 {
-    for (const Level &level : LEVELS) {
-        ChooseKernels(0);
-        g_pWeightedKernels = &sse2::WEIGHTED_KERNELS;
-        g_pSmoothingKernels = &sse2::SMOOTHING_KERNELS;
-        ChooseKernels(level.nFeature);
-        EXPECT_EQ(level.pWeighted, g_pWeightedKernels) << level.pName;
-        EXPECT_EQ(level.pMean, g_pSmoothingKernels) << level.pName;
+    for (int level = 0; level < KERNEL_LEVELS; level++) {
+        ChooseKernels(LEVEL_NEEDS[level].nFeatures);
+        for (const KernelTable &table : KERNEL_TABLE) {
+            ASSERT_TRUE(table.pName != NULL && table.pChosen != NULL);
+            const void *pChosen;
+            const void *pWant = NULL;
+            memcpy(&pChosen, table.pChosen, sizeof pChosen);
+            for (int i = level; pWant == NULL && i >= 0; i--) {
+                pWant = table.levels[i];
+            }
+            EXPECT_TRUE(pWant != NULL && pChosen == pWant)
+                << table.pName << ", " << LEVEL_NEEDS[level].pName;
+        }
     }
     ChooseKernels(DetectCpuFeatures());
 }
