@@ -195,43 +195,6 @@ static const TestPicture DRIVERS[] = {{7, 11, 8, RAMP, 0, 71, 0},  {7, 11, 8, SH
                                       {11, 7, 24, RAMP, 0, 75, 0}, {11, 7, 1, RAMP, 0, 76, 0},
                                       {6, 7, 8, FEW, 9, 77, 0}};
 
-TEST_F(Frame, CancelAtAnyStepGivesNullAndTheParentBack)
-{
-    const HWND hParent = NewWindow(NULL);
-    for (const TestPicture &picture : DRIVERS) {
-        const Bytes dib = MakeDib(picture);
-        for (const FilterExport &filter : FILTERS) {
-            const Expected whole = ExpectFilter(filter.filter, dib, 0);
-            for (int nth = 1; nth <= whole.nSteps + 1; nth++) {
-                Expected want = whole;
-                want.bNull = nth <= whole.nSteps;
-                CancelAtStep(nth);
-                EXPECT_EQ("", Check(filter, dib, 0, MODE_PROGRESS, hParent, want))
-                    << Describe(picture) << ", step " << nth;
-                EXPECT_EQ(nth - 1, StepsSeen()) << Describe(picture);
-                EXPECT_EQ(1, GetLastFilterError());
-            }
-        }
-    }
-    CancelAtStep(0);
-    DestroyWindow(hParent);
-}
-
-TEST_F(Frame, WithoutAProgressDialogNothingIsDone)
-{
-    const HWND hParent = NewWindow(NULL);
-    const HGLOBAL hDib = NewBlock(MakeDib(DRIVERS[5]));
-    FailDialogs(true);
-    FailAllocation(0);
-    for (const FilterExport &filter : FILTERS) {
-        EXPECT_TRUE(CallFilter(filter, hDib, 0, MODE_PROGRESS, hParent) == NULL) << filter.pName;
-        EXPECT_TRUE(IsWindowEnabled(hParent));
-    }
-    EXPECT_EQ(0, AllocationsTried());
-    DestroyWindow(hParent);
-    FreeBlock(hDib);
-}
-
 // ---- windows ------------------------------------------------------------------------------------
 
 static struct {
@@ -314,59 +277,6 @@ TEST_F(Frame, AQuitMessageMetDuringACallArrivesAfterIt)
 
 // ---- calls inside calls -------------------------------------------------------------------------
 
-static struct {
-    HWND hParent;
-    bool bCancelFirst;
-    int nDone;
-    std::string fault;
-} g_inner;
-
-static void CallInside(HWND)
-{
-    const Bytes dib = MakeDib(DRIVERS[(size_t)g_inner.nDone % 7]);
-    const int nShown = DialogsOpened();
-    if (g_inner.bCancelFirst) {
-        SendMessageA(OpenDialog(), WM_COMMAND, IDCANCEL, 0);
-    }
-    const HWND hOpen = OpenDialog();
-    const BOOL bEnabled = IsWindowEnabled(g_inner.hParent);
-    for (const FilterExport &filter : FILTERS) {
-        const HGLOBAL hDib = NewBlock(dib);
-        const HGLOBAL hResult = CallFilter(filter, hDib, 10, 3, g_inner.hParent);
-        g_inner.fault += Compare(hResult, ExpectFilter(filter.filter, dib, 10));
-        g_inner.fault += CallFilter(filter, NULL, 10, 3, NULL) != NULL ? "null gives a result" : "";
-        FreeBlock(hDib);
-    }
-    if (DialogsOpened() != nShown || g_dialog.nCalls != 0 || OpenDialog() != hOpen ||
-        IsWindowEnabled(g_inner.hParent) != bEnabled) {
-        g_inner.fault += "a dialog was shown or closed";
-    }
-    g_inner.nDone++;
-}
-
-TEST_F(Frame, ACallInsideAnothersProgressIsSilentAndLeavesItAlone)
-{
-    const HWND hHost = NewWindow(CallInside);
-    const HWND hParent = NewWindow(NULL);
-    for (bool bCancelFirst : {false, true}) {
-        for (const TestPicture &picture : DRIVERS) {
-            const Bytes dib = MakeDib(picture);
-            Expected want = ExpectFilter(LAPLACE, dib, 0);
-            want.bNull = bCancelFirst;
-            SetDialogs(GO_ON);
-            g_inner = {hParent, bCancelFirst, 0, ""};
-            CancelAtStep(0);
-            PostMessageA(hHost, WM_APP, 0, 0);
-            EXPECT_EQ("", Check(FILTERS[LAPLACE], dib, 0, MODE_PROGRESS, hParent, want));
-            EXPECT_EQ("", g_inner.fault);
-            EXPECT_EQ(1, g_inner.nDone);
-            EXPECT_EQ(bCancelFirst ? 0 : want.nSteps, StepsSeen());
-        }
-    }
-    DestroyWindow(hParent);
-    DestroyWindow(hHost);
-}
-
 // A host may do anything while its messages go through, or in its dialog: also exchange the sides
 // of the picture in work, which fits the same block. Whatever comes back, nothing outside is
 // touched.
@@ -424,72 +334,6 @@ TEST_F(Frame, ACallFromTheParameterDialogLeavesTheOuterCodeAlone)
 }
 
 // ---- failures -----------------------------------------------------------------------------------
-
-// Kept: when the expansion of a 1-bit image fails, the progress dialog stays open and the parent
-// disabled, until the user presses Cancel.
-static void CloseDialogLeftOpen(HWND hParent)
-{
-    ASSERT_TRUE(OpenDialog() != NULL);
-    EXPECT_FALSE(IsWindowEnabled(hParent));
-    SendMessageA(OpenDialog(), WM_COMMAND, IDCANCEL, 0);
-    EXPECT_TRUE(OpenDialog() == NULL);
-    EXPECT_TRUE(IsWindowEnabled(hParent));
-}
-
-TEST_F(Frame, EachAllocationMayFail)
-{
-    const HWND hParent = NewWindow(NULL);
-    for (const TestPicture &picture : DRIVERS) {
-        const Bytes dib = MakeDib(picture);
-        const bool bMono = picture.bits == 1;
-        for (const FilterExport &filter : FILTERS) {
-            const Expected whole = ExpectFilter(filter.filter, dib, 0);
-            const HGLOBAL hDib = NewBlock(dib);
-            const int nBlocks = LiveBlocks();
-            const int nLocks = LocksHeld();
-            for (int nth = 1, bReached = 1; bReached; nth++) {
-                FailAllocation(nth);
-                const HGLOBAL hResult = CallFilter(filter, hDib, 0, MODE_PROGRESS, hParent);
-                bReached = AllocationsTried() >= nth;
-                FailAllocation(0);
-                // The expansion to 24 bits tries a second time.
-                const bool bMayFail = bReached && !(hResult != NULL && picture.palette == COLOURED);
-                EXPECT_EQ("", Compare(hResult, {bMayFail, whole.block, 0, 0}))
-                    << filter.pName << ", " << Describe(picture) << ", allocation " << nth;
-                if (bMono && nth == 1) {
-                    CloseDialogLeftOpen(hParent);
-                }
-                EXPECT_EQ(nBlocks, LiveBlocks()) << filter.pName << ", " << Describe(picture);
-                EXPECT_EQ(nLocks, LocksHeld()) << filter.pName << ", " << Describe(picture);
-                EXPECT_TRUE(OpenDialog() == NULL && IsWindowEnabled(hParent));
-                EXPECT_EQ("", FirstDifference(dib, ReadBlock(hDib)));
-            }
-            FreeBlock(hDib);
-        }
-    }
-    DestroyWindow(hParent);
-}
-
-TEST_F(Frame, EachLockMayFail)
-{
-    for (const TestPicture &picture : DRIVERS) {
-        const HGLOBAL hDib = NewBlock(MakeDib(picture));
-        const int nBlocks = LiveBlocks();
-        const int nLocks = LocksHeld();
-        for (const FilterExport &filter : FILTERS) {
-            for (int nth = 1; nth < 16; nth++) {
-                FailLock(nth);
-                FreeBlock(CallFilter(filter, hDib, 0, 0, NULL));
-                FailLock(0);
-                EXPECT_EQ(nBlocks, LiveBlocks()) << filter.pName << ", " << Describe(picture);
-                EXPECT_EQ(nLocks, LocksHeld()) << filter.pName << ", " << Describe(picture);
-            }
-        }
-        FailLock(1);
-        EXPECT_TRUE(FilterGauss(hDib, 0, NULL) == NULL);
-        FreeBlock(hDib);
-    }
-}
 
 // ---- hostile blocks -----------------------------------------------------------------------------
 

@@ -23,7 +23,7 @@ struct Histogram : testing::Test {
 
 static TransformCall g_call;
 
-static HGLOBAL VEXAFILTER_API MakeTransformCall(HGLOBAL hDib, int, UINT mode, HWND hParent)
+static HGLOBAL MakeTransformCall(HGLOBAL hDib, UINT mode, HWND hParent)
 {
     switch (g_call.transform) {
     case SLIDE:
@@ -42,13 +42,12 @@ static HGLOBAL VEXAFILTER_API MakeTransformCall(HGLOBAL hDib, int, UINT mode, HW
     }
 }
 
-static const FilterExport CALLER = {LAPLACE, "transform", NULL, MakeTransformCall, NULL};
-
 static std::string CheckTransform(const TransformCall &call, const Bytes &dib, UINT mode,
                                   const Expected &want)
 {
     g_call = call;
-    return Check(CALLER, dib, call.transform, mode, NULL, want);
+    return CheckCall([&](HGLOBAL hDib) { return MakeTransformCall(hDib, mode, NULL); }, dib, NULL,
+                     want);
 }
 
 static TransformCall Slide(UINT low, UINT high, int shift)
@@ -283,7 +282,7 @@ TEST_F(Histogram, BlocksThatAreNotInOrderGiveNull)
             EXPECT_EQ("", CheckTransform(row.call, dib, 0, ExpectNull())) << &spoil - spoils;
         }
         g_call = row.call;
-        EXPECT_TRUE(MakeTransformCall(NULL, 0, 0, NULL) == NULL);
+        EXPECT_TRUE(MakeTransformCall(NULL, 0, NULL) == NULL);
     }
 }
 
@@ -362,7 +361,7 @@ TEST_F(Histogram, KeptADialogThatIsCancelledOrFailsLeavesTheResultAndTheLock)
             SetDialogs(cancel);
             FailDialogs(mode == 1);
             g_call = row.call;
-            EXPECT_TRUE(MakeTransformCall(hDib, 0, mode, hParent) == NULL);
+            EXPECT_TRUE(MakeTransformCall(hDib, mode, hParent) == NULL);
             EXPECT_EQ(nBlocks + 1, LiveBlocks()) << mode;
             EXPECT_EQ(nLocks + 1, LocksHeld()) << mode;
             EXPECT_EQ(1, GetLastFilterError());
@@ -375,7 +374,7 @@ TEST_F(Histogram, KeptADialogThatIsCancelledOrFailsLeavesTheResultAndTheLock)
     DestroyWindow(hParent);
 }
 
-TEST_F(Histogram, TheBarGetsItsRangeAndItsStepsAndCanBeCancelledAtEach)
+TEST_F(Histogram, TheBarGetsItsRangeAndItsSteps)
 {
     for (int height : {1, 5, 16}) {
         for (int bits : {8, 24}) {
@@ -386,37 +385,7 @@ TEST_F(Histogram, TheBarGetsItsRangeAndItsStepsAndCanBeCancelledAtEach)
                 EXPECT_EQ("", CheckTransform(row.call, dib, MODE_PROGRESS, want));
                 EXPECT_EQ(want.nSteps, StepsSeen()) << row.pEntry << height;
                 EXPECT_EQ(want.nRange, LastRange()) << row.pEntry << height;
-                for (int nth = 1; nth <= want.nSteps; nth++) {
-                    CancelAtStep(nth);
-                    EXPECT_EQ("", CheckTransform(row.call, dib, MODE_PROGRESS, ExpectNull()));
-                    EXPECT_EQ(nth - 1, StepsSeen());
-                }
-                // The next call does not see that Cancel.
-                EXPECT_EQ("", CheckTransform(row.call, dib, 0, want));
             }
         }
     }
-}
-
-TEST_F(Histogram, NothingIsLeftWhenMemoryOrALockFails)
-{
-    const Bytes dib = MakeDib({9, 7, 24, RAMP, 0, 8, 0});
-    const HGLOBAL hDib = NewBlock(dib);
-    const int nBlocks = LiveBlocks();
-    const int nLocks = LocksHeld();
-    for (const auto &row : ONE_OF_EACH) {
-        g_call = row.call;
-        FailAllocation(1);
-        EXPECT_TRUE(MakeTransformCall(hDib, 0, MODE_PROGRESS, NULL) == NULL);
-        FailAllocation(0);
-        for (int nth : {1, 2}) {
-            FailLock(nth);
-            EXPECT_TRUE(MakeTransformCall(hDib, 0, MODE_PROGRESS, NULL) == NULL);
-            FailLock(0);
-        }
-        EXPECT_TRUE(OpenDialog() == NULL);
-        EXPECT_EQ(nBlocks, LiveBlocks()) << row.pEntry;
-        EXPECT_EQ(nLocks, LocksHeld()) << row.pEntry;
-    }
-    FreeBlock(hDib);
 }

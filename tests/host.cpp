@@ -63,8 +63,8 @@ std::string Compare(HGLOBAL hResult, const Expected &expected)
                           : FirstDifference(expected.block, got);
 }
 
-std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UINT mode,
-                  HWND hParent, const Expected &expected)
+std::string CheckCall(const std::function<HGLOBAL(HGLOBAL)> &Make, const Bytes &dib, HWND hParent,
+                      const Expected &expected)
 {
     const HGLOBAL hDib = NewBlock(dib);
     const int nBlocks = LiveBlocks();
@@ -72,7 +72,7 @@ std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UIN
     const BOOL bEnabled = IsWindowEnabled(hParent);
     static const HCURSOR hCursor = LoadCursorA(NULL, IDC_ARROW);
     SetShownCursor(hCursor);
-    std::string fault = Compare(CallFilter(filter, hDib, nKernel, mode, hParent), expected);
+    std::string fault = Compare(Make(hDib), expected);
     if (fault.empty() && LiveBlocks() != nBlocks) {
         fault = "blocks left: " + std::to_string(LiveBlocks() - nBlocks);
     } else if (fault.empty() && LocksHeld() != nLocks) {
@@ -87,6 +87,15 @@ std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UIN
         fault = "the cursor has changed";
     }
     FreeBlock(hDib);
+    return fault;
+}
+
+std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UINT mode,
+                  HWND hParent, const Expected &expected)
+{
+    const std::string fault =
+        CheckCall([&](HGLOBAL hDib) { return CallFilter(filter, hDib, nKernel, mode, hParent); },
+                  dib, hParent, expected);
     return fault.empty() ? ""
                          : std::string(filter.pName) + " " + std::to_string(nKernel) + ": " + fault;
 }

@@ -8,6 +8,8 @@
 #include "picture.h"
 #include "reference/reference.h"
 
+#include <functional>
+
 // ---- blocks -------------------------------------------------------------------------------------
 
 HGLOBAL NewBlock(const Bytes &bytes, UINT flags = GMEM_MOVEABLE);
@@ -62,6 +64,13 @@ int StepsSeen(void);
 int LastRange(void);
 int DialogsOpened(void);
 
+// Posts WM_APP to hWnd so that it is let through before the n-th step of the bar; once.
+void PostAtStep(int nth, HWND hWnd);
+
+// Run is called once, when the next progress dialog opens: on Windows as its parent, one of
+// NewWindow, is disabled, natively as its bar gets a range.
+void RunAtOpening(void (*Run)(void));
+
 // The calling thread's latest progress dialog; null once it is gone.
 HWND OpenDialog(void);
 
@@ -103,6 +112,8 @@ std::string Compare(HGLOBAL hResult, const Expected &expected);
 // A whole call on a block of its own: "" if the answer is the expected one and nothing else has
 // changed, else what is wrong: source bytes, a lock or block left, an open dialog, a disabled
 // parent.
+std::string CheckCall(const std::function<HGLOBAL(HGLOBAL)> &Make, const Bytes &dib, HWND hParent,
+                      const Expected &expected);
 std::string Check(const FilterExport &filter, const Bytes &dib, int nKernel, UINT mode,
                   HWND hParent, const Expected &expected);
 

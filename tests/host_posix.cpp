@@ -1,11 +1,16 @@
 // See host.h: on Linux, over the test bench.
 
+#include "exports.h"
 #include "host.h"
 
 #include "platform/posix/headless.h"
 #include "platform/posix/testing.h"
 
-static HWND g_hDialog;
+#include <utility>
+
+static HWND g_hDialog, g_hPostTo;
+static int g_nPostAt, g_nMoves;
+static void (*g_AtOpening)(void);
 
 // The test bench sees every block.
 void NoteNewBlock(void)
@@ -46,49 +51,37 @@ void FailLock(int nth)
 
 typedef void (*AnyFunction)(void);
 
-static const char *const ENTRY_NAMES[] = {
-    "LaplaceUI",       "GradientUI",        "EnhanceUI",        "UniformUI",
-    "GaussUI",         "ARITHUI",           "ARITHCONSTUI",     "AUTOCONTRASTUI",
-    "PARABOLAUI",      "SOLARIZINGUI",      "POSTERIZINGUI",    "LEVELSUI",
-    "AUTOLEVELSUI",    "DIFFERENCEUI",      "HistSlideUI",      "HistStretchUI",
-    "ThresholdUI",     "HistTransformUI",   "MinimumFilterUI",  "MaximumFilterUI",
-    "MedianFilterUI",  "MidpointFilterUI",  "RangeFilterUI",    "AlphaFilterUI",
-    "WMedianFilterUI", "GeometricFilterUI", "HarmonicFilterUI", "ContraFilterUI",
-    "YpFilterUI",      "WMeanFilterUI",     "ADWMTMUI",         "AMMSEUI"};
+// A parameter dialog does not learn its own name: one function for each export.
+template <size_t> using Argument = UINT_PTR;
 
-// A parameter dialog does not learn its own name: one function for each name and number of
-// arguments.
-template <int NAME, typename... ARGUMENTS> static int WINAPI Entry(ARGUMENTS... arguments)
+template <size_t EXPORT, size_t... ARGUMENTS>
+static int WINAPI Entry(Argument<ARGUMENTS>... arguments)
 {
     const UINT_PTR all[] = {arguments...};
-    return AnswerDialog(ENTRY_NAMES[NAME], all, sizeof...(arguments));
+    return AnswerDialog(EXPORTS[EXPORT].pEntry, all, sizeof...(arguments));
 }
 
-template <int NAME, typename... ARGUMENTS> static TestEntry EntryOf(void)
+template <size_t EXPORT, size_t... ARGUMENTS>
+static TestEntry EntryOf(std::index_sequence<ARGUMENTS...>)
 {
-    return {ENTRY_NAMES[NAME], (FARPROC)(AnyFunction)Entry<NAME, ARGUMENTS...>};
+    return {EXPORTS[EXPORT].pEntry, (FARPROC)(AnyFunction)Entry<EXPORT, ARGUMENTS...>};
+}
+
+template <size_t... NUMBERS>
+static std::vector<TestEntry> AllEntries(std::index_sequence<NUMBERS...>)
+{
+    return {
+        EntryOf<NUMBERS>(std::make_index_sequence<(size_t)EXPORTS[NUMBERS].nDialogArguments>())...};
 }
 
 void SetDialogs(const DialogScript &script)
 {
-    typedef UINT_PTR A;
-    static const TestEntry ENTRIES[] = {
-        EntryOf<0, A, A>(),        EntryOf<1, A, A>(),     EntryOf<2, A>(),
-        EntryOf<3, A>(),           EntryOf<4, A>(),        EntryOf<5, A, A, A>(),
-        EntryOf<6, A, A, A>(),     EntryOf<7, A>(),        EntryOf<8, A, A>(),
-        EntryOf<9, A, A>(),        EntryOf<10, A, A>(),    EntryOf<11, A, A, A, A, A, A, A>(),
-        EntryOf<12, A, A>(),       EntryOf<13, A, A>(),    EntryOf<14, A, A, A, A>(),
-        EntryOf<15, A, A, A, A>(), EntryOf<16, A, A>(),    EntryOf<17, A, A>(),
-        EntryOf<18, A, A>(),       EntryOf<19, A, A>(),    EntryOf<20, A, A>(),
-        EntryOf<21, A, A>(),       EntryOf<22, A, A>(),    EntryOf<23, A, A>(),
-        EntryOf<24, A, A>(),       EntryOf<25, A, A>(),    EntryOf<26, A, A>(),
-        EntryOf<27, A, A, A>(),    EntryOf<28, A, A, A>(), EntryOf<29, A, A>(),
-        EntryOf<30, A, A, A, A>(), EntryOf<31, A, A, A>(),
-    };
+    static const std::vector<TestEntry> ENTRIES =
+        AllEntries(std::make_index_sequence<std::size(EXPORTS)>());
     g_dialog = script;
     TestClearDialogLibrary();
     if (script.bLibrary) {
-        TestSetDialogLibrary(script.bEntry ? ENTRIES : NULL, sizeof ENTRIES / sizeof *ENTRIES);
+        TestSetDialogLibrary(script.bEntry ? ENTRIES.data() : NULL, (int)ENTRIES.size());
     }
 }
 
@@ -97,9 +90,33 @@ bool IsDialogLibraryLoaded(void)
     return TestLoadedLibraries() != 0;
 }
 
+// Called for the range of a new bar, then for each step.
 static void NoteDialog(HWND hDialog, int, int, void *)
 {
+    if (hDialog == g_hDialog) {
+        g_nMoves++;
+    } else if (g_AtOpening != NULL) {
+        void (*const Run)(void) = g_AtOpening;
+        g_AtOpening = NULL;
+        Run();
+    }
     g_hDialog = hDialog;
+    if (g_nPostAt == g_nMoves + 1) {
+        g_nPostAt = 0;
+        PostMessageA(g_hPostTo, WM_APP, 0, 0);
+    }
+}
+
+void PostAtStep(int nth, HWND hWnd)
+{
+    g_nPostAt = nth;
+    g_nMoves = 0;
+    g_hPostTo = hWnd;
+}
+
+void RunAtOpening(void (*Run)(void))
+{
+    g_AtOpening = Run;
 }
 
 void CancelAtStep(int nth)
@@ -167,6 +184,7 @@ void StartHost(void)
 void ResetHost(void)
 {
     TestReset();
-    TestCancelAtStep(0);
+    PostAtStep(0, NULL);
+    RunAtOpening(NULL);
     g_dialog = DialogScript();
 }

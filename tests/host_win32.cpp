@@ -20,8 +20,9 @@ static const char DIALOG_LIBRARY[] = "VexaDlgs.dll";
 
 static std::atomic<int> g_nLive, g_nLocks, g_nTried, g_nFailAllocation, g_nFailLock;
 static bool g_bFailDialogs;
-static int g_nCancelAt, g_nSteps, g_nRange, g_nDialogs;
-static HWND g_hDialog;
+static int g_nCancelAt, g_nSteps, g_nRange, g_nDialogs, g_nPostAt, g_nMoves;
+static HWND g_hDialog, g_hPostTo;
+static void (*g_AtOpening)(void);
 static HCURSOR g_hCursor;
 
 std::vector<std::string> g_loaded;
@@ -174,6 +175,11 @@ static LRESULT CALLBACK OnSentMessage(int nCode, WPARAM wParam, LPARAM lParam)
             g_nDialogs++;
         } else {
             g_nSteps++;
+            g_nMoves++;
+        }
+        if (g_nPostAt == g_nMoves + 1) {
+            g_nPostAt = 0;
+            PostMessageA(g_hPostTo, WM_APP, 0, 0);
         }
         if (g_nCancelAt == g_nSteps + 1) {
             g_nCancelAt = 0;
@@ -253,6 +259,18 @@ void CancelAtStep(int nth)
     g_nSteps = 0;
 }
 
+void PostAtStep(int nth, HWND hWnd)
+{
+    g_nPostAt = nth;
+    g_nMoves = 0;
+    g_hPostTo = hWnd;
+}
+
+void RunAtOpening(void (*Run)(void))
+{
+    g_AtOpening = Run;
+}
+
 int StepsSeen(void)
 {
     return g_nSteps;
@@ -296,6 +314,11 @@ static LRESULT CALLBACK HostWindowProc(HWND hWnd, UINT message, WPARAM wParam, L
     if (message == WM_APP && OnMessage != NULL) {
         OnMessage(hWnd);
     }
+    if (message == WM_ENABLE && !wParam && g_AtOpening != NULL) {
+        void (*const Run)(void) = g_AtOpening;
+        g_AtOpening = NULL;
+        Run();
+    }
     return DefWindowProcA(hWnd, message, wParam, lParam);
 }
 
@@ -327,6 +350,8 @@ void ResetHost(void)
     FailLock(0);
     FailDialogs(false);
     CancelAtStep(0);
+    PostAtStep(0, NULL);
+    RunAtOpening(NULL);
     SetDialogs(DialogScript());
     g_loaded.clear();
 }

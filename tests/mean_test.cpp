@@ -379,19 +379,9 @@ TEST_F(MeanCalls, WindowsLargerThanThePictureCopyIt)
     }
 }
 
-TEST_F(MeanCalls, CancelAtAnyStepGivesNull)
+TEST_F(MeanCalls, TheBarGetsItsRangeAndItsSteps)
 {
-    CancelSomewhere(MEANS, ONE_OF_EACH);
-}
-
-TEST_F(MeanCalls, EachAllocationAndEachLockMayFail)
-{
-    FailEverywhere(MEANS, ONE_OF_EACH);
-}
-
-TEST_F(MeanCalls, APictureThatChangesMeanwhileDoesNoHarm)
-{
-    DrawMeanwhile(MEANS, ONE_OF_EACH);
+    CountSteps(MEANS, ONE_OF_EACH);
 }
 
 // ---- the parameter dialogs ----------------------------------------------------------------------

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <random>
 
+#include <math.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -61,6 +62,15 @@ static Layout LayoutOf(const BITMAPINFOHEADER &h)
     layout.stride = ((size_t)h.biWidth * h.biBitCount + 31) / 32 * 4;
     layout.nEnd = layout.nBits + layout.stride * (size_t)h.biHeight;
     return layout;
+}
+
+bool HoldsItsImage(const Bytes &dib)
+{
+    const BITMAPINFOHEADER h = HeaderOf(dib);
+    const double dStride = ceil((double)h.biWidth * h.biBitCount / 32) * 4;
+    const double dColors = h.biClrUsed != 0 || h.biBitCount > 8 ? h.biClrUsed : 1u << h.biBitCount;
+    return h.biSize == sizeof h && h.biCompression == BI_RGB && h.biWidth > 0 && h.biHeight > 0 &&
+           sizeof h + dColors * 4 + dStride * h.biHeight <= (double)dib.size();
 }
 
 static Bytes EmptyDib(int width, int height, int bits, DWORD nColors, int nSpare)

@@ -45,6 +45,9 @@ std::string Describe(const TestPicture &picture);
 // "" if equal, else the first difference: which part of the block, x and y, channel, want, got.
 std::string FirstDifference(const Bytes &want, const Bytes &got);
 
+// The header is in order, and the block holds all that it announces.
+bool HoldsItsImage(const Bytes &dib);
+
 BITMAPINFOHEADER HeaderOf(const Bytes &dib);
 void SetHeader(Bytes *pDib, const BITMAPINFOHEADER &header);
 

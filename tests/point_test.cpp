@@ -363,45 +363,6 @@ TEST_F(Point, ArithmeticNeitherResetsNorKeepsTheErrorCode)
     FreeBlock(hDib);
 }
 
-// Gives back what a cancelled call keeps, natively and on Windows alike.
-static void Release(HGLOBAL hDib, int nLocks)
-{
-    for (int i = 0; i < nLocks; i++) {
-        GlobalUnlock(hDib);
-    }
-}
-
-TEST_F(Point, ACancelAtAnyStepLeavesTheInputsLocked)
-{
-    const Bytes dib = MakeDib({6, 12, 24, COLOURED, 0, 1, 0});
-    const HGLOBAL hFirst = NewBlock(dib), hSecond = NewBlock(dib);
-    const HWND hParent = NewWindow(NULL);
-    for (int nImages : {1, 2}) {
-        for (int nth = 1; nth <= 4; nth++) {
-            const int nBlocks = LiveBlocks(), nLocks = LocksHeld();
-            CancelAtStep(nth);
-            const HGLOBAL hResult =
-                nImages == 2 ? ArithmeticDIB(ARITH_XOR, hFirst, hSecond, MODE_PROGRESS, hParent)
-                             : ArithmeticDIBConst(ARITH_XOR, hFirst, 3, MODE_PROGRESS, hParent);
-            const bool bCancelled = nth <= 3;
-            EXPECT_EQ(bCancelled, hResult == NULL) << nth;
-            EXPECT_EQ(nth - 1, StepsSeen());
-            EXPECT_EQ(12 / 5 + 1, LastRange());
-            EXPECT_EQ(nLocks + (bCancelled ? nImages : 0), LocksHeld());
-            EXPECT_TRUE(OpenDialog() == NULL);
-            EXPECT_TRUE(IsWindowEnabled(hParent));
-            FreeBlock(hResult);
-            EXPECT_EQ(nBlocks, LiveBlocks());
-            Release(hFirst, bCancelled);
-            Release(hSecond, bCancelled && nImages == 2);
-        }
-    }
-    CancelAtStep(0);
-    DestroyWindow(hParent);
-    FreeBlock(hFirst);
-    FreeBlock(hSecond);
-}
-
 TEST_F(Point, ACancelLeftBehindEndsASilentCallWithItsCursorWaiting)
 {
     const Bytes dib = MakeDib({8, 8, 8, RAMP, 0, 1, 0});
@@ -413,7 +374,7 @@ TEST_F(Point, ACancelLeftBehindEndsASilentCallWithItsCursorWaiting)
     SetShownCursor(hArrow);
     EXPECT_TRUE(ArithmeticDIBConst(ARITH_MUL, hDib, 2, 0, NULL) == NULL);
     EXPECT_EQ(LoadCursorA(NULL, IDC_WAIT), ShownCursor());
-    Release(hDib, 1);
+    GlobalUnlock(hDib);
     EXPECT_EQ("", Compare(ArithmeticDIBConst(ARITH_MUL, hDib, 2, MODE_PROGRESS, NULL),
                           ExpectBlock(want)));
     SetShownCursor(hArrow);
@@ -463,55 +424,6 @@ TEST_F(Point, ADialogMayRewriteOperationAndConstant)
     EXPECT_TRUE(ArithmeticDIB(ARITH_ADD, hDib, hDib, MODE_DIALOG, NULL) == NULL);
     EXPECT_FALSE(IsDialogLibraryLoaded());
     FreeBlock(hDib);
-}
-
-static HGLOBAL g_hInner;
-
-TEST_F(Point, InsideAnotherCallsProgressItRunsSilently)
-{
-    const Bytes dib = MakeDib({8, 8, 8, RAMP, 0, 1, 0});
-    const HGLOBAL hDib = NewBlock(dib);
-    const HWND hHost = NewWindow([](HWND) {
-        const int nShown = DialogsOpened();
-        const HGLOBAL hOuter = g_hInner;
-        g_hInner = ArithmeticDIBConst(ARITH_ADD, hOuter, 1, MODE_PROGRESS | MODE_DIALOG, NULL);
-        EXPECT_EQ(nShown, DialogsOpened());
-        EXPECT_TRUE(OpenDialog() != NULL) << "the outer call's";
-    });
-    g_hInner = hDib;
-    PostMessageA(hHost, WM_APP, 0, 0);
-    FreeBlock(ArithmeticDIB(ARITH_ADD, hDib, hDib, MODE_PROGRESS, NULL));
-    EXPECT_EQ("", Compare(g_hInner, ExpectBlock(ExpectArithmetic(ARITH_ADD, dib, NULL, 1))));
-    DestroyWindow(hHost);
-    FreeBlock(hDib);
-}
-
-TEST_F(Point, WithoutMemoryALockOrADialogNothingIsLeft)
-{
-    const HGLOBAL hFirst = NewBlock(MakeDib({7, 5, 8, RAMP, 0, 4, 0}));
-    const HGLOBAL hSecond = NewBlock(MakeDib({7, 5, 8, RAMP, 0, 5, 0}));
-    const int nBlocks = LiveBlocks(), nLocks = LocksHeld();
-    for (int nKind = 0; nKind < 2; nKind++) {
-        HGLOBAL hResult = NULL;
-        int nth = 0;
-        while (hResult == NULL && nth < 20) {
-            nKind == 0 ? FailAllocation(++nth) : FailLock(++nth);
-            hResult = ArithmeticDIB(ARITH_AND, hFirst, hSecond, 0, NULL);
-            EXPECT_EQ(nBlocks + (hResult != NULL), LiveBlocks()) << nKind << " " << nth;
-            EXPECT_EQ(nLocks, LocksHeld()) << nKind << " " << nth;
-        }
-        EXPECT_TRUE(hResult != NULL);
-        EXPECT_GT(nth, 1);
-        FailAllocation(0);
-        FailLock(0);
-        FreeBlock(hResult);
-    }
-    FailDialogs(true);
-    EXPECT_TRUE(ArithmeticDIB(ARITH_AND, hFirst, hSecond, MODE_PROGRESS, NULL) == NULL);
-    FailDialogs(false);
-    EXPECT_EQ(nBlocks, LiveBlocks());
-    FreeBlock(hFirst);
-    FreeBlock(hSecond);
 }
 
 // ---- histogram ----------------------------------------------------------------------------------

@@ -245,19 +245,9 @@ TEST_F(RankCalls, MasksWithoutAWeightAreRefused)
     RefuseBadMasks(FilterWeightedMedian);
 }
 
-TEST_F(RankCalls, CancelAtAnyStepGivesNull)
+TEST_F(RankCalls, TheBarGetsItsRangeAndItsSteps)
 {
-    CancelSomewhere(RANKS, ONE_OF_EACH);
-}
-
-TEST_F(RankCalls, EachAllocationAndEachLockMayFail)
-{
-    FailEverywhere(RANKS, ONE_OF_EACH);
-}
-
-TEST_F(RankCalls, APictureThatChangesMeanwhileDoesNoHarm)
-{
-    DrawMeanwhile(RANKS, ONE_OF_EACH);
+    CountSteps(RANKS, ONE_OF_EACH);
 }
 
 // ---- the parameter dialogs ----------------------------------------------------------------------

@@ -26,6 +26,7 @@ vexa_add_tests(vexafilter_tests
   tests/reference/rank.cpp
   tests/reference/tonal.cpp
   tests/reference/windows.cpp
+  tests/exports_test.cpp
   tests/frame_test.cpp
   tests/convert_test.cpp
   tests/convolution_test.cpp

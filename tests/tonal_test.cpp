@@ -20,13 +20,10 @@ struct Tonal : testing::Test {
 
 // ---- calls --------------------------------------------------------------------------------------
 
-// The call that the exports below make: their own parameters differ in number.
-static ToneCall g_call;
-
-static HGLOBAL VEXAFILTER_API MakeToneCall(HGLOBAL hDib, int, UINT mode, HWND hParent)
+static HGLOBAL MakeToneCall(const ToneCall &call, HGLOBAL hDib, UINT mode, HWND hParent)
 {
-    const int *p = g_call.p;
-    switch (g_call.tone) {
+    const int *p = call.p;
+    switch (call.tone) {
     case AUTO_CONTRAST:
         return FilterAutoContrast(hDib, mode, hParent);
     case PARABOLA:
@@ -45,13 +42,11 @@ static HGLOBAL VEXAFILTER_API MakeToneCall(HGLOBAL hDib, int, UINT mode, HWND hP
     }
 }
 
-static const FilterExport CALLER = {LAPLACE, "tone", NULL, MakeToneCall, NULL};
-
 static std::string CheckTone(const ToneCall &call, const Bytes &dib, UINT mode,
                              const Expected &want)
 {
-    g_call = call;
-    const std::string fault = Check(CALLER, dib, call.p[0], mode, NULL, want);
+    const std::string fault = CheckCall(
+        [&](HGLOBAL hDib) { return MakeToneCall(call, hDib, mode, NULL); }, dib, NULL, want);
     return fault.empty() ? "" : "filter " + std::to_string(call.tone) + ", " + fault;
 }
 
@@ -436,7 +431,7 @@ TEST_F(Tonal, LevelsSurviveAnyPointsThatTheDialogLeaves)
     }
 }
 
-TEST_F(Tonal, TheBarGetsItsRangeAndItsStepsAndCanBeCancelledAtEach)
+TEST_F(Tonal, TheBarGetsItsRangeAndItsSteps)
 {
     const int sizes[][2] = {{3, 3}, {21, 16}};
     for (const int *size : sizes) {
@@ -454,36 +449,7 @@ TEST_F(Tonal, TheBarGetsItsRangeAndItsStepsAndCanBeCancelledAtEach)
                 EXPECT_EQ("", CheckTone(row.call, dib, MODE_PROGRESS, want));
                 EXPECT_EQ(want.nSteps, StepsSeen()) << row.pEntry << ", " << Describe(picture);
                 EXPECT_EQ(want.nRange, LastRange()) << row.pEntry << ", " << Describe(picture);
-                for (int nth : {1, want.nSteps / 2 + 1, want.nSteps}) {
-                    CancelAtStep(nth);
-                    EXPECT_EQ("", CheckTone(row.call, dib, MODE_PROGRESS, ExpectNull()));
-                    EXPECT_EQ(nth - 1, StepsSeen());
-                }
-                CancelAtStep(0);
             }
         }
-    }
-}
-
-TEST_F(Tonal, NothingIsLeftWhenMemoryOrALockFails)
-{
-    for (const TestPicture &picture : KINDS) {
-        const HGLOBAL hDib = NewBlock(MakeDib(picture));
-        const int nBlocks = LiveBlocks();
-        const int nLocks = LocksHeld();
-        for (const auto &row : ONE_OF_EACH) {
-            g_call = row.call;
-            for (int nth = 1; nth < 30; nth++) {
-                FailAllocation(nth);
-                FreeBlock(MakeToneCall(hDib, 0, 0, NULL));
-                FailAllocation(0);
-                FailLock(nth);
-                FreeBlock(MakeToneCall(hDib, 0, 0, NULL));
-                FailLock(0);
-                ASSERT_EQ(nBlocks, LiveBlocks()) << row.pEntry << ", " << Describe(picture);
-                ASSERT_EQ(nLocks, LocksHeld()) << row.pEntry << ", " << Describe(picture);
-            }
-        }
-        FreeBlock(hDib);
     }
 }

@@ -55,11 +55,7 @@ extern const DialogScript GO_ON;
 void RefuseBeforeAnyDialog(const WindowFamily &family, const std::vector<WindowCall> &calls);
 void RefuseOtherDepths(const WindowFamily &family, const std::vector<WindowCall> &calls);
 void RefuseBadMasks(MaskExport Export);
-void CancelSomewhere(const WindowFamily &family, const std::vector<WindowCall> &calls);
-void FailEverywhere(const WindowFamily &family, const std::vector<WindowCall> &calls);
-
-// Another thread draws into the picture meanwhile: any result will do.
-void DrawMeanwhile(const WindowFamily &family, const std::vector<WindowCall> &calls);
+void CountSteps(const WindowFamily &family, const std::vector<WindowCall> &calls);
 
 // pEntry is handed the default mask, whether or not it is in use: OnDefault looks at it and makes
 // that of edited, Spoil one that is refused.

@@ -1,0 +1,94 @@
+// One call of every export that takes an image, a mode and a parent window: what the call frames
+// owe to a host is asked of all of them.
+#ifndef TESTS_EXPORTS_H
+#define TESTS_EXPORTS_H
+
+#include "VexaFilter.h"
+
+#include <math.h>
+
+enum ExportFrame { ORDINARY_FRAME, ARITHMETIC_FRAME, HISTOGRAM_FRAME };
+
+struct ExportCall {
+    const char *pName;
+    const char *pEntry;
+    int nDialogArguments;
+    ExportFrame frame;
+    HGLOBAL (*Make)(HGLOBAL hDib, UINT mode, HWND hParent);
+};
+
+// Arguments that are kept, and whose powers and quotients overflow where there are any.
+// clang-format off
+static constexpr ExportCall EXPORTS[] = {
+    {"FilterLaplace", "LaplaceUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterLaplace(h, 10, mode, hWnd); }},
+    {"FilterGradient", "GradientUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterGradient(h, 0, mode, hWnd); }},
+    {"FilterEnhance", "EnhanceUI", 1, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterEnhance(h, mode, hWnd); }},
+    {"FilterUniform", "UniformUI", 1, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterUniform(h, mode, hWnd); }},
+    {"FilterGauss", "GaussUI", 1, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterGauss(h, mode, hWnd); }},
+    {"ArithmeticDIB", "ARITHUI", 3, ARITHMETIC_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return ArithmeticDIB(ARITH_MUL, h, h, mode, hWnd); }},
+    {"ArithmeticDIBConst", "ARITHCONSTUI", 3, ARITHMETIC_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return ArithmeticDIBConst(ARITH_EXP, h, 3, mode, hWnd); }},
+    {"FilterMinimum", "MinimumFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterMinimum(h, 3, mode, hWnd); }},
+    {"FilterMaximum", "MaximumFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterMaximum(h, 4, mode, hWnd); }},
+    {"FilterMedian", "MedianFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterMedian(h, 6, mode, hWnd); }},
+    {"FilterMidpoint", "MidpointFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterMidpoint(h, 2, mode, hWnd); }},
+    {"FilterRange", "RangeFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterRange(h, 5, mode, hWnd); }},
+    {"FilterAlphaTrimmedMean", "AlphaFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterAlphaTrimmedMean(h, 3, 2, mode, hWnd); }},
+    {"FilterWeightedMedian", "WMedianFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterWeightedMedian(h, NULL, mode, hWnd); }},
+    {"FilterGeometricMean", "GeometricFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterGeometricMean(h, 3, mode, hWnd); }},
+    {"FilterHarmonicMean", "HarmonicFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterHarmonicMean(h, 3, mode, hWnd); }},
+    {"FilterContraHarmonicMean", "ContraFilterUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterContraHarmonicMean(h, 3, 130, mode, hWnd); }},
+    {"FilterYpMean", "YpFilterUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterYpMean(h, 3, 129, mode, hWnd); }},
+    {"FilterWeightedMean", "WMeanFilterUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterWeightedMean(h, NULL, mode, hWnd); }},
+    {"FilterAdaptiveDWMTM", "ADWMTMUI", 4, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterAdaptiveDWMTM(h, 3, 17, 20, mode, hWnd); }},
+    {"FilterAdaptiveMMSE", "AMMSEUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterAdaptiveMMSE(h, 3, 200, mode, hWnd); }},
+    {"FilterAutoContrast", "AUTOCONTRASTUI", 1, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterAutoContrast(h, mode, hWnd); }},
+    {"FilterParabolaTransformation", "PARABOLAUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterParabolaTransformation(h, 1, mode, hWnd); }},
+    {"FilterSolarizing", "SOLARIZINGUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterSolarizing(h, 100, mode, hWnd); }},
+    {"FilterPosterizing", "POSTERIZINGUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterPosterizing(h, 5, mode, hWnd); }},
+    {"FilterLevels", "LEVELSUI", 7, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterLevels(h, 20, 220, 90, 5, 250, 0, mode, hWnd); }},
+    {"FilterAutoLevels", "AUTOLEVELSUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterAutoLevels(h, 10, mode, hWnd); }},
+    {"FilterDifference", "DIFFERENCEUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterDifference(h, 2, mode, hWnd); }},
+    {"HistDIBSlide", "HistSlideUI", 4, HISTOGRAM_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBSlide(h, 3, 200, 40, mode, hWnd); }},
+    {"HistDIBStretch", "HistStretchUI", 4, HISTOGRAM_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBStretch(h, 2, 99, NAN, mode, hWnd); }},
+    {"HistDIBThreshold", "ThresholdUI", 2, HISTOGRAM_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBThreshold(h, 99, mode, hWnd); }},
+    {"HistDIBComplement", "HistTransformUI", 2, HISTOGRAM_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBComplement(h, mode, hWnd); }},
+    {"HistDIBModify", "HistTransformUI", 2, HISTOGRAM_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBModify(h, mode, hWnd); }},
+    {"HistDIBEqualization", "HistTransformUI", 2, HISTOGRAM_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBEqualization(h, mode, hWnd); }},
+};
+// clang-format on
+
+#endif
