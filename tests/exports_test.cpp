@@ -20,6 +20,11 @@ static const TestPicture PICTURES[] = {
     {19, 18, 8, RAMP, 0, 71, 0},      {19, 18, 8, EVEN, 0, 73, 0},  {18, 19, 8, FEW, 9, 77, 0},
     {19, 18, 8, COLOURED, 50, 74, 0}, {18, 19, 24, RAMP, 0, 75, 0}, {18, 19, 1, RAMP, 0, 76, 0}};
 
+static const TestPicture &PictureOf(int turn)
+{
+    return PICTURES[(size_t)turn % std::size(PICTURES)];
+}
+
 static HWND g_hHost, g_hParent;
 static void (*g_Run)(void);  // by the host's window
 
@@ -97,15 +102,18 @@ static int LocksKept(const ExportCall &call)
 
 TEST_F(Exports, CancelAtAnyStepGivesNullAndTheParentBack)
 {
-    for (const TestPicture &picture : PICTURES) {
-        const Bytes dib = MakeDib(picture);
+    for (int turn = 0; turn < DIALOG_TURNS; turn++) {
+        int nCall = turn;
         for (const ExportCall &call : EXPORTS) {
+            const TestPicture &picture = PictureOf(++nCall);
+            const Bytes dib = MakeDib(picture);
             const Expected whole = Silent(call, dib);
             CancelAtStep(0);
             EXPECT_EQ("", CheckExport(call, dib, MODE_PROGRESS, whole)) << Describe(picture);
             const int nSteps = StepsSeen();
+            const int nEach = DIALOG_TURNS > 1 || nSteps < 3 ? 1 : nSteps - 1;
             EXPECT_EQ(whole.bNull, nSteps == 0) << call.pName << ", " << Describe(picture);
-            for (int nth = 1; nth <= nSteps; nth++) {
+            for (int nth = 1; nth <= nSteps; nth += nEach) {
                 const HGLOBAL hDib = NewBlock(dib);
                 const Traces before = Now();
                 CancelAtStep(nth);
@@ -137,6 +145,7 @@ TEST_F(Exports, WithoutAProgressDialogNothingIsDone)
 
 TEST_F(Exports, EachAllocationAndEachLockMayFail)
 {
+    const UINT mode = DIALOG_TURNS > 1 ? MODE_PROGRESS : 0;
     for (const TestPicture &picture : PICTURES) {
         const Bytes dib = MakeDib(picture);
         const HGLOBAL hDib = NewBlock(dib);
@@ -145,7 +154,7 @@ TEST_F(Exports, EachAllocationAndEachLockMayFail)
             for (int nth = 1, bReached = 1; bReached; nth++) {
                 const Traces before = Now();
                 FailAllocation(nth);
-                const HGLOBAL hResult = call.Make(hDib, MODE_PROGRESS, g_hParent);
+                const HGLOBAL hResult = call.Make(hDib, mode, g_hParent);
                 bReached = AllocationsTried() >= nth;
                 FailAllocation(0);
                 // The expansion to 24 bits tries a second time.
@@ -158,7 +167,7 @@ TEST_F(Exports, EachAllocationAndEachLockMayFail)
             for (int nth = 1; nth < 16; nth++) {
                 const Traces before = Now();
                 FailLock(nth);
-                FreeBlock(call.Make(hDib, MODE_PROGRESS, g_hParent));
+                FreeBlock(call.Make(hDib, mode, g_hParent));
                 FailLock(0);
                 CloseDialogLeftOpen(picture);
                 EXPECT_EQ("", Left(before)) << call.pName << ", " << Describe(picture);
@@ -267,4 +276,175 @@ TEST_F(Exports, APictureThatChangesMeanwhileDoesNoHarm)
         GlobalUnlock(hDib);
         FreeBlock(hDib);
     }
+}
+
+// ---- a host whose code runs inside the call -----------------------------------------------------
+
+// Runs at the places where the library lets the host run, in this order: in the parameter dialog,
+// while the progress dialog opens, and in a message that is let through at its first or second
+// step.
+enum Place { IN_DIALOG, AT_OPENING, AT_FIRST_STEP, AT_SECOND_STEP, PLACES };
+
+static void RunAt(int place, void (*Run)(void))
+{
+    DialogScript script = GO_ON;
+    g_Run = Run;
+    script.OnCall = place == IN_DIALOG ? Run : NULL;
+    SetDialogs(script);
+    RunAtOpening(place == AT_OPENING ? Run : NULL);
+    PostAtStep(place == AT_FIRST_STEP ? 1 : place == AT_SECOND_STEP ? 2 : 0, g_hHost);
+}
+
+struct Controls {
+    unsigned short x87;
+    unsigned mxcsr;
+};
+
+static Controls ReadControls(void)
+{
+    Controls c;
+    __asm__ volatile("fnstcw %0\n\tstmxcsr %1" : "=m"(c.x87), "=m"(c.mxcsr));
+    c.mxcsr &= ~0x3fu;  // exceptions that were met
+    return c;
+}
+
+static void WriteControls(Controls c)
+{
+    __asm__ volatile("fnclex\n\tfldcw %0\n\tldmxcsr %1" : : "m"(c.x87), "m"(c.mxcsr));
+}
+
+// Traps on, rounding towards zero, down and up, denormals flushed.
+static const Controls USUAL = {0x037f, 0x1f80};
+static const Controls UNUSUAL[] = {
+    {0x0f72, 0x7900}, {0x0772, 0x3900}, {0x0b72, 0x5900 | 0x8040}, {0x0272, 0x1900}};
+
+static size_t g_nTurns;
+static bool g_bOwnSeen;
+
+// The host finds what it has left last, and leaves something else.
+static void TurnControls(void)
+{
+    const Controls seen = ReadControls(), own = UNUSUAL[g_nTurns % std::size(UNUSUAL)];
+    g_bOwnSeen &= seen.x87 == own.x87 && seen.mxcsr == own.mxcsr;
+    WriteControls(UNUSUAL[++g_nTurns % std::size(UNUSUAL)]);
+}
+
+TEST_F(Exports, TheHostsFloatingPointControlsAreItsOwnAndChangeNothing)
+{
+    for (int turn = 0; turn < DIALOG_TURNS; turn++) {
+        int nCall = 0;
+        for (const ExportCall &call : EXPORTS) {
+            const Bytes dib = MakeDib(PictureOf(turn + nCall++));
+            const Expected whole = Silent(call, dib);
+            for (int place = turn % 2; place < PLACES; place += 2) {
+                const HGLOBAL hDib = NewBlock(dib);
+                RunAt(place, TurnControls);
+                g_nTurns = 0;
+                g_bOwnSeen = true;
+                WriteControls(UNUSUAL[0]);
+                const HGLOBAL hResult = call.Make(hDib, MODE_PROGRESS | MODE_DIALOG, g_hParent);
+                const Controls left = ReadControls();
+                WriteControls(USUAL);
+                EXPECT_EQ("", Compare(hResult, whole)) << call.pName << ", place " << place;
+                EXPECT_EQ(whole.bNull ? 0u : 1u, g_nTurns) << call.pName << ", place " << place;
+                EXPECT_TRUE(g_bOwnSeen) << call.pName << ", place " << place;
+                EXPECT_TRUE(left.x87 == UNUSUAL[g_nTurns].x87 &&
+                            left.mxcsr == UNUSUAL[g_nTurns].mxcsr)
+                    << call.pName << ", place " << place;
+                FreeBlock(hDib);
+            }
+        }
+    }
+}
+
+static HGLOBAL g_hTarget;
+static BITMAPINFOHEADER g_lie;
+
+static void RewriteHeader(void)
+{
+    memcpy(GlobalLock(g_hTarget), &g_lie, sizeof g_lie);
+    GlobalUnlock(g_hTarget);
+}
+
+TEST_F(Exports, AHeaderRewrittenMeanwhileIsNotBelieved)
+{
+    void (*const LIES[])(BITMAPINFOHEADER *) = {
+        [](BITMAPINFOHEADER *p) { p->biClrUsed = 16000; },
+        [](BITMAPINFOHEADER *p) { p->biWidth *= 2, p->biHeight *= 2; },
+        [](BITMAPINFOHEADER *p) { p->biBitCount = p->biBitCount == 24 ? 8 : 24; },
+        [](BITMAPINFOHEADER *p) { p->biSize = 12, p->biWidth = -1; },
+        [](BITMAPINFOHEADER *p) { p->biHeight = 0x7fffffff; }};
+    for (int turn = 0; turn < DIALOG_TURNS; turn++) {
+        int nCall = turn;
+        for (const ExportCall &call : EXPORTS) {
+            const TestPicture &picture = PictureOf(++nCall);
+            const Bytes dib = MakeDib(picture);
+            for (int place = 0; place < PLACES; place++) {
+                const size_t i = (size_t)(turn + nCall + place) % std::size(LIES);
+                g_hTarget = NewBlock(dib);
+                g_lie = HeaderOf(dib);
+                LIES[i](&g_lie);
+                RunAt(place, RewriteHeader);
+                const HGLOBAL hResult =
+                    call.Make(g_hTarget, MODE_PROGRESS | MODE_DIALOG, g_hParent);
+                if (hResult != NULL) {
+                    EXPECT_TRUE(HoldsItsImage(ReadBlock(hResult)))
+                        << call.pName << ", " << Describe(picture) << ", lie " << i << ", place "
+                        << place;
+                    FreeBlock(hResult);
+                }
+                FreeBlock(g_hTarget);
+            }
+        }
+    }
+}
+
+// Not while the dialog runs: then the image is not locked and the handle is looked at again.
+TEST_F(Exports, AnImageFreedMeanwhileEndsTheCall)
+{
+    for (int turn = 0; turn < DIALOG_TURNS; turn++) {
+        int nCall = turn;
+        for (const ExportCall &call : EXPORTS) {
+            const TestPicture &picture = PictureOf(++nCall);
+            const Bytes dib = MakeDib(picture);
+            for (int place : {AT_OPENING, AT_SECOND_STEP}) {
+                g_hTarget = NewBlock(dib);
+                RunAt(place, [] { FreeBlock(g_hTarget); });
+                EXPECT_TRUE(call.Make(g_hTarget, MODE_PROGRESS, g_hParent) == NULL)
+                    << call.pName << ", " << Describe(picture) << ", place " << place;
+                EXPECT_TRUE(OpenDialog() == NULL && IsWindowEnabled(g_hParent)) << call.pName;
+                if (Silent(call, dib).bNull) {
+                    FreeBlock(g_hTarget);
+                }
+            }
+        }
+    }
+}
+
+TEST_F(Exports, AProgressDialogDestroyedFromOutsideIsACancel)
+{
+    const Bytes dib = MakeDib(PICTURES[4]);
+    for (const ExportCall &call : EXPORTS) {
+        const Expected whole = Silent(call, dib);
+        for (int place : {AT_FIRST_STEP, AT_SECOND_STEP}) {
+            const HGLOBAL hDib = NewBlock(dib);
+            const Traces before = Now();
+            RunAt(place, [] { DestroyWindow(OpenDialog()); });
+            EXPECT_TRUE(call.Make(hDib, MODE_PROGRESS, g_hParent) == NULL) << call.pName;
+            EXPECT_EQ("", Left(before, LocksKept(call))) << call.pName;
+            FreeBlock(hDib);
+        }
+        RunAt(PLACES, NULL);
+        EXPECT_EQ("", CheckExport(call, dib, MODE_PROGRESS, whole)) << "that is forgotten";
+    }
+}
+
+// The progress dialog goes with the window that owns it.
+TEST_F(Exports, AHostThatIsClosedMeanwhileEndsTheCall)
+{
+    const HGLOBAL hDib = NewBlock(MakeDib(PICTURES[4]));
+    RunAt(AT_SECOND_STEP, [] { DestroyWindow(g_hParent); });
+    EXPECT_TRUE(FilterGauss(hDib, MODE_PROGRESS, g_hParent) == NULL);
+    EXPECT_TRUE(OpenDialog() == NULL);
+    FreeBlock(hDib);
 }

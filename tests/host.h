@@ -83,6 +83,10 @@ void FailDialogs(bool bFail);
 
 // ---- windows ------------------------------------------------------------------------------------
 
+// How many turns of a test that opens dialogs are affordable: many natively, one under Wine, where
+// each dialog takes a tenth of a second.
+extern const int DIALOG_TURNS;
+
 // A top-level window; OnMessage is called for WM_APP, posted or sent.
 HWND NewWindow(void (*OnMessage)(HWND));
 

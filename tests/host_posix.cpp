@@ -169,6 +169,8 @@ static void OnWindowMessage(HWND hWnd, UINT message, WPARAM, LPARAM, void *pCont
     }
 }
 
+const int DIALOG_TURNS = 30;
+
 HWND NewWindow(void (*OnMessage)(HWND))
 {
     const HWND hWnd = CreatePlainWindow();

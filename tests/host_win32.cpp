@@ -322,6 +322,8 @@ static LRESULT CALLBACK HostWindowProc(HWND hWnd, UINT message, WPARAM wParam, L
     return DefWindowProcA(hWnd, message, wParam, lParam);
 }
 
+const int DIALOG_TURNS = 1;
+
 HWND NewWindow(void (*OnMessage)(HWND))
 {
     const HWND hWnd = CreateWindowA("VexaTestHost", "host", WS_OVERLAPPEDWINDOW, 0, 0, 200, 100,

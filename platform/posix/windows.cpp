@@ -3,8 +3,8 @@
 // Promised: CreateDialogParamA knows one template, PROGRESSDLG (Cancel button 2, progress bar
 // 1000), and runs the real dialog procedure: WM_INITDIALOG before it returns, posted commands when
 // the thread drains its queue. The bar answers the PBM_ messages. Each thread has a queue; WM_QUIT
-// comes out when nothing else is left. A window that is destroyed takes its controls, the windows
-// that it owns and its waiting messages along. Every HWND is checked.
+// comes out when nothing else is left. A window that is destroyed takes its controls, the dialogs
+// that it owns (they get WM_DESTROY first) and its waiting messages along. Every HWND is checked.
 // Left out: the screen, the keyboard, timers, other templates and classes, and messages sent to a
 // dialog or plain window of another thread (the answer is 0). Windows that are still there when
 // their thread ends go without WM_DESTROY.
@@ -501,6 +501,21 @@ BOOL SetPlainWindowProc(HWND hWnd, PlainWindowProc pProc, void *pContext)
     return bPlain;
 }
 
+// A dialog that the window owns and that is not being destroyed; null: none.
+static HWND OwnedDialog(HWND hWnd)
+{
+    HWND hOwned = nullptr;
+    pthread_mutex_lock(&windowLock);
+    for (const Window &window : windows) {
+        if (window.hWnd != nullptr && window.kind == DIALOG && window.hParent == hWnd &&
+            window.pQueue == threadQueue && !window.bDying) {
+            hOwned = window.hWnd;
+        }
+    }
+    pthread_mutex_unlock(&windowLock);
+    return hOwned;
+}
+
 BOOL WINAPI DestroyWindow(HWND hWnd)
 {
     pthread_mutex_lock(&windowLock);
@@ -517,6 +532,9 @@ BOOL WINAPI DestroyWindow(HWND hWnd)
     if (error != NO_ERROR) {
         SetLastError(error);
         return FALSE;
+    }
+    for (HWND hOwned = OwnedDialog(hWnd); hOwned != nullptr; hOwned = OwnedDialog(hWnd)) {
+        DestroyWindow(hOwned);
     }
     CallWindow(hWnd, WM_DESTROY, 0, 0);
     pthread_mutex_lock(&windowLock);
