@@ -1,5 +1,5 @@
 // The call frame as a host meets it: modes, dialogs, progress and Cancel, failures, hostile blocks,
-// re-entry, threads, floating-point controls.
+// re-entry, threads. What all exports have in common is in exports_test.cpp.
 
 #include "host.h"
 
@@ -277,42 +277,6 @@ TEST_F(Frame, AQuitMessageMetDuringACallArrivesAfterIt)
 
 // ---- calls inside calls -------------------------------------------------------------------------
 
-// A host may do anything while its messages go through, or in its dialog: also exchange the sides
-// of the picture in work, which fits the same block. Whatever comes back, nothing outside is
-// touched.
-static HGLOBAL g_hRewritten;
-
-static void ExchangeSides(HWND)
-{
-    BITMAPINFOHEADER *pHeader = (BITMAPINFOHEADER *)GlobalLock(g_hRewritten);
-    std::swap(pHeader->biWidth, pHeader->biHeight);
-    GlobalUnlock(g_hRewritten);
-}
-
-TEST_F(Frame, APictureThatTheHostRewritesDuringTheCallDoesNoHarm)
-{
-    const HWND hHost = NewWindow(ExchangeSides);
-    DialogScript script = GO_ON;
-    script.OnCall = [] { ExchangeSides(NULL); };
-    for (const TestPicture &picture : DRIVERS) {
-        for (const FilterExport &filter : FILTERS) {
-            for (UINT mode : {1u, 2u, 3u}) {
-                g_hRewritten = NewBlock(MakeDib(picture));
-                const int nBlocks = LiveBlocks();
-                SetDialogs(script);
-                PostMessageA(hHost, WM_APP, 0, 0);
-                FreeBlock(CallFilter(filter, g_hRewritten, 0, mode, NULL));
-                EXPECT_EQ(nBlocks, LiveBlocks()) << filter.pName << ", " << Describe(picture);
-                EXPECT_TRUE(OpenDialog() == NULL);
-                FreeBlock(g_hRewritten);
-                MSG message;
-                PeekMessageA(&message, hHost, WM_APP, WM_APP, PM_REMOVE);
-            }
-        }
-    }
-    DestroyWindow(hHost);
-}
-
 TEST_F(Frame, ACallFromTheParameterDialogLeavesTheOuterCodeAlone)
 {
     const Bytes dib = MakeDib(DRIVERS[1]);
@@ -332,8 +296,6 @@ TEST_F(Frame, ACallFromTheParameterDialogLeavesTheOuterCodeAlone)
     EXPECT_EQ("", Check(FILTERS[GRADIENT], dib, 50, 3, NULL, ExpectFilter(GRADIENT, dib, 50)));
     EXPECT_EQ(1, GetLastFilterError());
 }
-
-// ---- failures -----------------------------------------------------------------------------------
 
 // ---- hostile blocks -----------------------------------------------------------------------------
 
@@ -485,53 +447,6 @@ TEST_F(Frame, SidesPastSixteenBits)
             Expected want = ExpectFilter(filter, dib, 3);
             want.bNull = row.bNull;
             EXPECT_EQ("", Check(FILTERS[filter], dib, 3, 0, NULL, want)) << Describe(row.picture);
-        }
-    }
-}
-
-// ---- floating-point controls --------------------------------------------------------------------
-
-struct Controls {
-    unsigned short x87;
-    unsigned mxcsr;
-};
-
-static Controls ReadControls(void)
-{
-    Controls controls;
-    __asm__ volatile("fnstcw %0\n\tstmxcsr %1" : "=m"(controls.x87), "=m"(controls.mxcsr));
-    return controls;
-}
-
-static void WriteControls(Controls controls)
-{
-    __asm__ volatile("fnclex\n\tfldcw %0\n\tldmxcsr %1" : : "m"(controls.x87), "m"(controls.mxcsr));
-}
-
-TEST_F(Frame, AHostWithOtherFloatingPointControlsGetsThemBack)
-{
-    // Every trap unmasked and rounding up, down, to zero; flushing to zero; few bits.
-    const Controls hosts[] = {
-        {0x0a40, 0x4000}, {0x0440, 0x2000}, {0x0c40, 0xe040}, {0x007f, 0x7f80}};
-    const Controls usual = ReadControls();
-    for (const TestPicture &picture : DRIVERS) {
-        const Bytes dib = MakeDib(picture);
-        for (const FilterExport &filter : FILTERS) {
-            for (const Controls &host : hosts) {
-                const int nKernel = filter.filter == GRADIENT ? 5 : 0;
-                const Expected want = ExpectFilter(filter.filter, dib, nKernel);
-                const HGLOBAL hDib = NewBlock(dib);
-                WriteControls(host);
-                const HGLOBAL hNull = CallFilter(filter, NULL, nKernel, 0, NULL);
-                const HGLOBAL hResult = CallFilter(filter, hDib, nKernel, 0, NULL);
-                const Controls after = ReadControls();
-                WriteControls(usual);
-                EXPECT_TRUE(hNull == NULL);
-                EXPECT_EQ(host.x87, after.x87 & 0x0f7f) << filter.pName;
-                EXPECT_EQ(host.mxcsr, after.mxcsr & ~0x3fu) << filter.pName;
-                EXPECT_EQ("", Compare(hResult, want)) << filter.pName << ", " << Describe(picture);
-                FreeBlock(hDib);
-            }
         }
     }
 }

@@ -197,32 +197,6 @@ TEST(Kernels, EveryTableTakesTheStrongestSupportedLevel)
     ChooseKernels(DetectCpuFeatures());
 }
 
-// ---- layout -------------------------------------------------------------------------------------
-
-TEST(Layout, ColoursOfEveryHeader)
-{
-    const struct {
-        DWORD nSize;
-        WORD nBits;
-        DWORD nUsed, nColors, nBytes;
-    } rows[] = {{40, 1, 0, 2, 8},    {40, 4, 0, 16, 64},      {40, 8, 0, 256, 1024},
-                {40, 24, 0, 0, 0},   {40, 16, 0, 0, 0},       {40, 8, 16, 16, 64},
-                {40, 24, 5, 5, 20},  {40, 8, 300, 300, 1200}, {12, 1, 99, 2, 6},
-                {12, 4, 99, 16, 48}, {12, 8, 99, 256, 768},   {12, 24, 99, 0, 0}};
-    for (const auto &row : rows) {
-        BITMAPINFOHEADER header = {};
-        header.biSize = row.nSize;
-        header.biBitCount = row.nBits;
-        header.biClrUsed = row.nUsed;
-        if (row.nSize == sizeof(BITMAPCOREHEADER)) {
-            const BITMAPCOREHEADER core = {row.nSize, 1, 1, 1, row.nBits};
-            memcpy(&header, &core, sizeof core);
-        }
-        EXPECT_EQ(row.nColors, DibNumColors(&header)) << row.nSize << ", " << row.nBits;
-        EXPECT_EQ(row.nBytes, DibPaletteSize(&header)) << row.nSize << ", " << row.nBits;
-    }
-}
-
 // ---- palette maps and matrices ------------------------------------------------------------------
 
 TEST(Layout, BlankPicturesOfEveryDepth)

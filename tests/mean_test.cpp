@@ -312,6 +312,33 @@ TEST(Mean, EveryMaskEqualsItsDefinition)
     }
 }
 
+// On both sides of where sums leave a byte, 2^24 (whole floats) and 2^31: bright pictures, flat but
+// for some noise.
+TEST(Mean, SumsAtTheEndOfTheirTypesEqualTheirDefinition)
+{
+    const WindowCall calls[] = {
+        Call(DWMTM, 3, 255, 40),  Call(DWMTM, 3, 256, 40),  Call(DWMTM, 3, 257, 40),
+        Call(DWMTM, 255, 255, 1), Call(DWMTM, 256, 256, 1), Call(DWMTM, 257, 257, 1),
+        Call(MMSE, 181, 90),      Call(MMSE, 182, 90),      Call(CONTRA, 16, 1),
+        Call(CONTRA, 17, 1),      Call(CONTRA, 256, 0),     Call(CONTRA, 257, 0),
+        Call(YP, 16, 2),          Call(YP, 17, 2),          Call(YP, 256, 1),
+        Call(YP, 257, 1),         Call(CONTRA, 18, 2)};
+    for (const WindowCall &call : calls) {
+        const int n = call.filter == DWMTM ? call.p[1] : call.p[0];
+        const int width = n + 2, height = n + 1;
+        for (int nNoise : {1, 40}) {
+            std::vector<int> levels;
+            unsigned random = 5;
+            for (int i = 0; i < width * height; i++) {
+                random = random * 1664525 + 1013904223;
+                levels.push_back(random >> 28 == 0 ? 255 - (int)(random >> 16) % nNoise : 255);
+            }
+            EXPECT_EQ("", CheckAnswer(MEANS, call, MakeLevels(width, height, 8, levels)))
+                << call.filter << ", size " << n << ", noise " << nNoise;
+        }
+    }
+}
+
 // ---- what is refused ----------------------------------------------------------------------------
 
 struct MeanCalls : testing::Test {

@@ -160,6 +160,26 @@ TEST(Rank, EveryMaskEqualsItsDefinition)
     }
 }
 
+// Flat pictures, whose whole weight lies on one side of every level: counters that are too narrow
+// come back to 0.
+TEST(Rank, WeightsAtTheEndOfTheirCounters)
+{
+    for (int nTotal : {255, 256, 257, 258, 65535, 65536, 65537, 65538}) {
+        const int rows = nTotal < 1000 ? 1 : 17, columns = nTotal < 1000 ? 3 : 16;
+        std::vector<BYTE> weights;
+        for (int left = nTotal; (int)weights.size() < rows * columns; left -= weights.back()) {
+            weights.push_back((BYTE)(left < 255 ? left : 255));
+        }
+        for (int level : {0, 10, 200, 255}) {
+            std::vector<int> levels(20 * 20, level);
+            levels[5] = levels[190] = 99;
+            EXPECT_EQ("", CheckAnswer(RANKS, Masked(WEIGHTED, rows, columns, 0, 1, weights),
+                                      MakeLevels(20, 20, 8, levels)))
+                << nTotal << ", level " << level;
+        }
+    }
+}
+
 // Counters of one byte end at 255, counts of words at 65535.
 TEST(Rank, LargeWindowsEqualTheirDefinition)
 {
