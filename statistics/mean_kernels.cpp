@@ -355,7 +355,8 @@ static const double *SumBlock(BYTE *pMemory, const OrderedLayout *pLayout, const
 }
 
 // A quotient of whole numbers that a float holds, both and their sum, is never rounded up to the
-// next whole number.
+// next whole number. (A host that changes the picture meanwhile may have made a sum of any 32 bits:
+// with two samples or more the quotient is an int still.)
 static void FloatMeans(const int32_t *__restrict whole, float samples, BYTE *__restrict out,
                        size_t count)
 {
@@ -368,7 +369,8 @@ static void OrderedBlock(BYTE *pMemory, const OrderedLayout *pLayout, const Mean
                          size_t start, size_t step, BYTE *out, size_t count)
 {
     const double *sums[2] = {NULL, NULL};
-    if (pRule->finish == FINISH_MEAN && pRule->dSamples * (double)GRAY_LEVELS <= 1 << 24) {
+    if (pRule->finish == FINISH_MEAN && pRule->dSamples >= 2 &&
+        pRule->dSamples * (double)GRAY_LEVELS <= 1 << 24) {
         FloatMeans(SumWhole(pMemory, pLayout, pRule, 0, start, step, count), (float)pRule->dSamples,
                    out, count);
         return;

@@ -54,6 +54,15 @@ struct StepSource {
 
 // ---- fitting ------------------------------------------------------------------------------------
 
+// What a window's near sum, or a limit beside it, may be off by. Half a unit for each of n scaled
+// terms. Then roundings of doubles, each at most 2^-53 of the sum:
+//
+// - Sums that a zero ends are below 2^52 / side units, so a rounding is 1 / (2 side) at most. The
+//   rule's own sum or product has n; the terms together, the limit and their scaling have eight at
+//   most. For n = side x side that is side / 2 + 4 / side, which is less than 0.1 n + 4 for every
+//   side from 2 on (side 2: 3 against 4.4; from 5 on 0.1 n alone exceeds side / 2).
+// - Others may come to 2^52, so a rounding is half a unit at most; of those eight that makes 4. The
+//   roundings of the rule's own sum are in RoundingError.
 static double UnitError(double dSamples)
 {
     return 0.6 * dSamples + 4;
@@ -261,6 +270,9 @@ void MakeGeometricNear(MeanRule *pRule, NearSum *pNear)
 
 // ---- sums that are rounded to float -------------------------------------------------------------
 
+// Each of n additions is off by 2^-24 of a sum that is no more than the whole: for n up to 2^14,
+// (1 + 2^-24)^n - 1 is below 1.001 n 2^-24, and so is what a limit must be widened by. The
+// hundredth and the two samples more are spare.
 static double RoundingError(double dSamples)
 {
     return 1.01 * (dSamples + 2) * ldexp(1, -24);

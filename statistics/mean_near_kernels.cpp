@@ -164,12 +164,19 @@ static void StepLevels(const NearSum *pNear, const Sum *__restrict sums, BYTE *_
     p->nOpen = CountOpen(p->bOpen, count);
 }
 
+// A lower sum of 0 is that of zeros alone, and then so is the upper one. None is negative, unless
+// the host has changed the picture meanwhile.
+template <class Sum> static inline float Quotient(Sum upper, Sum lower)
+{
+    const float quotient = (float)upper / (float)(lower > 1 ? lower : 1);
+    return quotient > 0 ? quotient : 0;
+}
+
 static inline int QuotientLevel(float quotient)
 {
     return (int)(quotient < 255 ? quotient : 255);
 }
 
-// A sum of 0 is that of zeros alone, and then so is the other.
 template <class Sum>
 static void QuotientLevels(const NearSum *pNear, const Sum *__restrict first,
                            const Sum *__restrict second, BYTE *__restrict out, size_t count,
@@ -178,7 +185,7 @@ static void QuotientLevels(const NearSum *pNear, const Sum *__restrict first,
     const float low = (float)(pNear->dRatio * (1 - pNear->dError));
     const float high = (float)(pNear->dRatio * (1 + pNear->dError));
     for (size_t i = 0; i < count; i++) {
-        const float quotient = (float)first[i] / (float)(second[i] > 1 ? second[i] : 1);
+        const float quotient = Quotient(first[i], second[i]);
         const int level = QuotientLevel(quotient * low);
         out[i] = (BYTE)level;
         p->bOpen[i] = level != QuotientLevel(quotient * high);
@@ -192,7 +199,7 @@ static void ExactQuotients(const int32_t *__restrict first, const int32_t *__res
                            BYTE *__restrict out, size_t count)
 {
     for (size_t i = 0; i < count; i++) {
-        out[i] = (BYTE)(int)((float)first[i] / (float)(second[i] > 1 ? second[i] : 1));
+        out[i] = (BYTE)QuotientLevel(Quotient(first[i], second[i]));
     }
 }
 

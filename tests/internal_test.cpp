@@ -5,14 +5,11 @@
 #include "reference/reference.h"
 
 #include "convolution/convolution_kernels.h"
-#include "frame/call.h"
 #include "frame/matrix.h"
-#include "frame/progress.h"
 #include "frame/thread_state.h"
 #include "library/kernels.h"
 #include "platform/cpu.h"
 
-#include <commctrl.h>
 #include <gtest/gtest.h>
 
 #include <stdio.h>
@@ -237,24 +234,6 @@ TEST(Layout, BlankPicturesOfEveryDepth)
     }
 }
 
-TEST(LevelMaps, TheHighestOfEqualEntriesWinsAndAMissingLevelTakesItsNumber)
-{
-    RGBQUAD colors[256] = {};
-    LevelMaps maps;
-    for (int i = 0; i < 256; i++) {
-        colors[i].rgbBlue = (BYTE)(i < 100 ? 50 : 200);
-    }
-    BuildLevelMaps(colors, &maps);
-    EXPECT_FALSE(HasAllLevels(&maps));
-    EXPECT_EQ(99, GrayLevelToIndex(&maps, 50));
-    EXPECT_EQ(255, GrayLevelToIndex(&maps, 200));
-    EXPECT_FALSE(maps.paletteChanged);
-    EXPECT_EQ(99, GrayLevelToIndex(&maps, 99));
-    EXPECT_TRUE(maps.paletteChanged);
-    EXPECT_EQ(99, maps.levels[99]);
-    EXPECT_EQ(99, GrayLevelToIndex(&maps, 50)) << "the old mapping stays, the shade changes";
-}
-
 TEST(Matrix, LoadsAndStoresEveryPixelAndNothingElse)
 {
     for (int width : {1, 2, 3, 4, 5, 9}) {
@@ -299,85 +278,6 @@ TEST(Matrix, LoadsAndStoresEveryPixelAndNothingElse)
             GlobalFree(hGray);
             GlobalFree(hColor);
         }
-    }
-}
-
-// ---- progress -----------------------------------------------------------------------------------
-
-static int BarPosition(void)
-{
-    return (int)SendMessageA(GetDlgItem(GetFilterThreadState()->hProgressDlg, 1000), PBM_GETPOS, 0,
-                             0);
-}
-
-// Dialogs are opened inside a call.
-struct Progress : testing::Test {
-    void SetUp() override
-    {
-        BeginCall(&running);
-    }
-    void TearDown() override
-    {
-        EndCall(&running);
-    }
-    RunningCall running;
-};
-
-TEST_F(Progress, EveryPassStepsOnEveryFifthUnit)
-{
-    const int sizes[][2] = {{1, 1}, {5, 6}, {6, 5}, {11, 12}, {16, 21}};
-    for (const int *size : sizes) {
-        const int columns = (size[0] + 4) / 5;
-        const int rows = (size[1] - 1 + 4) / 5;
-        const HGLOBAL hGray = MakeBlock(MakeDib({size[0], size[1], 8, RAMP, 0, 4, 0}));
-        const HGLOBAL hColor = MakeBlock(MakeDib({size[0], size[1], 24, RAMP, 0, 4, 0}));
-        GrayMatrix g, h;
-        ColorMatrix c, d;
-        DibView viewGray, viewColor;
-        ASSERT_TRUE(LockDib(hGray, &viewGray) && LockDib(hColor, &viewColor));
-        ASSERT_TRUE(OpenProgressDialog(NULL, 5000));
-        EXPECT_TRUE(LoadGrayMatrix(&viewGray, &g, 1));
-        EXPECT_EQ(rows, BarPosition());
-        EXPECT_TRUE(AllocGrayMatrix(&h, size[0], size[1], 1));
-        EXPECT_EQ(rows + columns, BarPosition());
-        EXPECT_TRUE(StoreGrayMatrix(&viewGray, &h, &g, 1));
-        EXPECT_EQ(rows + 2 * columns, BarPosition());
-        EXPECT_TRUE(LoadColorMatrix(&viewColor, &c, 1));
-        EXPECT_TRUE(AllocColorMatrix(&d, size[0], size[1], 1));
-        EXPECT_TRUE(StoreColorMatrix(&viewColor, &d, 1));
-        EXPECT_EQ(2 * rows + 4 * columns, BarPosition());
-        GetFilterThreadState()->bCancelled = 1;
-        GrayMatrix none;
-        EXPECT_FALSE(LoadGrayMatrix(&viewGray, &none, 0));
-        EXPECT_FALSE(AllocGrayMatrix(&none, 3, 3, 0));
-        EXPECT_FALSE(StoreGrayMatrix(&viewGray, &h, &g, 0));
-        EXPECT_EQ(1, CloseProgressDialog());
-        EXPECT_EQ(0, CloseProgressDialog());
-        UnlockDib(&viewGray);
-        UnlockDib(&viewColor);
-        FreeGrayMatrix(&g);
-        FreeGrayMatrix(&h);
-        FreeColorMatrix(&c);
-        FreeColorMatrix(&d);
-        GlobalFree(hGray);
-        GlobalFree(hColor);
-    }
-}
-
-TEST_F(Progress, TheRangeIsAFifthOfTheTotalAndOneMore)
-{
-    const int rows[][2] = {{0, 1}, {4, 1}, {5, 2}, {12, 3}, {100, 21}, {-3, 1}, {500000, 100001}};
-    for (const int *row : rows) {
-        ASSERT_TRUE(OpenProgressDialog(NULL, row[0]));
-        const FilterThreadState *pState = GetFilterThreadState();
-        PBRANGE range = {-1, -1};
-        SendMessageA(GetDlgItem(pState->hProgressDlg, 1000), PBM_GETRANGE, 0, (LPARAM)&range);
-        EXPECT_EQ(0, range.iLow);
-        EXPECT_EQ(row[1], range.iHigh) << row[0];
-        EXPECT_EQ(row[0], pState->nStepTotal);
-        EXPECT_TRUE(pState->nStepDivisor == 5 && pState->nStepSize == 1);
-        EXPECT_TRUE(!pState->bCancelled && !pState->bParentDisabled && pState->hParentWnd == NULL);
-        EXPECT_EQ(1, CloseProgressDialog());
     }
 }
 

@@ -322,17 +322,20 @@ TEST(Mean, SumsAtTheEndOfTheirTypesEqualTheirDefinition)
         Call(MMSE, 181, 90),      Call(MMSE, 182, 90),      Call(CONTRA, 16, 1),
         Call(CONTRA, 17, 1),      Call(CONTRA, 256, 0),     Call(CONTRA, 257, 0),
         Call(YP, 16, 2),          Call(YP, 17, 2),          Call(YP, 256, 1),
-        Call(YP, 257, 1),         Call(CONTRA, 18, 2)};
+        Call(YP, 257, 1),         Call(CONTRA, 18, 2),      Call(CONTRA, 23, 1),
+        Call(CONTRA, 31, 1),      Call(YP, 31, 2),          Call(YP, 300, 1)};
     for (const WindowCall &call : calls) {
         const int n = call.filter == DWMTM ? call.p[1] : call.p[0];
         const int width = n + 2, height = n + 1;
-        for (int nNoise : {1, 40}) {
+        for (int nNoise : {1, 3, 40}) {
             std::vector<int> levels;
             unsigned random = 5;
             for (int i = 0; i < width * height; i++) {
                 random = random * 1664525 + 1013904223;
-                levels.push_back(random >> 28 == 0 ? 255 - (int)(random >> 16) % nNoise : 255);
+                levels.push_back(255 - (int)(random >> 16) % nNoise);
             }
+            // One of the computed pixels stands out: the variance shows in it.
+            levels[(size_t)(n / 2 * width + n / 2)] -= call.filter == MMSE ? 155 : 0;
             EXPECT_EQ("", CheckAnswer(MEANS, call, MakeLevels(width, height, 8, levels)))
                 << call.filter << ", size " << n << ", noise " << nNoise;
         }
