@@ -130,8 +130,11 @@ int LoadGrayMatrix(const DibView *pView, GrayMatrix *pMatrix, int bProgress)
     pMatrix->width = (unsigned)pView->shape.width;
     pMatrix->height = (unsigned)pView->shape.height;
     pMatrix->columns = (BYTE **)NewLoadedColumns(pView, 1, LoadGrayRow, bProgress);
+    if (pMatrix->columns == NULL) {
+        return 0;  // the host may have freed the picture meanwhile
+    }
     BuildLevelMaps(pView->pColors, &pMatrix->maps);
-    return pMatrix->columns != NULL;
+    return 1;
 }
 
 int AllocGrayMatrix(GrayMatrix *pMatrix, int width, int height, int bProgress)

@@ -104,10 +104,15 @@ static void AddCounts(HGLOBAL hHistogram, const BYTE *pPixel, Levels *levels)
 }
 
 // Moves the viewport over the whole picture, then leaves in the histogram the mean as its only
-// level. The last viewport of a row or column overlaps the one before.
+// level. The last viewport of a row or column overlaps the one before. False for a depth that the
+// exports refuse.
 static bool CountPicture(HGLOBAL hDib, HGLOBAL hHistogram)
 {
     const BITMAPINFOHEADER *header = static_cast<const BITMAPINFOHEADER *>(GlobalLock(hDib));
+    if (header->biBitCount != 8) {
+        GlobalUnlock(hDib);
+        return false;
+    }
     const int width = header->biWidth, height = header->biHeight;
     const size_t stride = (size_t(width) + 3) / 4 * 4;
     const BYTE *bits = reinterpret_cast<const BYTE *>(header + 1) +
