@@ -168,8 +168,7 @@ static void StepLevels(const NearSum *pNear, const Sum *__restrict sums, BYTE *_
 // the host has changed the picture meanwhile.
 template <class Sum> static inline float Quotient(Sum upper, Sum lower)
 {
-    const float quotient = (float)upper / (float)(lower > 1 ? lower : 1);
-    return quotient > 0 ? quotient : 0;
+    return (float)(upper > 0 ? upper : 0) / (float)(lower > 1 ? lower : 1);
 }
 
 static inline int QuotientLevel(float quotient)
