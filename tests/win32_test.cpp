@@ -1,6 +1,7 @@
 // What only real windows and a 32-bit stack can show: the look of the progress dialog, where the
 // dialog library is looked for, and that every export keeps registers and stack as hosts count on.
 
+#include "exports.h"
 #include "host.h"
 #include "host_win32.h"
 
@@ -202,6 +203,31 @@ static const StackCall STACK_CALLS[] = {
     {"HistDIBComplement", {DIB, 0, 0}},
     {"HistDIBModify", {DIB, 0, 0}},
     {"HistDIBEqualization", {DIB, 0, 0}}};
+
+// Those without a frame are not in EXPORTS.
+TEST(Windows, EveryExportHasItsRowsInTheTests)
+{
+    const BYTE *pBase = (const BYTE *)GetModuleHandleA("VexaFilter.dll");
+    const IMAGE_NT_HEADERS32 *pHeaders =
+        (const IMAGE_NT_HEADERS32 *)(pBase + ((const IMAGE_DOS_HEADER *)pBase)->e_lfanew);
+    const IMAGE_EXPORT_DIRECTORY *pExports =
+        (const IMAGE_EXPORT_DIRECTORY *)(pBase + pHeaders->OptionalHeader
+                                                     .DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT]
+                                                     .VirtualAddress);
+    const DWORD *pNames = (const DWORD *)(pBase + pExports->AddressOfNames);
+    EXPECT_EQ(std::size(STACK_CALLS), pExports->NumberOfNames);
+    for (DWORD i = 0; i < pExports->NumberOfNames; i++) {
+        const std::string name = (const char *)(pBase + pNames[i]);
+        EXPECT_TRUE(std::any_of(std::begin(STACK_CALLS), std::end(STACK_CALLS),
+                                [&](const StackCall &call) { return name == call.pName; }))
+            << name << " is not called with the stack off";
+        const bool bFramed = name.find("Get") != 0 && name.find("Convert") != 0 &&
+                             name.find("Compute") != 0 && name.find("Apply") != 0;
+        EXPECT_EQ(bFramed, std::any_of(std::begin(EXPORTS), std::end(EXPORTS),
+                                       [&](const ExportCall &call) { return name == call.pName; }))
+            << name << " in tests/exports.h";
+    }
+}
 
 // What a call leaves in its blocks and gives back, with the stack off by nOff.
 static std::vector<Bytes> CallWithStackOff(const StackCall &call, const Bytes &dib, int nOff)
