@@ -110,6 +110,11 @@ static int WantsDialog(UINT mode)
     return mode == MODE_DIALOG || mode == (MODE_PROGRESS | MODE_DIALOG);
 }
 
+int HasDialogs(const FilterCall *pCall)
+{
+    return pCall->bProgress || WantsDialog(pCall->mode);
+}
+
 // The system's own cursor: its handle never changes. To ask for it costs more than to filter a
 // small picture. Returns the cursor that was shown.
 static HCURSOR ShowWaitCursor(void)
@@ -233,6 +238,9 @@ static int AskForParameters(FilterCall *pCall)
                             pCall->nDialogArguments)) {
         return 0;
     }
+    if (HasQuirk(pCall, WORKS_ON_COPY)) {
+        return 1;
+    }
     return bHold ? HoldsImages(pCall)
                  : LockImages(pCall) && IsSameShape(&before, &pCall->source.shape);
 }
@@ -250,6 +258,9 @@ static int OpenBar(const FilterCall *pCall)
 // The parameter dialog and the progress dialog. 0: the call ends here.
 static int OpenDialogs(FilterCall *pCall)
 {
+    if (HasQuirk(pCall, WORKS_ON_COPY) && HasDialogs(pCall)) {
+        UnlockImages(pCall);
+    }
     if (WantsDialog(pCall->mode) && !AskForParameters(pCall)) {
         return 0;
     }

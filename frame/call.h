@@ -85,7 +85,10 @@ enum FrameQuirk {
     // progress dialog does not open, it stays locked for good and the prepared result allocated.
     DIALOG_LEAVES_RESULT = 64,
     // There is a second image, of the same sides and depth as the first.
-    TWO_IMAGES = 128
+    TWO_IMAGES = 128,
+    // Prepare has copied what the work needs of the image: where there are dialogs, it is unlocked
+    // before them and not looked at again.
+    WORKS_ON_COPY = 256
 };
 
 // One call, as a record's functions see it.
@@ -145,6 +148,9 @@ struct FilterFrame {
     // Frees what the plan points at, however the call ends.
     void (*Release)(FilterCall *pCall) = NULL;
 };
+
+// Whether a call may run the host's code: its mode asks for a dialog.
+int HasDialogs(const FilterCall *pCall);
 
 // Runs a call of the usual shape: (hDib, parameters..., mode, hParent).
 HGLOBAL RunFilter(const FilterFrame *pFrame, HGLOBAL hDib, Parameters parameters, UINT mode,

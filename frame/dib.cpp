@@ -132,6 +132,15 @@ void UnlockDib(const DibView *pView)
     GlobalUnlock(pView->hDib);
 }
 
+int RelockDib(DibView *pView)
+{
+    BYTE *pBlock = (BYTE *)GlobalLock(pView->hDib);
+    if (pBlock != NULL) {
+        AimView(pView->hDib, pBlock, pView);
+    }
+    return pBlock != NULL;
+}
+
 HGLOBAL AllocBlock(unsigned long long nBytes)
 {
     if (nBytes > LARGEST_BLOCK) {

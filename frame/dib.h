@@ -49,6 +49,9 @@ int ReadHeader(HGLOBAL hDib, const void *pBlock, BITMAPINFOHEADER *pHeader);
 
 void UnlockDib(const DibView *pView);
 
+// Locks a block of our own once more, where it now lies. 0: it cannot be locked.
+int RelockDib(DibView *pView);
+
 int IsSameShape(const DibShape *a, const DibShape *b);
 
 // Some operations count rows and keep the stride in 16 bits and are not defined past that.

@@ -216,18 +216,6 @@ static int ComputePass(MatrixRun *pRun, int bCopy, int bProgress)
     return 1;
 }
 
-static int StepEarlierPasses(const MatrixRun *pRun, int bProgress)
-{
-    const FilterThreadState *pState = GetFilterThreadState();
-    const int nRows = (int)pRun->source.height;
-    for (int unit = 0; unit < pRun->pFilter->nEarlierPasses * nRows; unit++) {
-        if (!BeginUnit(pState, bProgress, (unsigned)(unit % nRows))) {
-            return 0;
-        }
-    }
-    return 1;
-}
-
 static int PrepareWindow(MatrixRun *pRun)
 {
     const size_t nRows = (size_t)pRun->pFilter->nRows;
@@ -278,7 +266,8 @@ HGLOBAL RunMatrixOrder(const NeighbourhoodFilter *pFilter, const DibView *pSourc
     const int height = pSource->shape.height;
     const int bCopy = ComputesNothing(pFilter, width, height);
     if (AllocGrayMatrix(&run.result, width, height, bProgress) && (bCopy || PrepareWindow(&run)) &&
-        StepEarlierPasses(&run, bProgress) && ComputePass(&run, bCopy, bProgress)) {
+        StepPasses(GetFilterThreadState(), bProgress, pFilter->nEarlierPasses, height) &&
+        ComputePass(&run, bCopy, bProgress)) {
         hResult = StoreResult(&run, pSource, bProgress);
     }
     WorkFree(run.pState);

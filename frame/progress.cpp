@@ -139,6 +139,18 @@ int CloseProgressDialog(void)
     return 1;
 }
 
+int StepPasses(const FilterThreadState *pState, int bProgress, int nPasses, int nUnits)
+{
+    for (int pass = 0; pass < nPasses; pass++) {
+        for (int unit = 0; unit < nUnits; unit += UNITS_PER_STEP) {
+            if (!BeginUnit(pState, bProgress, (unsigned)unit)) {
+                return 0;
+            }
+        }
+    }
+    return 1;
+}
+
 int BeginPacedRow(ProgressPace *pPace, int nRow, int nRows)
 {
     const FilterThreadState *pState = pPace->pState;

@@ -25,6 +25,10 @@ static inline int BeginUnit(const FilterThreadState *pState, int bProgress, unsi
     return !pState->bCancelled;
 }
 
+// Passes over nUnits units that are made on the way by others, or have no work left: for the bar
+// alone. 0 once the user has cancelled.
+int StepPasses(const FilterThreadState *pState, int bProgress, int nPasses, int nUnits);
+
 // The bar steps of a pass over the units nFirst to nEnd - 1.
 static inline int64_t UnitSteps(int nFirst, int nEnd)
 {

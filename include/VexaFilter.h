@@ -297,6 +297,110 @@ HGLOBAL VEXAFILTER_API FilterAdaptiveDWMTM(HGLOBAL hDib, int nSmallSize, int nLa
 HGLOBAL VEXAFILTER_API FilterAdaptiveMMSE(HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode,
                                           HWND hParent);
 
+/* ---- binary morphology; docs/morphology.md ------------------------------------------------- */
+
+/*
+ * These take 1-bit images only and return one of the same layout. Black is the colour of clear bits
+ * if colour-table entry 0 is pure black, else that of set bits; the object is what is black, or,
+ * with bWhiteObject, what is white. Padding bits are kept.
+ *
+ * An element is a FilterMask whose positions with byte 1 count; any other byte leaves its position
+ * out. Null stands for 3 x 3 ones around the pixel, unless said otherwise. rows or columns below 1
+ * are an element without positions. The origin may lie outside the element. Positions outside the
+ * picture are left out. A null column, null elements or over 16777216 positions return null. The
+ * dialog edits a copy of the descriptor.
+ *
+ * The image is read before any dialog: what a host changes in it later does not show.
+ */
+
+/*
+ * Every object pixel spreads to the element's shape around it (Serra 1982). The pixel itself always
+ * stays, whether or not the element has its origin.
+ */
+HGLOBAL VEXAFILTER_API BinaryDilation(HGLOBAL hDib, const FilterMask *pMask, int bWhiteObject,
+                                      UINT mode, HWND hParent);
+
+/*
+ * Object pixels stay where the element's shape, laid on them, meets no background (Serra 1982). The
+ * picture's edge is no background.
+ */
+HGLOBAL VEXAFILTER_API BinaryErosion(HGLOBAL hDib, const FilterMask *pMask, int bWhiteObject,
+                                     UINT mode, HWND hParent);
+
+/* Erosion, then dilation, with the same element: removes what it does not fit into. */
+HGLOBAL VEXAFILTER_API BinaryOpening(HGLOBAL hDib, const FilterMask *pMask, int bWhiteObject,
+                                     UINT mode, HWND hParent);
+
+/* Dilation, then erosion, with the same element: fills gaps that it does not fit into. */
+HGLOBAL VEXAFILTER_API BinaryClosing(HGLOBAL hDib, const FilterMask *pMask, int bWhiteObject,
+                                     UINT mode, HWND hParent);
+
+/*
+ * Hit-or-miss (Serra 1982): object pixels that meet no background under the hit element, and some
+ * under the miss element, become the object; all others background. Mind that one background pixel
+ * under the miss element is enough. Null stands for the pixel and its right neighbour as the hit
+ * element, the left neighbour as the miss element: the left ends of horizontal runs of two or more.
+ */
+HGLOBAL VEXAFILTER_API BinaryHitMiss(HGLOBAL hDib, const FilterMask *pHitMask,
+                                     const FilterMask *pMissMask, int bWhiteObject, UINT mode,
+                                     HWND hParent);
+
+/*
+ * nOutline 0: what erosion takes from the objects; any other: what dilation adds to them. The rest
+ * becomes background.
+ */
+HGLOBAL VEXAFILTER_API BinaryOutlining(HGLOBAL hDib, const FilterMask *pMask, int nOutline,
+                                       int bWhiteObject, UINT mode, HWND hParent);
+
+/*
+ * One sweep of thinning: object pixels on an edge or a corner, that is, with five neighbours in a
+ * row around them that are no background and with background among the other three, become
+ * background. All are decided by the image as it was before.
+ */
+HGLOBAL VEXAFILTER_API BinaryThinning(HGLOBAL hDib, int bWhiteObject, UINT mode, HWND hParent);
+
+/* One sweep of thinning of the background, so that the objects grow. */
+HGLOBAL VEXAFILTER_API BinaryThickening(HGLOBAL hDib, int bWhiteObject, UINT mode, HWND hParent);
+
+/*
+ * Sweeps of thinning until one changes nothing, or nMaxSweeps of them; 0 or less: no limit. The
+ * progress bar is announced one sweep.
+ */
+HGLOBAL VEXAFILTER_API BinarySkeleton(HGLOBAL hDib, int nMaxSweeps, int bWhiteObject, UINT mode,
+                                      HWND hParent);
+
+/* ---- gray-scale morphology; docs/morphology.md --------------------------------------------- */
+
+/*
+ * These take 8-bit images with a gray palette only (all 256 entries; missing ones are black). The
+ * element is a FilterMask of heights, 0 to 255, all of which count; null stands for 3 x 3 zeros
+ * around the pixel. Positions outside the picture are left out. What is said above of the
+ * descriptor holds here too.
+ */
+
+/* The largest sum of level and height under the element (Sternberg 1986), 0 to 255. */
+HGLOBAL VEXAFILTER_API GrayScaleDilation(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                         HWND hParent);
+
+/* The smallest difference of level and height under the element (Sternberg 1986), 0 to 255. */
+HGLOBAL VEXAFILTER_API GrayScaleErosion(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                        HWND hParent);
+
+/* Erosion, then dilation: removes bright detail that the element does not fit into. */
+HGLOBAL VEXAFILTER_API GrayScaleOpening(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                        HWND hParent);
+
+/* Dilation, then erosion: removes dark detail that the element does not fit into. */
+HGLOBAL VEXAFILTER_API GrayScaleClosing(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                        HWND hParent);
+
+/*
+ * The white top-hat (Meyer 1979): the image less its opening, 0 at least. The image is read once
+ * more for it, after the dialogs.
+ */
+HGLOBAL VEXAFILTER_API GrayScaleTopHat(HGLOBAL hDib, const FilterMask *pMask, UINT mode,
+                                       HWND hParent);
+
 /* ---- tonal adjustments: docs/tonal.md ------------------------------------------------------ */
 
 /*

@@ -4,6 +4,8 @@
 
 #include "convolution/convolution_kernels.h"
 #include "frame/levels_kernels.h"
+#include "morphology/binary_kernels.h"
+#include "morphology/gray_kernels.h"
 #include "platform/cpu.h"
 #include "point/arithmetic_kernels.h"
 #include "statistics/adaptive_kernels.h"
@@ -25,6 +27,8 @@ const HistogramKernels *g_pHistogramKernels;
 const SelectionKernels *g_pSelectionKernels;
 const PixelMeanKernels *g_pPixelMeanKernels;
 const AdaptiveKernels *g_pAdaptiveKernels;
+const BinaryKernels *g_pBinaryKernels;
+const GrayKernels *g_pGrayKernels;
 
 const LevelNeed LEVEL_NEEDS[KERNEL_LEVELS] = {{"sse2", 0}, {"avx2", CPU_AVX2}};
 
@@ -40,6 +44,8 @@ const KernelTable KERNEL_TABLE[KERNEL_TABLES] = {
     {"selection", &g_pSelectionKernels, {&sse2::SELECTION_KERNELS, &avx2::SELECTION_KERNELS}},
     {"means", &g_pPixelMeanKernels, {&sse2::PIXEL_MEAN_KERNELS, &avx2::PIXEL_MEAN_KERNELS}},
     {"adaptive", &g_pAdaptiveKernels, {&sse2::ADAPTIVE_KERNELS, &avx2::ADAPTIVE_KERNELS}},
+    {"packed pixels", &g_pBinaryKernels, {&sse2::BINARY_KERNELS, &avx2::BINARY_KERNELS}},
+    {"gray-scale morphology", &g_pGrayKernels, {&sse2::GRAY_KERNELS, &avx2::GRAY_KERNELS}},
 };
 
 void ChooseKernels(unsigned cpuFeatures)

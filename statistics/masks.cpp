@@ -2,6 +2,7 @@
 
 #include "masks.h"
 
+#include "frame/filter_mask.h"
 #include "platform/workmemory.h"
 
 #include <string.h>
@@ -31,23 +32,9 @@ int IsSizeArgument(const void *pArguments)
 
 // ---- masks of weights ---------------------------------------------------------------------------
 
-static int HasPositions(const FilterMask *pMask)
-{
-    if (pMask->elements == NULL || pMask->rows < 1 || pMask->columns < 1 ||
-        (int64_t)pMask->rows * pMask->columns > MOST_MASK_POSITIONS) {
-        return 0;
-    }
-    for (int i = 0; i < pMask->columns; i++) {
-        if (pMask->elements[i] == NULL) {
-            return 0;
-        }
-    }
-    return 1;
-}
-
 int IsWeightMask(const FilterMask *pMask)
 {
-    if (!HasPositions(pMask)) {
+    if (!HasMaskPositions(pMask)) {
         return 0;
     }
     for (int i = 0; i < pMask->columns; i++) {

@@ -28,9 +28,7 @@ struct WeightMask {
     BYTE *pWeights;                 // row by row from the top, each from left to right
 };
 
-// 1 if the mask has 1 to MOST_MASK_POSITIONS positions, no column is null and a weight is not 0.
-// Wild pointers cannot be told.
-enum { MOST_MASK_POSITIONS = 1 << 24 };
+// 1 if the mask has positions (frame/filter_mask.h) and a weight is not 0.
 int IsWeightMask(const FilterMask *pMask);
 
 // Copies a mask that IsWeightMask accepts. 0 without memory or for any other mask.

@@ -1,4 +1,4 @@
-// Minimum, maximum, midpoint and range of square windows: plain loops, compiled once per
+// Minimum, maximum, midpoint and range of rectangular windows: plain loops, compiled once per
 // instruction set into the namespace KERNEL_LEVEL.
 //
 // The window is separable: first the extreme of each column's samples, then that of the columns.
@@ -148,7 +148,7 @@ template <int EXTREME>
 static void FindExtremes(ExtremeState *pState, const NeighbourhoodFilter *pFilter,
                          const BYTE *const *lines, size_t step, BYTE *out, size_t count, int bFirst)
 {
-    const size_t nSize = (size_t)pFilter->nRows;
+    const size_t nSize = (size_t)pFilter->nColumns;
     size_t nReach = count + (nSize - 1) * step;
     size_t nCovered = 1;
     int row = EVEN_ROW;

@@ -7,7 +7,8 @@
 
 #include <math.h>
 
-enum ExportFrame { ORDINARY_FRAME, ARITHMETIC_FRAME, HISTOGRAM_FRAME };
+// COPY_FRAME: the image is read before the dialogs and not looked at again.
+enum ExportFrame { ORDINARY_FRAME, ARITHMETIC_FRAME, HISTOGRAM_FRAME, COPY_FRAME };
 
 struct ExportCall {
     const char *pName;
@@ -88,6 +89,34 @@ static constexpr ExportCall EXPORTS[] = {
      [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBModify(h, mode, hWnd); }},
     {"HistDIBEqualization", "HistTransformUI", 2, HISTOGRAM_FRAME,
      [](HGLOBAL h, UINT mode, HWND hWnd) { return HistDIBEqualization(h, mode, hWnd); }},
+    {"BinaryDilation", "BDilationUI", 3, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryDilation(h, NULL, 0, mode, hWnd); }},
+    {"BinaryErosion", "BErosionUI", 3, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryErosion(h, NULL, 0, mode, hWnd); }},
+    {"BinaryOpening", "BOpeningUI", 3, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryOpening(h, NULL, 0, mode, hWnd); }},
+    {"BinaryClosing", "BClosingUI", 3, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryClosing(h, NULL, 0, mode, hWnd); }},
+    {"BinaryHitMiss", "BHitmissUI", 4, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryHitMiss(h, NULL, NULL, 0, mode, hWnd); }},
+    {"BinaryOutlining", "OutliningUI", 4, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryOutlining(h, NULL, 1, 0, mode, hWnd); }},
+    {"BinaryThinning", "ThinningUI", 2, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryThinning(h, 1, mode, hWnd); }},
+    {"BinaryThickening", "ThickeningUI", 2, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinaryThickening(h, 1, mode, hWnd); }},
+    {"BinarySkeleton", "SkeletonUI", 3, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return BinarySkeleton(h, 0, 1, mode, hWnd); }},
+    {"GrayScaleDilation", "GDilationUI", 2, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleDilation(h, NULL, mode, hWnd); }},
+    {"GrayScaleErosion", "GErosionUI", 2, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleErosion(h, NULL, mode, hWnd); }},
+    {"GrayScaleOpening", "GOpeningUI", 2, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleOpening(h, NULL, mode, hWnd); }},
+    {"GrayScaleClosing", "GClosingUI", 2, COPY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleClosing(h, NULL, mode, hWnd); }},
+    {"GrayScaleTopHat", "GTophatUI", 2, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleTopHat(h, NULL, mode, hWnd); }},
 };
 // clang-format on
 

@@ -186,6 +186,7 @@ TEST(Kernels, EveryTableTakesTheStrongestSupportedLevel)
             memcpy(&pChosen, table.pChosen, sizeof pChosen);
             for (int i = level; pWant == NULL && i >= 0; i--) {
                 pWant = table.levels[i];
+                EXPECT_TRUE(i == 0 || pWant != table.levels[i - 1]) << table.pName;
             }
             EXPECT_TRUE(pWant != NULL && pChosen == pWant)
                 << table.pName << ", " << LEVEL_NEEDS[level].pName;

@@ -23,6 +23,7 @@ vexa_add_tests(vexafilter_tests
   tests/window_calls.cpp
   tests/reference/reference.cpp
   tests/reference/histogram.cpp
+  tests/reference/morphology.cpp
   tests/reference/rank.cpp
   tests/reference/tonal.cpp
   tests/reference/windows.cpp
@@ -34,6 +35,7 @@ vexa_add_tests(vexafilter_tests
   tests/tonal_test.cpp
   tests/histogram_test.cpp
   tests/mean_test.cpp
+  tests/morphology_test.cpp
   tests/rank_test.cpp)
 target_link_libraries(vexafilter_tests PRIVATE vexafilter_import gtest
   point_kernels_sse2 point_kernels_avx2)
