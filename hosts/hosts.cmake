@@ -7,6 +7,7 @@ set(VEXA_HOST_SOURCES
   hosts/catalogue/mask.cpp
   hosts/catalogue/mean.cpp
   hosts/catalogue/point.cpp
+  hosts/catalogue/morphology.cpp
   hosts/catalogue/rank.cpp
   hosts/catalogue/tonal.cpp
   hosts/cli/batch.cpp

@@ -25,13 +25,21 @@ struct DirectCall {
 // Weights without symmetry, the row over the pixel and the column not the same.
 static const char MASK[] = "1,2,0;3,4,5;0,7,9;2,1,1@2,1";
 
-// The weighted filters read the two origin fields the other way round.
-static FilterMask CrossedMask(const MaskValue &value, std::vector<BYTE *> *columns)
+static const char ELEMENT[] = "1,1,0;0,0,1;1,0,0;0,1,1@2,1";
+
+static FilterMask StraightMask(const MaskValue &value, std::vector<BYTE *> *columns)
 {
     for (int x = 0; x < value.columns; x++) {
         columns->push_back(const_cast<BYTE *>(&value.elements[size_t(x) * size_t(value.rows)]));
     }
-    return {columns->data(), value.rows, value.columns, value.originRow, value.originColumn};
+    return {columns->data(), value.rows, value.columns, value.originColumn, value.originRow};
+}
+
+// The weighted filters read the two origin fields the other way round.
+static FilterMask CrossedMask(const MaskValue &value, std::vector<BYTE *> *columns)
+{
+    const FilterMask mask = StraightMask(value, columns);
+    return {mask.elements, mask.rows, mask.columns, mask.originRow, mask.originColumn};
 }
 
 #define CALL [](const HGLOBAL *h, const int *n, const ParameterValue *v, UINT mode) -> HGLOBAL
@@ -66,6 +74,20 @@ static const DirectCall CALLS[] = {
     {"FilterLevels", {20, 120, 60, 30, 220, 2}, CALL { (void)v; return FilterLevels(h[0], n[0], n[1], n[2], n[3], n[4], n[5], mode, NULL); }},
     {"FilterAutoLevels", {17}, CALL { (void)v; return FilterAutoLevels(h[0], n[0], mode, NULL); }},
     {"FilterDifference", {2}, CALL { (void)v; return FilterDifference(h[0], (UINT)n[0], mode, NULL); }},
+    {"BinaryDilation", {0, 1}, CALL { std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return BinaryDilation(h[0], &m, n[1], mode, NULL); }},
+    {"BinaryErosion", {0, 1}, CALL { std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return BinaryErosion(h[0], &m, n[1], mode, NULL); }},
+    {"BinaryOpening", {0, 1}, CALL { std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return BinaryOpening(h[0], &m, n[1], mode, NULL); }},
+    {"BinaryClosing", {0, 1}, CALL { std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return BinaryClosing(h[0], &m, n[1], mode, NULL); }},
+    {"BinaryHitMiss", {0, 0, 1}, CALL { std::vector<BYTE *> c, d; const FilterMask m = StraightMask(v[0].mask, &c), miss = StraightMask(v[1].mask, &d); return BinaryHitMiss(h[0], &m, &miss, n[2], mode, NULL); }},
+    {"BinaryOutlining", {0, 1, 0}, CALL { std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return BinaryOutlining(h[0], &m, n[1], n[2], mode, NULL); }},
+    {"BinaryThinning", {1}, CALL { (void)v; return BinaryThinning(h[0], n[0], mode, NULL); }},
+    {"BinaryThickening", {1}, CALL { (void)v; return BinaryThickening(h[0], n[0], mode, NULL); }},
+    {"BinarySkeleton", {2, 1}, CALL { (void)v; return BinarySkeleton(h[0], n[0], n[1], mode, NULL); }},
+    {"GrayScaleDilation", {}, CALL { (void)n; std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return GrayScaleDilation(h[0], &m, mode, NULL); }},
+    {"GrayScaleErosion", {}, CALL { (void)n; std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return GrayScaleErosion(h[0], &m, mode, NULL); }},
+    {"GrayScaleOpening", {}, CALL { (void)n; std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return GrayScaleOpening(h[0], &m, mode, NULL); }},
+    {"GrayScaleClosing", {}, CALL { (void)n; std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return GrayScaleClosing(h[0], &m, mode, NULL); }},
+    {"GrayScaleTopHat", {}, CALL { (void)n; std::vector<BYTE *> c; const FilterMask m = StraightMask(v[0].mask, &c); return GrayScaleTopHat(h[0], &m, mode, NULL); }},
     {"HistDIBSlide", {20, 90, 11}, CALL { (void)v; return HistDIBSlide(h[0], (UINT)n[0], (UINT)n[1], n[2], mode, NULL); }},
     {"HistDIBStretch", {20, 90, 1.75}, CALL { return HistDIBStretch(h[0], (UINT)n[0], (UINT)n[1], (float)v[2].dValue, mode, NULL); }},
     {"HistDIBThreshold", {123}, CALL { (void)v; return HistDIBThreshold(h[0], (UINT)n[0], mode, NULL); }},
@@ -144,7 +166,8 @@ static std::vector<ParameterValue> ValuesOf(const CatalogueFilter *row, const Di
     for (size_t i = 0; i < row->nParameters; i++) {
         const FilterParameter *parameter = &row->pParameters[i];
         if (parameter->nType == PARAMETER_MASK) {
-            EXPECT_TRUE(ParseMask(parameter, MASK, &values[i].mask));
+            const bool bWeights = parameter->dGreatest > 1;
+            EXPECT_TRUE(ParseMask(parameter, bWeights ? MASK : ELEMENT, &values[i].mask));
             continue;
         }
         numbers[i] = values[i].nValue = int(call->values[i]);

@@ -12,8 +12,8 @@
 #include <strings.h>
 
 static const CatalogueFamily *const FAMILIES[] = {
-    &CONVOLUTION_FAMILY, &POINT_FAMILY, &TONAL_FAMILY,
-    &HISTOGRAM_FAMILY,   &RANK_FAMILY,  &MEAN_FAMILY,
+    &CONVOLUTION_FAMILY, &POINT_FAMILY, &TONAL_FAMILY,      &HISTOGRAM_FAMILY,
+    &RANK_FAMILY,        &MEAN_FAMILY,  &MORPHOLOGY_FAMILY,
 };
 
 const CatalogueFamily *const *CatalogueFamilies(size_t *count)
@@ -144,10 +144,13 @@ void DescribeAccepted(const FilterParameter *parameter, char *text, size_t size)
         DescribeChoices(parameter, text, size);
         break;
     case PARAMETER_MASK:
-        Append(text, size,
-               "rows of whole numbers from %.0f to %.0f, not all 0, as in 1,3,1;1,3,1;1,3,1, or a "
-               "file that holds them",
-               parameter->dLeast, parameter->dGreatest);
+        Append(text, size, "rows of whole numbers from %.0f to %.0f%s, as in %s, ",
+               parameter->dLeast, parameter->dGreatest, parameter->bMayBeZero ? "" : ", not all 0",
+               parameter->pDefaultMask);
+        for (const NamedMask *p = parameter->pMasks; p && p->pName; p++) {
+            Append(text, size, "%s, ", p->pName);
+        }
+        Append(text, size, "or a file that holds them");
         break;
     }
 }

@@ -30,6 +30,12 @@ struct NamedValue {
     const char *pMeaning;
 };
 
+// A mask by name, as a user would write it. A table of them ends with a row without a name.
+struct NamedMask {
+    const char *pName;
+    const char *pMask;
+};
+
 struct FilterParameter {
     const char *pName;  // as in "--kernel"
     ParameterType nType;
@@ -39,6 +45,8 @@ struct FilterParameter {
     const NamedValue *pChoices;
     size_t nChoices;
     const char *pDefaultMask = nullptr;  // as a user would write it
+    const NamedMask *pMasks = nullptr;
+    bool bMayBeZero = false;  // a mask of zeros says something
 };
 
 // Rows of whole numbers, and which of them lies over the pixel; it may lie outside the mask.
@@ -120,9 +128,12 @@ bool ParseParameterValue(const FilterParameter *parameter, const char *text, Par
 
 // Reads a mask: rows from the top, separated by semicolons or line ends, their numbers by commas or
 // blanks; behind them perhaps "@row,column" of the number over the pixel, counted from 0 (else the
-// middle one is), comments from # on. False unless all rows are equally long, the numbers in range
-// and not all 0.
+// middle one is), comments from # on. Or a name that the parameter knows. False unless all rows are
+// equally long, the numbers in range and, unless they may be, not all 0.
 bool ParseMask(const FilterParameter *parameter, const char *text, MaskValue *mask);
+
+// The text of the mask that the parameter knows by that name; or null.
+const char *FindNamedMask(const FilterParameter *parameter, const char *name);
 
 // True if a text can only be meant as a mask, not as the name of a file that holds one.
 bool LooksLikeMask(const char *text);
@@ -140,5 +151,6 @@ extern const CatalogueFamily TONAL_FAMILY;
 extern const CatalogueFamily HISTOGRAM_FAMILY;
 extern const CatalogueFamily MEAN_FAMILY;
 extern const CatalogueFamily RANK_FAMILY;
+extern const CatalogueFamily MORPHOLOGY_FAMILY;
 
 #endif

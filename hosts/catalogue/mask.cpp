@@ -70,7 +70,7 @@ static bool TakeOrigin(const char *text, MaskValue *mask)
 }
 
 // Turns rows into columns.
-static bool FillMask(const std::vector<std::vector<BYTE>> &rows, MaskValue *mask)
+static bool FillMask(const std::vector<std::vector<BYTE>> &rows, bool bMayBeZero, MaskValue *mask)
 {
     bool bAnyWeight = false;
     if (rows.empty() || rows.size() > MASK_SIDE_MOST) {
@@ -90,12 +90,26 @@ static bool FillMask(const std::vector<std::vector<BYTE>> &rows, MaskValue *mask
     }
     mask->originRow = mask->rows / 2;
     mask->originColumn = mask->columns / 2;
-    return bAnyWeight;
+    return bAnyWeight || bMayBeZero;
+}
+
+const char *FindNamedMask(const FilterParameter *parameter, const char *name)
+{
+    for (const NamedMask *p = parameter->pMasks; p && p->pName; p++) {
+        if (strcmp(p->pName, name) == 0) {
+            return p->pMask;
+        }
+    }
+    return nullptr;
 }
 
 bool ParseMask(const FilterParameter *parameter, const char *text, MaskValue *mask)
 {
     std::vector<std::vector<BYTE>> rows;
+    const char *named = FindNamedMask(parameter, text);
+    if (named) {
+        text = named;
+    }
     for (;;) {
         std::vector<BYTE> row;
         if (!TakeRow(&text, parameter, &row)) {
@@ -111,7 +125,7 @@ bool ParseMask(const FilterParameter *parameter, const char *text, MaskValue *ma
         }
         text++;
     }
-    return FillMask(rows, mask) && (*text == 0 || TakeOrigin(text, mask));
+    return FillMask(rows, parameter->bMayBeZero, mask) && (*text == 0 || TakeOrigin(text, mask));
 }
 
 bool LooksLikeMask(const char *text)

@@ -256,7 +256,8 @@ static bool ApplyArgument(const Argument *argument, const char *value, CommandOp
     }
     size_t index = size_t(parameter - options->pFilter->pParameters);
     std::string text = value;
-    const bool bFile = parameter->nType == PARAMETER_MASK && !LooksLikeMask(value);
+    const bool bFile = parameter->nType == PARAMETER_MASK && !LooksLikeMask(value) &&
+                       !FindNamedMask(parameter, value);
     if (bFile && !ReadTextFile(value, &text)) {
         return false;
     }
