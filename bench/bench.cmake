@@ -37,6 +37,14 @@ foreach(family tonal histogram mean rank)
     ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
 endforeach()
 
+# A 1-bit page has another peer.
+find_path(LEPTONICA_INCLUDE allheaders.h PATH_SUFFIXES leptonica REQUIRED)
+find_library(LEPTONICA NAMES lept leptonica REQUIRED)
+add_executable(morphology_bench bench/morphology_bench.cpp bench/harness.cpp)
+target_include_directories(morphology_bench SYSTEM PRIVATE ${OPENCV_INCLUDE} ${LEPTONICA_INCLUDE})
+target_link_libraries(morphology_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+  ${OPENCV_IMGPROC} ${OPENCV_CORE} ${LEPTONICA} benchmark::benchmark)
+
 # One iteration of each row, so that the benchmarks do not rot.
 enable_testing()
 add_test(NAME convolution_bench COMMAND convolution_bench --benchmark_min_time=0)
@@ -45,4 +53,5 @@ add_test(NAME tonal_bench COMMAND tonal_bench --benchmark_min_time=0)
 add_test(NAME histogram_bench COMMAND histogram_bench --benchmark_min_time=0)
 add_test(NAME mean_bench COMMAND mean_bench --benchmark_min_time=0)
 add_test(NAME rank_bench COMMAND rank_bench --benchmark_min_time=0)
+add_test(NAME morphology_bench COMMAND morphology_bench --benchmark_min_time=0)
 add_test(NAME peak_memory COMMAND peak_memory)

@@ -8,6 +8,7 @@ struct BenchFilter {
     const char *pName;
     HGLOBAL (*Run)(HGLOBAL hDib, int nParameter, UINT mode);
     int nParameter;
+    int bGrayOnly = 0;  // takes no colour
 };
 
 extern const BenchFilter CONVOLUTIONS[];  // up to one without a name

@@ -120,6 +120,9 @@ void RegisterWholeCalls(const BenchFilter *pFilter, const char *pPeerName, PeerF
         {"2048", SIDE, NEW_PAGES}, {"2048-reused", SIDE, REUSED}, {"256", SMALL_SIDE, REUSED}};
     for (const PictureKind kind : {PICTURE_RAMP, PICTURE_COLOR}) {
         for (const auto &setting : SETTINGS) {
+            if (pFilter->bGrayOnly && IsColorPicture(kind)) {
+                continue;
+            }
             benchmark::RegisterBenchmark(
                 RowName(pFilter->pName, kind, setting.pName, "ours").c_str(), RunOurs, pFilter,
                 kind, setting.side, setting.memory);
@@ -184,6 +187,9 @@ int PeerAgrees(const BenchFilter *pFilter, PeerFilter peer, int nTolerance, int 
 {
     int bAgrees = 1;
     for (const PictureKind kind : {PICTURE_RAMP, PICTURE_COLOR}) {
+        if (pFilter->bGrayOnly && IsColorPicture(kind)) {
+            continue;
+        }
         const HGLOBAL hSource = SharedPicture(kind, SMALL_SIDE);
         const HGLOBAL hResult = pFilter->Run(hSource, pFilter->nParameter, 0);
         cv::Mat result;

@@ -259,6 +259,81 @@ const BYTE *PictureBits(HGLOBAL hDib)
 {
     const BYTE *block = (const BYTE *)GlobalLock(hDib);
     GlobalUnlock(hDib);
-    const int bColor = ((const BITMAPINFOHEADER *)(const void *)block)->biBitCount == 24;
-    return block + HEADER_BYTES + (bColor ? 0 : COLORS * sizeof(RGBQUAD));
+    const int bits = ((const BITMAPINFOHEADER *)(const void *)block)->biBitCount;
+    const size_t nColors = bits == 24 ? 0 : (size_t)1 << bits;
+    return block + HEADER_BYTES + nColors * sizeof(RGBQUAD);
+}
+
+// ---- the page -----------------------------------------------------------------------------------
+
+static int IsInStroke(int x, int y, uint32_t h, int cell, int width)
+{
+    const int bAcross = (int)(h & 1);
+    const int at = (int)(h >> 1) % (cell - width);
+    const int along = bAcross ? x : y;
+    const int across = bAcross ? y : x;
+    const int from = (int)(h >> 12) % (cell / 3);
+    const int to = cell - (int)(h >> 20) % (cell / 3);
+    return across >= at && across < at + width && along >= from && along < to;
+}
+
+// Strokes in a square cell; some cells are blanks between words.
+static int IsInk(int x, int y, int cell, int width)
+{
+    enum { STROKES = 3 };
+    const int column = x / cell;
+    const int row = y / cell;
+    if (Hash(column, row, 200) % 6 == 0) {
+        return 0;
+    }
+    int bInk = 0;
+    for (int i = 0; i < STROKES; i++) {
+        bInk |= IsInStroke(x % cell, y % cell, Hash(column, row, 201 + i), cell, width);
+    }
+    return bInk;
+}
+
+static int IsBlack(int x, int y)
+{
+    enum { MARGIN = 160, LINE = 64, LETTER = 36, BLOCK = 700, HEADING = 120, DISC = 95 };
+    if (Hash(x / 2, y / 2, 300) % 4000 == 0) {
+        return 1;
+    }
+    if (x < MARGIN || x >= PAGE_WIDTH - MARGIN || y < MARGIN || y >= PAGE_HEIGHT - MARGIN) {
+        return 0;
+    }
+    const int inBlock = (y - MARGIN) % BLOCK;
+    if (inBlock < HEADING) {
+        const int dx = x - (PAGE_WIDTH - MARGIN - 2 * DISC);
+        const int dy = 2 * (inBlock - HEADING / 2);
+        return dx * dx + dy * dy < DISC * DISC || (x < PAGE_WIDTH / 2 && IsInk(x, y, HEADING, 22));
+    }
+    return inBlock % LINE < LETTER && IsInk(x, y / LINE * LETTER + inBlock % LINE, LETTER, 5);
+}
+
+HGLOBAL MakePage(void)
+{
+    const size_t stride = (PAGE_WIDTH + 31) / 32 * 4;
+    const size_t nOffset = HEADER_BYTES + 2 * sizeof(RGBQUAD);
+    const HGLOBAL hDib = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, nOffset + stride * PAGE_HEIGHT);
+    BYTE *pBlock = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
+    if (pBlock == NULL) {
+        return NULL;
+    }
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof header;
+    header.biWidth = PAGE_WIDTH;
+    header.biHeight = PAGE_HEIGHT;
+    header.biPlanes = 1;
+    header.biBitCount = 1;
+    memcpy(pBlock, &header, sizeof header);
+    memset(pBlock + HEADER_BYTES + sizeof(RGBQUAD), 255, 3);
+    for (int y = 0; y < PAGE_HEIGHT; y++) {
+        BYTE *row = pBlock + nOffset + (size_t)(PAGE_HEIGHT - 1 - y) * stride;
+        for (int x = 0; x < PAGE_WIDTH; x++) {
+            row[x / 8] = (BYTE)(row[x / 8] | (IsBlack(x, y) ? 0 : 0x80 >> x % 8));
+        }
+    }
+    GlobalUnlock(hDib);
+    return hDib;
 }

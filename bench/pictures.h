@@ -27,6 +27,11 @@ HGLOBAL MakePicture(PictureKind kind, int width, int height);
 // A square picture that is made once and kept. Ends the program when it cannot be made.
 HGLOBAL SharedPicture(PictureKind kind, int side);
 
+// A 1-bit page of A4 at 300 dots an inch, black on white: lines of strokes four to six pixels wide,
+// heavier headings, discs, specks. Null without memory.
+enum { PAGE_WIDTH = 2480, PAGE_HEIGHT = 3508 };
+HGLOBAL MakePage(void);
+
 // Where the rows of a DIB start, bottom row first.
 const BYTE *PictureBits(HGLOBAL hDib);
 
