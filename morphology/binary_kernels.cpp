@@ -96,14 +96,14 @@ static void MergeSome(const BYTE *const *lines, int bAdd, BYTE *out, size_t nBlo
     }
 }
 
-static void Merge(const BYTE *const *lines, size_t nLines, BYTE *out, size_t nBlocks)
+static void Merge(const BYTE *const *lines, size_t nLines, int bAdd, BYTE *out, size_t nBlocks)
 {
     enum { MOST = 5 };
     static void (*const SOME[MOST])(const BYTE *const *, int, BYTE *, size_t) = {
         MergeSome<1>, MergeSome<2>, MergeSome<3>, MergeSome<4>, MergeSome<5>};
     for (size_t k = 0; k < nLines; k += MOST) {
         const size_t nSome = nLines - k < MOST ? nLines - k : (size_t)MOST;
-        SOME[nSome - 1](lines + k, k != 0, out, nBlocks);
+        SOME[nSome - 1](lines + k, bAdd || k != 0, out, nBlocks);
     }
 }
 
@@ -135,18 +135,23 @@ static inline __attribute__((always_inline)) void GetShifted(const Shift &shift,
     }
 }
 
-enum { NO_BITS, SOME_BITS, NO_SECOND };
-
-template <int FIRST, int SECOND, int ADD>
-static void SpreadBlocks(const BYTE *line, ptrdiff_t nFirst, ptrdiff_t nSecond, BYTE *out,
-                         size_t nBlocks)
+// SHIFTS lines, of which those in BITS are moved by more than whole bytes.
+template <int SHIFTS, int BITS, int ADD>
+static void SpreadBlocks(const BYTE *line, const ptrdiff_t *shifts, BYTE *out, size_t nBlocks)
 {
-    const Shift first = MakeShift(line, nFirst), second = MakeShift(line, nSecond);
+    Shift from[SHIFTS];
+    for (int k = 0; k < SHIFTS; k++) {
+        from[k] = MakeShift(line, shifts[k]);
+    }
     for (size_t i = 0; i < nBlocks * BLOCK_BYTES; i += BLOCK_BYTES) {
         Block pixels, more;
-        GetShifted<FIRST>(first, i, &pixels);
-        if (SECOND != NO_SECOND) {
-            GetShifted<SECOND>(second, i, &more);
+        GetShifted<BITS & 1>(from[0], i, &pixels);
+        if (SHIFTS > 1) {
+            GetShifted<BITS & 2>(from[SHIFTS > 1 ? 1 : 0], i, &more);
+            pixels |= more;
+        }
+        if (SHIFTS > 2) {
+            GetShifted<BITS & 4>(from[SHIFTS > 2 ? 2 : 0], i, &more);
             pixels |= more;
         }
         if (ADD) {
@@ -157,20 +162,28 @@ static void SpreadBlocks(const BYTE *line, ptrdiff_t nFirst, ptrdiff_t nSecond, 
     }
 }
 
-static void Spread(const BYTE *line, ptrdiff_t nFirst, ptrdiff_t nSecond, int bAdd, BYTE *out,
+static void Spread(const BYTE *line, const ptrdiff_t *shifts, size_t nShifts, int bAdd, BYTE *out,
                    size_t nBlocks)
 {
-    typedef void (*Spreader)(const BYTE *, ptrdiff_t, ptrdiff_t, BYTE *, size_t);
-    static const Spreader SPREADERS[2][3][2] = {
-        {{SpreadBlocks<0, NO_BITS, 0>, SpreadBlocks<0, NO_BITS, 1>},
-         {SpreadBlocks<0, SOME_BITS, 0>, SpreadBlocks<0, SOME_BITS, 1>},
-         {SpreadBlocks<0, NO_SECOND, 0>, SpreadBlocks<0, NO_SECOND, 1>}},
-        {{SpreadBlocks<1, NO_BITS, 0>, SpreadBlocks<1, NO_BITS, 1>},
-         {SpreadBlocks<1, SOME_BITS, 0>, SpreadBlocks<1, SOME_BITS, 1>},
-         {SpreadBlocks<1, NO_SECOND, 0>, SpreadBlocks<1, NO_SECOND, 1>}}};
-    const int first = (nFirst & 7) != 0;
-    const int second = nSecond == nFirst ? NO_SECOND : (nSecond & 7) != 0 ? SOME_BITS : NO_BITS;
-    SPREADERS[first][second][bAdd != 0](line, nFirst, nSecond, out, nBlocks);
+    typedef void (*Spreader)(const BYTE *, const ptrdiff_t *, BYTE *, size_t);
+    static const Spreader SPREADERS[2][3][8] = {
+        {{SpreadBlocks<1, 0, 0>, SpreadBlocks<1, 1, 0>},
+         {SpreadBlocks<2, 0, 0>, SpreadBlocks<2, 1, 0>, SpreadBlocks<2, 2, 0>,
+          SpreadBlocks<2, 3, 0>},
+         {SpreadBlocks<3, 0, 0>, SpreadBlocks<3, 1, 0>, SpreadBlocks<3, 2, 0>,
+          SpreadBlocks<3, 3, 0>, SpreadBlocks<3, 4, 0>, SpreadBlocks<3, 5, 0>,
+          SpreadBlocks<3, 6, 0>, SpreadBlocks<3, 7, 0>}},
+        {{SpreadBlocks<1, 0, 1>, SpreadBlocks<1, 1, 1>},
+         {SpreadBlocks<2, 0, 1>, SpreadBlocks<2, 1, 1>, SpreadBlocks<2, 2, 1>,
+          SpreadBlocks<2, 3, 1>},
+         {SpreadBlocks<3, 0, 1>, SpreadBlocks<3, 1, 1>, SpreadBlocks<3, 2, 1>,
+          SpreadBlocks<3, 3, 1>, SpreadBlocks<3, 4, 1>, SpreadBlocks<3, 5, 1>,
+          SpreadBlocks<3, 6, 1>, SpreadBlocks<3, 7, 1>}}};
+    size_t bits = 0;
+    for (size_t k = 0; k < nShifts; k++) {
+        bits |= (size_t)((shifts[k] & 7) != 0) << k;
+    }
+    SPREADERS[bAdd != 0][nShifts - 1][bits](line, shifts, out, nBlocks);
 }
 
 // ---- thinning -----------------------------------------------------------------------------------

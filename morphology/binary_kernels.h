@@ -26,10 +26,12 @@ struct BinaryKernels {
     // picture are those of padding, a stored row that may be the same.
     void (*Store)(const PackedRow *pLayout, const BYTE *a, const BYTE *b, BYTE invert,
                   const BYTE *padding, BYTE *row);
-    // The pixels that one of nLines has, one or more. out is none of them.
-    void (*Merge)(const BYTE *const *lines, size_t nLines, BYTE *out, size_t nBlocks);
-    // Pixel x of out has what x + nFirst or x + nSecond of line has (and, with bAdd, what it had).
-    void (*Spread)(const BYTE *line, ptrdiff_t nFirst, ptrdiff_t nSecond, int bAdd, BYTE *out,
+    // The pixels that one of nLines has, one or more (and, with bAdd, those that out had). out is
+    // none of them.
+    void (*Merge)(const BYTE *const *lines, size_t nLines, int bAdd, BYTE *out, size_t nBlocks);
+    // Pixel x of out has what one of the pixels x + shifts[k] of line has, one to three of them
+    // (and, with bAdd, what it had).
+    void (*Spread)(const BYTE *line, const ptrdiff_t *shifts, size_t nShifts, int bAdd, BYTE *out,
                    size_t nBlocks);
     // Of lines of background, one above the other: the pixels of the middle one that a sweep of
     // thinning takes away, and for each block whether there are any. The line inside has all pixels

@@ -226,17 +226,11 @@ void FreeElementPlan(ElementPlan *pPlan)
 // ---- the engine ---------------------------------------------------------------------------------
 
 // What the memory holds: the ring, then these.
-enum {
-    EMPTY_LINE,
-    FULL_LINE,
-    MERGED_LINES,
-    FOUND_LINES = MERGED_LINES + MOST_PLANS,
-    FIRST_LEVEL = FOUND_LINES + MOST_PLANS
-};
+enum { EMPTY_LINE, FULL_LINE, MERGED_LINE, FOUND_LINES, FIRST_LEVEL = FOUND_LINES + MOST_PLANS };
 
 static BYTE *Line(const BinaryPass *p, int nLine)
 {
-    return p->pMemory + (size_t)nLine * p->nLineBytes + p->nGuard;
+    return p->pLines + (size_t)nLine * p->nLineBytes + p->nGuard;
 }
 
 static BYTE *WorkLine(const BinaryPass *p, int nLine)
@@ -247,12 +241,32 @@ static BYTE *WorkLine(const BinaryPass *p, int nLine)
 static const BYTE *SourceLine(const BinaryPass *p, int nRow)
 {
     return nRow < 0 || nRow >= p->layout.height ? WorkLine(p, EMPTY_LINE)
-                                                : Line(p, nRow % p->nSlots);
+                                                : Line(p, nRow & (p->nSlots - 1));
+}
+
+static BYTE *AlignToBlock(BYTE *pMemory)
+{
+    return pMemory + (BLOCK_BYTES - (UINT_PTR)pMemory % BLOCK_BYTES) % BLOCK_BYTES;
 }
 
 static size_t RoundToBlocks(size_t nBytes)
 {
     return (nBytes + BLOCK_BYTES - 1) / BLOCK_BYTES * BLOCK_BYTES;
+}
+
+// A run is up to three of a power of 2 pixels that overlap or meet.
+static int LevelsOf(int nLength)
+{
+    int nLevels = 0;
+    while ((int64_t)3 << nLevels < nLength) {
+        nLevels++;
+    }
+    return nLevels;
+}
+
+static int MostOf(int a, int b)
+{
+    return a > b ? a : b;
 }
 
 int BeginBinaryPass(BinaryPass *p)
@@ -272,19 +286,21 @@ int BeginBinaryPass(BinaryPass *p)
         for (int g = 0; g < pPlan->nGroups; g++) {
             nMostRows = pPlan->pGroups[g].nRows > nMostRows ? pPlan->pGroups[g].nRows : nMostRows;
         }
-        while ((int64_t)2 << p->nLevels <= pPlan->nLongest) {
-            p->nLevels++;
-        }
+        p->nLevels = MostOf(p->nLevels, LevelsOf(pPlan->nLongest));
     }
     const int64_t nSlots = (int64_t)nHighest - nLowest + 1;
-    p->nSlots = nSlots < p->layout.height ? (int)nSlots : p->layout.height;
+    p->nSlots = 1;
+    while (p->nSlots < nSlots && p->nSlots < p->layout.height) {
+        p->nSlots *= 2;
+    }
     p->nBefore = RoundToBlocks(nReach / 8 + 1);
     // A shifted block reads a byte beyond the last one.
     p->nGuard = p->nBefore + BLOCK_BYTES;
     p->nLineBytes = p->layout.nBlocks * BLOCK_BYTES + 2 * p->nGuard;
     p->nAhead = nHighest;
     const size_t nLines = (size_t)p->nSlots + FIRST_LEVEL + (size_t)p->nLevels;
-    p->pMemory = (BYTE *)WorkAlloc(nLines, p->nLineBytes);
+    p->pMemory = (BYTE *)WorkAlloc(nLines + 1, p->nLineBytes);
+    p->pLines = AlignToBlock(p->pMemory);
     p->ppMerged = (const BYTE **)WorkAlloc((size_t)nMostRows, sizeof(BYTE *));
     if (p->pMemory == NULL || p->ppMerged == NULL) {
         return 0;
@@ -299,27 +315,22 @@ void EndBinaryPass(BinaryPass *p)
     WorkFree((void *)p->ppMerged);
 }
 
-// A line that has what one of the group's rows has.
-static const BYTE *MergeRows(const BinaryPass *p, int nPlan, const ElementGroup *pGroup, int nRow)
+// The group's rows that lie in the picture, into ppMerged.
+static size_t FindRows(const BinaryPass *p, const ElementPlan *pPlan, const ElementGroup *pGroup,
+                       int nRow)
 {
-    const ElementPlan *pPlan = &p->pPlans[nPlan];
+    const int *pRows = pPlan->pRows + pGroup->nFirstRow;
     size_t count = 0;
     for (int i = 0; i < pGroup->nRows; i++) {
-        const int nFrom = nRow + pPlan->pRows[pGroup->nFirstRow + i];
+        const int nFrom = nRow + pRows[i];
         if (nFrom >= 0 && nFrom < p->layout.height) {
             p->ppMerged[count++] = SourceLine(p, nFrom);
         }
     }
-    if (count < 2) {
-        return count == 1 ? p->ppMerged[0] : NULL;
-    }
-    BYTE *merged = WorkLine(p, MERGED_LINES + nPlan);
-    g_pBinaryKernels->Merge(p->ppMerged, count, merged, p->layout.nBlocks);
-    return merged;
+    return count;
 }
 
-// Of every pixel, whether one of the positions of the group's runs meets a pixel of the line. A run
-// is two of a power of 2 pixels that overlap or meet; those are made of one another.
+// Of every pixel, whether one of the positions of the group's runs meets a pixel of the line.
 static void SpreadRuns(const BinaryPass *p, const ElementPlan *pPlan, const ElementGroup *pGroup,
                        const BYTE *line, int bAdd, BYTE *found)
 {
@@ -328,38 +339,52 @@ static void SpreadRuns(const BinaryPass *p, const ElementPlan *pPlan, const Elem
     int nMade = 0;
     for (int i = 0; i < pGroup->nRuns; i++) {
         const ElementRun *pRun = &pPlan->pRuns[pGroup->nFirstRun + i];
-        int nLevel = 0;
-        while ((int64_t)2 << nLevel <= pRun->nLength) {
-            nLevel++;
-        }
-        for (; nMade < nLevel; nMade++) {
+        const int nLevels = LevelsOf(pRun->nLength);
+        for (; nMade < nLevels; nMade++) {
             const BYTE *from = nMade > 0 ? WorkLine(p, FIRST_LEVEL + nMade - 1) : line;
-            g_pBinaryKernels->Spread(from - nBefore, 0, (ptrdiff_t)1 << nMade, 0,
+            const ptrdiff_t pair[] = {0, (ptrdiff_t)1 << nMade};
+            g_pBinaryKernels->Spread(from - nBefore, pair, 2, 0,
                                      WorkLine(p, FIRST_LEVEL + nMade) - nBefore,
                                      nBlocks + nBefore / BLOCK_BYTES);
         }
-        const BYTE *from = nLevel > 0 ? WorkLine(p, FIRST_LEVEL + nLevel - 1) : line;
-        const int nSecond = pRun->nStart + pRun->nLength - (1 << nLevel);
-        g_pBinaryKernels->Spread(from, pRun->nStart, nSecond, bAdd || i > 0, found, nBlocks);
+        const BYTE *from = nLevels > 0 ? WorkLine(p, FIRST_LEVEL + nLevels - 1) : line;
+        const int nCovered = 1 << nLevels;
+        const int nLast = pRun->nLength - nCovered;
+        const ptrdiff_t shifts[] = {pRun->nStart, pRun->nStart + nLast,
+                                    pRun->nStart + (nLast < nCovered ? nLast : nCovered)};
+        const size_t nShifts = nLast == 0 ? 1 : nLast <= nCovered ? 2 : 3;
+        g_pBinaryKernels->Spread(from, shifts, nShifts, bAdd || i > 0, found, nBlocks);
     }
+}
+
+// The group's rows themselves are what is found.
+static int IsUpright(const ElementPlan *pPlan, const ElementGroup *pGroup)
+{
+    const ElementRun *pRun = &pPlan->pRuns[pGroup->nFirstRun];
+    return pGroup->nRuns == 1 && pRun->nStart == 0 && pRun->nLength == 1;
 }
 
 static const BYTE *FindPixels(const BinaryPass *p, int nPlan, int nRow)
 {
     const ElementPlan *pPlan = &p->pPlans[nPlan];
+    const size_t nBlocks = p->layout.nBlocks;
     BYTE *found = WorkLine(p, FOUND_LINES + nPlan);
+    BYTE *merged = WorkLine(p, MERGED_LINE);
     int bAdd = 0;
     for (int g = 0; g < pPlan->nGroups; g++) {
         const ElementGroup *pGroup = &pPlan->pGroups[g];
-        const ElementRun *pRun = &pPlan->pRuns[pGroup->nFirstRun];
-        const BYTE *line = MergeRows(p, nPlan, pGroup, nRow);
-        if (line == NULL) {
+        const size_t nLines = FindRows(p, pPlan, pGroup, nRow);
+        if (nLines == 0) {
             continue;
         }
-        if (pPlan->nGroups == 1 && pGroup->nRuns == 1 && pRun->nStart == 0 && pRun->nLength == 1) {
-            return line;
+        if (IsUpright(pPlan, pGroup)) {
+            g_pBinaryKernels->Merge(p->ppMerged, nLines, bAdd, found, nBlocks);
+        } else if (nLines == 1) {
+            SpreadRuns(p, pPlan, pGroup, p->ppMerged[0], bAdd, found);
+        } else {
+            g_pBinaryKernels->Merge(p->ppMerged, nLines, 0, merged, nBlocks);
+            SpreadRuns(p, pPlan, pGroup, merged, bAdd, found);
         }
-        SpreadRuns(p, pPlan, pGroup, line, bAdd, found);
         bAdd = 1;
     }
     return found;
@@ -390,7 +415,7 @@ void RunBinaryRows(void *pPass, unsigned nFirst, unsigned nRows)
         for (; p->nLoaded < p->layout.height && p->nLoaded <= row + p->nAhead; p->nLoaded++) {
             g_pBinaryKernels->Load(&p->layout.packed,
                                    p->pFrom + (size_t)p->nLoaded * p->layout.stride, p->invert,
-                                   Line(p, p->nLoaded % p->nSlots));
+                                   Line(p, p->nLoaded & (p->nSlots - 1)));
         }
         MakeRow(p, row);
     }

@@ -76,15 +76,16 @@ struct BinaryPass {
     LineLayout layout;
     const ElementPlan *pPlans;  // one, or two for KEEP_BETWEEN
     int nPlans;
-    const BYTE *pFrom;      // the stored rows, the bottom one first
-    BYTE *pTo;              // may be pFrom
-    BYTE invert;            // 0xff: clear bits count as set
-    BYTE invertResult;      // 0xff: pixels that are kept become clear bits
-    BYTE *pMemory;          // the lines
+    const BYTE *pFrom;  // the stored rows, the bottom one first
+    BYTE *pTo;          // may be pFrom
+    BYTE invert;        // 0xff: clear bits count as set
+    BYTE invertResult;  // 0xff: pixels that are kept become clear bits
+    BYTE *pMemory;
+    BYTE *pLines;           // in it, at the address of a whole block
     size_t nLineBytes;      // with guards
     size_t nBefore;         // bytes of runs that begin left of the picture
     size_t nGuard;          // in front of a line
-    int nSlots;             // lines in the ring; row r is in slot r mod nSlots
+    int nSlots;             // lines in the ring, a power of 2; row r is in slot r mod nSlots
     int nLoaded;            // rows that have been in it
     int nAhead;             // rows that a row needs above it
     int nLevels;            // lines for runs of 2, 4, 8 ... pixels

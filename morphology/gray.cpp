@@ -100,8 +100,8 @@ struct GrayStep {
     // wins; behind it a line of that value alone.
     BYTE *pLines;
     size_t nLineBytes;
-    size_t nMargin;  // left
-    int nSlots;
+    size_t nMargin;         // left
+    int nSlots;             // a power of 2
     int nLowest, nHighest;  // memory rows that a row needs, from itself; 0 included
     int nLoaded;            // rows that have been in the ring
     // With a flat element.
@@ -121,7 +121,7 @@ static BYTE Loser(const GrayStep *p)
 static BYTE *RingLine(const GrayStep *p, int nRow)
 {
     const int bOutside = nRow < 0 || nRow >= p->height;
-    return p->pLines + (size_t)(bOutside ? p->nSlots : nRow % p->nSlots) * p->nLineBytes +
+    return p->pLines + (size_t)(bOutside ? p->nSlots : nRow & (p->nSlots - 1)) * p->nLineBytes +
            p->nMargin;
 }
 
@@ -132,6 +132,14 @@ static void LoadLine(const GrayStep *p, int nRow)
         memcpy(RingLine(p, nRow), row, (size_t)p->width);
     } else {
         MapBytes(p->pMaps->levels, row, RingLine(p, nRow), (size_t)p->width);
+    }
+}
+
+// Levels without an entry get 255; nobody asks for theirs.
+static void IndexTable(const LevelMaps *pMaps, BYTE indexOf[GRAY_LEVELS])
+{
+    for (int i = 0; i < GRAY_LEVELS; i++) {
+        indexOf[i] = (BYTE)pMaps->indexOf[i];
     }
 }
 
@@ -155,7 +163,10 @@ static int BeginStep(GrayStep *p)
     p->nHighest = pPlan->nFirstRow < 0 ? -pPlan->nFirstRow : 0;
     p->nLowest = pPlan->nLastRow >= 0 ? -pPlan->nLastRow - 1 : 0;
     const int64_t nSlots = (int64_t)p->nHighest - p->nLowest + 1;
-    p->nSlots = nSlots < p->height ? (int)nSlots : p->height;
+    p->nSlots = 1;
+    while (p->nSlots < nSlots && p->nSlots < p->height) {
+        p->nSlots *= 2;
+    }
     p->nMargin = (size_t)(pPlan->nFirstColumn < 0 ? -pPlan->nFirstColumn : 0);
     p->nLineBytes =
         p->nMargin + (size_t)p->width + (size_t)(pPlan->nLastColumn > 0 ? pPlan->nLastColumn : 0);
@@ -165,9 +176,7 @@ static int BeginStep(GrayStep *p)
         return 0;
     }
     memset(p->pLines, Loser(p), nLines * p->nLineBytes);
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        p->indexOf[i] = (BYTE)p->pMaps->indexOf[i];
-    }
+    IndexTable(p->pMaps, p->indexOf);
     return !pPlan->bFlat || PrepareExtremes(p);
 }
 
@@ -376,28 +385,31 @@ static void ReadMapsAgain(GrayWork *p)
     BuildLevelMaps(colors, &p->maps);
 }
 
-static void SubtractRow(GrayWork *p, const BYTE *src, BYTE *opened, BYTE *levels)
+// How the rows of the last step are made.
+struct SubtractStep {
+    LevelMaps *pMaps;
+    int bRamp, bAllLevels;
+    BYTE indexOf[GRAY_LEVELS];
+    BYTE *levels;  // of a row
+};
+
+static void SubtractRow(const SubtractStep *p, const BYTE *src, BYTE *opened, size_t width)
 {
-    const size_t width = (size_t)p->pCopy->result.shape.width;
-    const BYTE *levelOf = p->maps.levels;
-    if (IsGrayRamp(&p->maps)) {
+    const BYTE *levelOf = p->pMaps->levels;
+    if (p->bRamp) {
         g_pGrayKernels->Subtract(src, opened, opened, width);
         return;
     }
-    if (HasAllLevels(&p->maps)) {
-        BYTE indexOf[GRAY_LEVELS];
-        for (int i = 0; i < GRAY_LEVELS; i++) {
-            indexOf[i] = (BYTE)p->maps.indexOf[i];
-        }
-        MapBytes(levelOf, src, levels, width);
+    if (p->bAllLevels) {
+        MapBytes(levelOf, src, p->levels, width);
         MapBytes(levelOf, opened, opened, width);
-        g_pGrayKernels->Subtract(levels, opened, opened, width);
-        MapBytes(indexOf, opened, opened, width);
+        g_pGrayKernels->Subtract(p->levels, opened, opened, width);
+        MapBytes(p->indexOf, opened, opened, width);
         return;
     }
     for (size_t x = 0; x < width; x++) {
         const int level = levelOf[src[x]] - levelOf[opened[x]];
-        opened[x] = (BYTE)GrayLevelToIndex(&p->maps, level > 0 ? level : 0);
+        opened[x] = (BYTE)GrayLevelToIndex(p->pMaps, level > 0 ? level : 0);
     }
 }
 
@@ -405,19 +417,22 @@ static int SubtractFromSource(GrayWork *p)
 {
     const DibView *pSource = &p->pCall->source;
     const DibView *pResult = &p->pCopy->result;
-    BYTE *levels = (BYTE *)WorkAlloc((size_t)pSource->shape.width, 1);
+    const size_t width = (size_t)pSource->shape.width;
     int y = 0;
-    if (levels == NULL) {
+    ReadMapsAgain(p);
+    SubtractStep step = {
+        &p->maps, IsGrayRamp(&p->maps), HasAllLevels(&p->maps), {}, (BYTE *)WorkAlloc(width, 1)};
+    if (step.levels == NULL) {
         return 0;
     }
-    ReadMapsAgain(p);
+    IndexTable(&p->maps, step.indexOf);
     for (; y < pSource->shape.height; y++) {
         if (!BeginUnit(p->pCall->pState, p->pCall->bProgress, (unsigned)y)) {
             break;
         }
-        SubtractRow(p, PictureRow(pSource, y), PictureRow(pResult, y), levels);
+        SubtractRow(&step, PictureRow(pSource, y), PictureRow(pResult, y), width);
     }
-    WorkFree(levels);
+    WorkFree(step.levels);
     return y == pSource->shape.height;
 }
 

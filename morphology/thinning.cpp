@@ -89,15 +89,15 @@ static void EndSweeps(Sweeper *p)
 // Which blocks of the row have changed, or have a neighbour that has. 0: none.
 static int FindBlocks(const Sweeper *p, int nRow)
 {
-    const BYTE *lower = FlagsAt(p, p->bChangedBefore, nRow - 1);
-    const BYTE *middle = FlagsAt(p, p->bChangedBefore, nRow);
-    const BYTE *upper = FlagsAt(p, p->bChangedBefore, nRow + 1);
+    // From the block on the left on.
+    const BYTE *lower = FlagsAt(p, p->bChangedBefore, nRow - 1) - 1;
+    const BYTE *middle = FlagsAt(p, p->bChangedBefore, nRow) - 1;
+    const BYTE *upper = FlagsAt(p, p->bChangedBefore, nRow + 1) - 1;
     int bAny = 0;
     for (size_t i = 0; i < p->layout.nBlocks; i++) {
         p->bLook[i] = 0;
-        for (size_t j = 0; j < 3; j++) {
-            const size_t near = i + j - 1;
-            p->bLook[i] |= (BYTE)(lower[near] | middle[near] | upper[near]);
+        for (size_t j = i; j < i + 3; j++) {
+            p->bLook[i] |= (BYTE)(lower[j] | middle[j] | upper[j]);
         }
         bAny |= p->bLook[i];
     }

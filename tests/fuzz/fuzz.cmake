@@ -1,9 +1,9 @@
 # Fuzz targets, one per group of families (clang, the fuzz preset); see tests/README.md. The parts
 # of the library are linked straight in, as the level of the processor is chosen from inside.
 
-foreach(group neighbourhood statistics point tonal)
+foreach(group morphology neighbourhood statistics point tonal)
   add_executable(${group}_fuzz
-    tests/fuzz/${group}_fuzz.cpp tests/fuzz/fuzz_host.cpp platform/posix/attach.cpp)
+    tests/fuzz/${group}_fuzz.cpp tests/fuzz/fuzz_host.cpp tests/fuzz/fuzz_masks.cpp platform/posix/attach.cpp)
   target_compile_definitions(${group}_fuzz PRIVATE VEXA_MODULE_NAME="VexaFilter.dll")
   target_link_libraries(${group}_fuzz PRIVATE ${VEXA_PARTS} ${VEXA_KERNELS} vexaposix vexa_flags)
   target_compile_options(${group}_fuzz PRIVATE -fsanitize=fuzzer)

@@ -154,15 +154,21 @@ static bool AreSame(HGLOBAL hFirst, HGLOBAL hSecond)
 // ---- what the host does meanwhile ---------------------------------------------------------------
 
 // The parameter dialog: every argument that is neither an image nor a selector points to a number.
-// A mask keeps its sides.
+// A mask keeps its sides, or loses a row.
 template <typename... ARGUMENTS> static int WINAPI AnswerDialog(ARGUMENTS... arguments)
 {
+    int nArgument = 0;
     for (UINT_PTR argument : {arguments...}) {
         if (argument == (UINT_PTR)g_scene.hDib || argument == (UINT_PTR)g_scene.hOther ||
             argument < 4096) {
             continue;
         }
-        if (g_pExport->nTraits & EDITS_A_MASK) {
+        if (++nArgument <= g_pExport->nDialogMasks) {
+            FilterMask *pMask = (FilterMask *)argument;
+            pMask->rows -= pMask->rows > 1;
+            pMask->originRow = NextNumber();
+            pMask->originColumn = NextNumber();
+        } else if (g_pExport->nTraits & EDITS_A_MASK) {
             FilterMask *pMask = (FilterMask *)argument;
             pMask->elements[0][2] = pMask->elements[1][1] = (BYTE)NextNumber();
             pMask->originRow = NextNumber();

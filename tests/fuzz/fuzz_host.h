@@ -33,7 +33,7 @@ template <auto EXPORT, typename... NUMBERS> HGLOBAL Call(void)
 enum {
     KEPT_LOCKS = 1,   // a cancelled worker leaves its inputs locked and the cursor waiting
     KEPT_RESULT = 2,  // a cancelled dialog, or none, leaves the result and the source's lock
-    EDITS_A_MASK = 4  // the parameter dialog gets a FilterMask, else integers
+    EDITS_A_MASK = 4  // the parameter dialog gets a 3 x 3 FilterMask, else integers
 };
 
 struct FuzzExport {
@@ -42,6 +42,7 @@ struct FuzzExport {
     const char *pDialogEntry = NULL;
     int nDialogArguments = 0;
     unsigned nTraits = 0;
+    int nDialogMasks = 0;  // FilterMasks of any size that the dialog gets before the integers
 };
 
 // The target's.
