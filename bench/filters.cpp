@@ -49,3 +49,88 @@ const BenchFilter CONVOLUTIONS[] = {
     {"Enhance", Enhance, 0},       {"Uniform", Uniform, 0},
     {"Gauss", Gauss, 0},           {NULL, NULL, 0},
 };
+
+// ---- morphology ---------------------------------------------------------------------------------
+
+enum { MOST_SIDE = 31 };
+struct Square {
+    BYTE run[MOST_SIDE];
+    BYTE *columns[MOST_SIDE];
+    FilterMask mask;
+};
+
+static const FilterMask *MakeSquare(int nSide, BYTE value, Square *p)
+{
+    memset(p->run, value, sizeof p->run);
+    for (int i = 0; i < nSide; i++) {
+        p->columns[i] = p->run;
+    }
+    p->mask = {p->columns, nSide, nSide, nSide / 2, nSide / 2};
+    return &p->mask;
+}
+
+static HGLOBAL Dilate(HGLOBAL hDib, int nSide, UINT mode)
+{
+    Square square;
+    return BinaryDilation(hDib, MakeSquare(nSide, 1, &square), 0, mode, NULL);
+}
+
+static HGLOBAL Erode(HGLOBAL hDib, int nSide, UINT mode)
+{
+    Square square;
+    return BinaryErosion(hDib, MakeSquare(nSide, 1, &square), 0, mode, NULL);
+}
+
+static HGLOBAL Open(HGLOBAL hDib, int nSide, UINT mode)
+{
+    Square square;
+    return BinaryOpening(hDib, MakeSquare(nSide, 1, &square), 0, mode, NULL);
+}
+
+static HGLOBAL HitMiss(HGLOBAL hDib, int, UINT mode)
+{
+    return BinaryHitMiss(hDib, NULL, NULL, 0, mode, NULL);
+}
+
+static HGLOBAL Thin(HGLOBAL hDib, int, UINT mode)
+{
+    return BinaryThinning(hDib, 0, mode, NULL);
+}
+
+static HGLOBAL Skeleton(HGLOBAL hDib, int, UINT mode)
+{
+    return BinarySkeleton(hDib, 0, 0, mode, NULL);
+}
+
+static HGLOBAL GrayDilate(HGLOBAL hDib, int nSide, UINT mode)
+{
+    Square square;
+    return GrayScaleDilation(hDib, MakeSquare(nSide, 0, &square), mode, NULL);
+}
+
+static HGLOBAL GrayRaise(HGLOBAL hDib, int nSide, UINT mode)
+{
+    Square square;
+    return GrayScaleDilation(hDib, MakeSquare(nSide, 9, &square), mode, NULL);
+}
+
+static HGLOBAL TopHat(HGLOBAL hDib, int nSide, UINT mode)
+{
+    Square square;
+    return GrayScaleTopHat(hDib, MakeSquare(nSide, 0, &square), mode, NULL);
+}
+
+const BenchFilter PAGE_FILTERS[] = {
+    {"Dilate-3", Dilate, 3}, {"Dilate-5", Dilate, 5}, {"Erode-3", Erode, 3},
+    {"Erode-5", Erode, 5},   {"Open-3", Open, 3},     {"Open-5", Open, 5},
+    {"HitMiss", HitMiss, 0}, {"Thin", Thin, 0},       {"Skeleton", Skeleton, 0},
+    {NULL, NULL, 0},
+};
+
+const BenchFilter GRAY_FILTERS[] = {
+    {"GrayDilate-3", GrayDilate, 3},
+    {"GrayDilate-31", GrayDilate, 31},
+    {"TopHat-3", TopHat, 3},
+    {"Valued-3", GrayRaise, 3},
+    {NULL, NULL, 0},
+};

@@ -13,6 +13,11 @@ struct BenchFilter {
 
 extern const BenchFilter CONVOLUTIONS[];  // up to one without a name
 
+// On a 1-bit page (pictures.h), and on gray pictures; up to one without a name. The number is the
+// side of a square element.
+extern const BenchFilter PAGE_FILTERS[];
+extern const BenchFilter GRAY_FILTERS[];
+
 // Not a filter: a block as large as the image, allocated as results are and written once.
 extern const BenchFilter NEW_BLOCK;
 

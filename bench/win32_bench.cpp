@@ -59,38 +59,65 @@ static int SampleCalls(const BenchFilter *pFilter, HGLOBAL hSource, double *samp
     return time >= 0;
 }
 
-static int TimeFilter(const BenchFilter *pFilter, PictureKind kind, int side, HGLOBAL hSource)
+static int TimeFilter(const BenchFilter *pFilter, const char *pKind, const char *pSize,
+                      double pixels, HGLOBAL hSource)
 {
     double samples[SAMPLES];
-    const double pixels = (double)side * side;
     if (!SampleCalls(pFilter, hSource, samples)) {
         fprintf(stderr, "%s failed.\n", pFilter->pName);
         return 0;
     }
-    printf("%s/%s/%d %.4f %.4f\n", pFilter->pName, PICTURE_NAMES[kind], side,
-           samples[SAMPLES / 2] / pixels, samples[0] / pixels);
+    printf("%s/%s/%s %.4f %.4f\n", pFilter->pName, pKind, pSize, samples[SAMPLES / 2] / pixels,
+           samples[0] / pixels);
     fflush(stdout);
     return 1;
 }
 
+static int TimeTable(const BenchFilter *pFilters, const char *pKind, const char *pSize,
+                     double pixels, HGLOBAL hSource)
+{
+    int bDone = 1;
+    for (const BenchFilter *p = pFilters; p->pName != NULL; p++) {
+        bDone &= TimeFilter(p, pKind, pSize, pixels, hSource);
+    }
+    return bDone;
+}
+
 static int TimeFilters(PictureKind kind, int side)
 {
+    char size[16];
+    const char *pKind = PICTURE_NAMES[kind];
+    const double pixels = (double)side * side;
     const HGLOBAL hSource = MakePicture(kind, side, side);
     if (hSource == NULL) {
         return 0;
     }
-    int bDone = TimeFilter(&NEW_BLOCK, kind, side, hSource);
-    for (const BenchFilter *p = CONVOLUTIONS; p->pName != NULL; p++) {
-        const BenchFilter &filter = *p;
-        bDone &= TimeFilter(&filter, kind, side, hSource);
+    snprintf(size, sizeof size, "%d", side);
+    int bDone = TimeFilter(&NEW_BLOCK, pKind, size, pixels, hSource);
+    bDone &= TimeTable(CONVOLUTIONS, pKind, size, pixels, hSource);
+    if (kind == PICTURE_RAMP) {
+        bDone &= TimeTable(GRAY_FILTERS, pKind, size, pixels, hSource);
     }
     GlobalFree(hSource);
     return bDone;
 }
 
+static int TimePage(void)
+{
+    const double pixels = (double)PAGE_WIDTH * PAGE_HEIGHT;
+    const HGLOBAL hPage = MakePage();
+    if (hPage == NULL) {
+        return 0;
+    }
+    const int bDone = TimeFilter(&NEW_BLOCK, "1bit", "page", pixels, hPage) &
+                      TimeTable(PAGE_FILTERS, "1bit", "page", pixels, hPage);
+    GlobalFree(hPage);
+    return bDone;
+}
+
 int main(void)
 {
-    int bDone = 1;
+    int bDone = TimePage();
     for (const int side : {256, 512}) {
         for (const PictureKind kind : {PICTURE_RAMP, PICTURE_SHUFFLED, PICTURE_COLOR}) {
             bDone &= TimeFilters(kind, side);

@@ -55,8 +55,8 @@ static void ClipDistances(int nCount, int nOrigin, int nSide, int *pFirst, int *
 
 static BYTE HeightAt(const HeightPlan *p, int nRow, int nColumn)
 {
-    const size_t row = (size_t)(nRow - p->nFirstRow + p->nSkippedRows);
-    const size_t column = (size_t)(nColumn - p->nFirstColumn + p->nSkippedColumns);
+    const size_t row = (size_t)nRow - (size_t)p->nFirstRow + (size_t)p->nSkippedRows;
+    const size_t column = (size_t)nColumn - (size_t)p->nFirstColumn + (size_t)p->nSkippedColumns;
     return p->bytes.pBytes[row * (size_t)p->bytes.nColumns + column];
 }
 

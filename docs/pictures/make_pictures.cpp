@@ -4,6 +4,9 @@
 //   convolution.png   before and after: the scene, sharpened, blurred, and two edge images
 //   rank.png         the scene with specks, and the rank filters
 //   mean.png         the scene with grain, and the mean and adaptive filters
+//   morphology.png   a page with specks, opened, outlined, as a skeleton; the scene in gray,
+//   opened,
+//                    closed, and what the opening takes away
 //
 // Build the target docs_pictures and run it with the folder to write to.
 
@@ -240,6 +243,137 @@ static int SaveMeans(HGLOBAL hScene, const char *folder)
     return bSaved;
 }
 
+// ---- morphology ---------------------------------------------------------------------------------
+
+// A picture of 1 or 8 bits; colour i of n is gray 255 i / (n - 1).
+static HGLOBAL NewIndexed(int bits, BYTE **ppRows)
+{
+    const size_t nColors = (size_t)1 << bits;
+    const size_t stride = ((size_t)WIDTH * (size_t)bits + 31) / 32 * 4;
+    const HGLOBAL hDib = GlobalAlloc(GHND, HEADER + nColors * 4 + stride * HEIGHT);
+    BITMAPINFOHEADER *pHeader = hDib != NULL ? (BITMAPINFOHEADER *)GlobalLock(hDib) : NULL;
+    if (pHeader == NULL) {
+        return NULL;
+    }
+    pHeader->biSize = HEADER;
+    pHeader->biWidth = WIDTH;
+    pHeader->biHeight = HEIGHT;
+    pHeader->biPlanes = 1;
+    pHeader->biBitCount = (WORD)bits;
+    BYTE *pColors = (BYTE *)(void *)(pHeader + 1);
+    for (size_t i = 0; i < nColors; i++) {
+        memset(pColors + 4 * i, (int)(i * 255 / (nColors - 1)), 3);
+    }
+    *ppRows = pColors + 4 * nColors;
+    return hDib;
+}
+
+// Five by seven, a row a number.
+static const struct {
+    char letter;
+    BYTE rows[7];
+} GLYPHS[] = {{'A', {14, 17, 17, 31, 17, 17, 17}}, {'E', {31, 16, 16, 30, 16, 16, 31}},
+              {'F', {31, 16, 16, 30, 16, 16, 16}}, {'I', {14, 4, 4, 4, 4, 4, 14}},
+              {'L', {16, 16, 16, 16, 16, 16, 31}}, {'R', {30, 17, 17, 30, 20, 18, 17}},
+              {'T', {31, 4, 4, 4, 4, 4, 4}},       {'V', {17, 17, 17, 17, 17, 10, 4}},
+              {'X', {17, 17, 10, 4, 10, 17, 17}}};
+
+static int IsInGlyph(char letter, int x, int y)
+{
+    for (const auto &glyph : GLYPHS) {
+        if (glyph.letter == letter && x >= 0 && x < 5 && y >= 0 && y < 7) {
+            return glyph.rows[y] >> (4 - x) & 1;
+        }
+    }
+    return 0;
+}
+
+static int IsInk(int x, int y)
+{
+    static const char *const LINES[] = {"VEXA", "FILTER", "TEXT"};
+    enum { SCALE = 7, ADVANCE = 6 * SCALE, LINE = 9 * SCALE, LEFT = 15, TOP = 12 };
+    if (Hash(x, y, 0) % 90 == 0) {
+        return 1;
+    }
+    if (x < LEFT || y < TOP || (y - TOP) / LINE > 2) {
+        return 0;
+    }
+    const char *pText = LINES[(y - TOP) / LINE];
+    const size_t column = (size_t)(x - LEFT) / ADVANCE;
+    return column < strlen(pText) &&
+           IsInGlyph(pText[column], (x - LEFT) % ADVANCE / SCALE, (y - TOP) % LINE / SCALE);
+}
+
+static HGLOBAL DrawPage(void)
+{
+    BYTE *pRows;
+    const HGLOBAL hPage = NewIndexed(1, &pRows);
+    const size_t stride = (WIDTH + 31) / 32 * 4;
+    for (int y = 0; y < HEIGHT && hPage != NULL; y++) {
+        for (int x = 0; x < WIDTH; x++) {
+            BYTE *p = pRows + (size_t)(HEIGHT - 1 - y) * stride + x / 8;
+            *p = (BYTE)(*p | (IsInk(x, y) ? 0 : 0x80 >> x % 8));
+        }
+    }
+    GlobalUnlock(hPage);
+    return hPage;
+}
+
+static HGLOBAL GrayScene(HGLOBAL hScene)
+{
+    BYTE *pRows;
+    const HGLOBAL hGray = NewIndexed(8, &pRows);
+    BYTE *pScene = (BYTE *)GlobalLock(hScene);
+    for (int y = 0; y < HEIGHT && hGray != NULL && pScene != NULL; y++) {
+        for (int x = 0; x < WIDTH; x++) {
+            const BYTE *p = PixelAt(pScene, x, y);
+            pRows[(size_t)(HEIGHT - 1 - y) * WIDTH + (size_t)x] =
+                (BYTE)((p[0] * 11 + p[1] * 59 + p[2] * 30) / 100);
+        }
+    }
+    GlobalUnlock(hScene);
+    GlobalUnlock(hGray);
+    return hGray;
+}
+
+// Frees the picture of 1 or 8 bits.
+static void PasteIndexed(HGLOBAL hSheet, HGLOBAL hPicture, int bits, int column, int row)
+{
+    const HGLOBAL hGray = bits == 1 ? ConvertMonoDibToGrayScale(hPicture, 0) : hPicture;
+    Paste(hSheet, Convert8bitto24(hGray), column, row);
+    if (hGray != hPicture) {
+        GlobalFree(hPicture);
+    }
+    GlobalFree(hGray);
+}
+
+static int SaveMorphology(HGLOBAL hScene, const char *folder)
+{
+    BYTE ones[5] = {1, 1, 1, 1, 1}, zeros[7] = {};
+    BYTE *columns[] = {ones, ones};
+    BYTE *flat[] = {zeros, zeros, zeros, zeros, zeros, zeros, zeros};
+    const FilterMask four = {columns, 2, 2, 0, 0};
+    const FilterMask wide = {flat, 7, 7, 3, 3};
+    const HGLOBAL hPage = DrawPage();
+    const HGLOBAL hGray = GrayScene(hScene);
+    const HGLOBAL hSheet = NewPicture(4 * WIDTH + 3 * GAP, 2 * HEIGHT + GAP);
+    int bSaved = 0;
+    if (hPage != NULL && hGray != NULL && hSheet != NULL) {
+        const HGLOBAL hClean = BinaryOpening(hPage, &four, 0, 0, NULL);
+        PasteIndexed(hSheet, BinaryOutlining(hClean, NULL, 0, 0, 0, NULL), 1, 2, 0);
+        PasteIndexed(hSheet, BinarySkeleton(hClean, 0, 0, 0, NULL), 1, 3, 0);
+        PasteIndexed(hSheet, hClean, 1, 1, 0);
+        PasteIndexed(hSheet, hPage, 1, 0, 0);
+        PasteIndexed(hSheet, GrayScaleOpening(hGray, &wide, 0, NULL), 8, 1, 1);
+        PasteIndexed(hSheet, GrayScaleClosing(hGray, &wide, 0, NULL), 8, 2, 1);
+        PasteIndexed(hSheet, GrayScaleTopHat(hGray, &wide, 0, NULL), 8, 3, 1);
+        PasteIndexed(hSheet, hGray, 8, 0, 1);
+        bSaved = Save(hSheet, folder, "morphology.png");
+    }
+    GlobalFree(hSheet);
+    return bSaved;
+}
+
 int main(int argc, char **argv)
 {
     const char *folder = argc > 1 ? argv[1] : ".";
@@ -249,8 +383,8 @@ int main(int argc, char **argv)
         fprintf(stderr, "make_pictures: out of memory.\n");
         return 1;
     }
-    int bSaved =
-        Save(hScene, folder, "scene.png") && SaveRanks(hScene, folder) && SaveMeans(hScene, folder);
+    int bSaved = Save(hScene, folder, "scene.png") && SaveRanks(hScene, folder) &&
+                 SaveMeans(hScene, folder) && SaveMorphology(hScene, folder);
     // Twice the blur, so that it shows at this size.
     const HGLOBAL hBlurred = FilterUniform(hScene, 0, NULL);
     Paste(hSheet, FilterEnhance(hScene, 0, NULL), 1, 0);
