@@ -176,9 +176,12 @@ static int LockAccepted(const FilterCall *pCall, HGLOBAL hDib, DibView *pView)
     return bLocked;
 }
 
-static int AreAlike(const DibShape *a, const DibShape *b)
+static int AreAlike(const FilterCall *pCall)
 {
-    return a->width == b->width && a->height == b->height && a->bitCount == b->bitCount;
+    const DibShape *a = &pCall->source.shape;
+    const DibShape *b = &pCall->second.shape;
+    const int bSameSides = a->width == b->width && a->height == b->height;
+    return a->bitCount == b->bitCount && (bSameSides || HasQuirk(pCall, SECOND_OF_ANY_SIZE));
 }
 
 static int LockSecond(FilterCall *pCall)
@@ -186,15 +189,35 @@ static int LockSecond(FilterCall *pCall)
     if (!LockAccepted(pCall, pCall->hSecond, &pCall->second)) {
         return 0;
     }
-    if (!AreAlike(&pCall->source.shape, &pCall->second.shape)) {
+    if (!AreAlike(pCall)) {
         UnlockDib(&pCall->second);
         return 0;
     }
     return 1;
 }
 
+// LACK_LEAVES_LOCK.
+static int LacksSecond(const FilterCall *pCall)
+{
+    if (!HasQuirk(pCall, LACK_LEAVES_LOCK)) {
+        return 0;
+    }
+    const int bLocked = pCall->hDib != NULL && GlobalLock(pCall->hDib) != NULL;
+    const int bSecond = pCall->hSecond != NULL && GlobalLock(pCall->hSecond) != NULL;
+    if (bSecond) {
+        GlobalUnlock(pCall->hSecond);
+    }
+    if (bLocked && bSecond) {
+        GlobalUnlock(pCall->hDib);
+    }
+    return !bSecond;
+}
+
 static int LockImages(FilterCall *pCall)
 {
+    if (LacksSecond(pCall)) {
+        return 0;
+    }
     if (!LockAccepted(pCall, pCall->hDib, &pCall->source)) {
         return 0;
     }
@@ -322,8 +345,11 @@ static HGLOBAL WorkAndClose(FilterCall *pCall)
     if (hResult == NULL) {
         FreeResult(pCall->hResult);
     }
-    if (!pCall->bStopped || !HasQuirk(pCall, CANCEL_LEAVES_LOCKS)) {
+    const int bLeave = pCall->bStopped && HasQuirk(pCall, CANCEL_LEAVES_LOCKS);
+    if (!bLeave && !(pCall->bStopped && HasQuirk(pCall, SHORTAGE_LEAVES_CURSOR))) {
         SetCursor(hCursor);
+    }
+    if (!bLeave) {
         UnlockImages(pCall);
     }
     GetRunningCall()->pLocked = NULL;
@@ -415,7 +441,7 @@ HGLOBAL RunFilter(const FilterFrame *pFrame, HGLOBAL hDib, Parameters parameters
     if (pFrame->nDialogNumber >= 0) {
         call.dialogArguments[call.nDialogArguments++] = (UINT_PTR)pFrame->nDialogNumber;
     }
-    call.mode = mode;
+    call.mode = (pFrame->nQuirks & FLAG_FOR_MODE) == 0 ? mode : mode != 0 ? MODE_DIALOG : 0;
     call.pParent = &list.words[nParent];
     return RunCall(pFrame, &call);
 }

@@ -76,8 +76,7 @@ enum FrameQuirk {
     // Rows and strides are 16-bit numbers: refused beyond 65535.
     SIXTEEN_BIT_ROWS = 8,
     // Kept: the current error and the cancel flag of an earlier call are still there, the last
-    // error
-    // is not set, and a cancel during the last rows does not take the result away.
+    // error is not set, and a cancel during the last rows does not take the result away.
     LEAVES_CODES = 16,
     // Kept: a cancel leaves the images locked and the wait cursor showing.
     CANCEL_LEAVES_LOCKS = 32,
@@ -88,7 +87,15 @@ enum FrameQuirk {
     TWO_IMAGES = 128,
     // Prepare has copied what the work needs of the image: where there are dialogs, it is unlocked
     // before them and not looked at again.
-    WORKS_ON_COPY = 256
+    WORKS_ON_COPY = 256,
+    // With TWO_IMAGES: only the depths must be the same.
+    SECOND_OF_ANY_SIZE = 512,
+    // Kept: if there is no second image, the first one stays locked.
+    LACK_LEAVES_LOCK = 1024,
+    // In place of mode and parent stands a flag: whether to ask for the parameters.
+    FLAG_FOR_MODE = 2048,
+    // Kept: work that runs out of memory (bStopped) leaves the wait cursor showing.
+    SHORTAGE_LEAVES_CURSOR = 4096
 };
 
 // One call, as a record's functions see it.
@@ -110,7 +117,7 @@ struct FilterCall {
     int bGray;        // the picture will be gray
     void *pPlan;      // nPlanBytes of the record
     HGLOBAL hResult;  // what Prepare has made; freed by the frame unless Work returns it
-    int bStopped;     // set by Work: it has seen the cancel
+    int bStopped;     // set by Work: it has seen the cancel, or run out of memory on the way
 };
 
 // A neighbourhood filter for the picture. 0: the result is null. What the filter points at lives in
@@ -152,7 +159,8 @@ struct FilterFrame {
 // Whether a call may run the host's code: its mode asks for a dialog.
 int HasDialogs(const FilterCall *pCall);
 
-// Runs a call of the usual shape: (hDib, parameters..., mode, hParent).
+// Runs a call of the usual shape: (hDib, parameters..., mode, hParent). With FLAG_FOR_MODE mode is
+// the flag.
 HGLOBAL RunFilter(const FilterFrame *pFrame, HGLOBAL hDib, Parameters parameters, UINT mode,
                   HWND hParent);
 

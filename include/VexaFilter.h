@@ -483,6 +483,83 @@ HGLOBAL VEXAFILTER_API HistDIBModify(HGLOBAL hDib, UINT mode, HWND hParent);
 /* Spreads the levels by their share of the picture, evenly. */
 HGLOBAL VEXAFILTER_API HistDIBEqualization(HGLOBAL hDib, UINT mode, HWND hParent);
 
+/* ---- frequency domain; docs/frequency.md --------------------------------------------------- */
+
+/*
+ * These work on the two-dimensional Fourier transform of an image, in a square of double numbers
+ * whose side N is the least power of 2 that is not below the image's sides, 2 or more; larger
+ * images than 8192 on a side return null. Each channel of a 24-bit image is taken on its own; of a
+ * 4- or 8-bit image the palette indices are, whatever their colours. Bytes are read as signed
+ * numbers. Images of 1 bit return null, of other depths a black image. Null also for biPlanes other
+ * than 1.
+ *
+ * nTransformKind: 0 a transform whose twiddles are multiplied up, forward scaled by 1 / (N x N);
+ * any other value one whose twiddles come from a table (with 6.283 for 2 pi) and whose inverse is
+ * scaled instead. Results differ by a level here and there.
+ *
+ * MEMORY: each call leaves its planes allocated when it succeeds, two blocks of N x N x 8 + 50 bytes
+ * (four for the restorations), and the library does not use them again. A host that calls often runs
+ * out of address space.
+ */
+
+/*
+ * The spectrum: the logarithm of the magnitude, from 0 (black) to the top level, with frequency
+ * (0, 0) in the middle, as an image of N x N samples with the source's depth and colour table. The
+ * thread's error code is left as it is.
+ */
+HGLOBAL VEXAFILTER_API FreqDIBFFT(HGLOBAL hDib, int nTransformKind);
+
+/*
+ * Low-pass and high-pass. nCutoff (its low 16 bits): the radius in samples of the spectrum.
+ * nFilterType 2: a Butterworth filter of the first order (Butterworth 1930), whose factor is a half
+ * at the radius; any other value an ideal one, 1 or 0. What leaves 0..255 wraps around: nearly all
+ * of a high-pass's result does, which has a mean of 0. The dialog, if bShowDialog is not 0, gets the
+ * image, a pointer to each of the three parameters, and 1 for the low-pass or 0. If it is cancelled,
+ * the image stays locked.
+ */
+HGLOBAL VEXAFILTER_API FreqDIBLowpass(HGLOBAL hDib, int nCutoff, int nFilterType,
+                                      int nTransformKind, int bShowDialog);
+HGLOBAL VEXAFILTER_API FreqDIBHighpass(HGLOBAL hDib, int nCutoff, int nFilterType,
+                                       int nTransformKind, int bShowDialog);
+
+/*
+ * High-frequency emphasis: the Butterworth high-pass and gain - 1 besides, 1 at most. The mean
+ * becomes 0. gain: below 1 returns null, above 2 counts as 2. The dialog gets the image and a
+ * pointer to each of the three parameters.
+ */
+HGLOBAL VEXAFILTER_API FreqDIBEnhance(HGLOBAL hDib, int nCutoff, float gain, int nTransformKind,
+                                      int bShowDialog);
+
+/*
+ * The homomorphic filter (Oppenheim, Schafer and Stockham 1968): evens out the light by weakening
+ * the low frequencies of the logarithm. Samples of 2 to 127 count by their logarithm, others as 0.
+ * Frequencies nearer than nCutoff - nBandWidth / 2 are multiplied by gammaLow, those further than
+ * nCutoff + nBandWidth / 2 by gammaHigh, between them on a ramp; all are divided by the larger of
+ * the two. The result is spread over all levels. The dialog gets the image and a pointer to each of
+ * the five parameters.
+ */
+HGLOBAL VEXAFILTER_API FreqDIBHomomorphic(HGLOBAL hDib, int nCutoff, int nBandWidth,
+                                          float gammaHigh, float gammaLow, int nTransformKind,
+                                          int bShowDialog);
+
+/*
+ * The inverse filter: divides the spectrum of hDegraded by that of hPsf, an image of the same depth,
+ * of any size, of what the blur makes of a point in its bottom left corner. Frequencies that the
+ * blur has taken away altogether are left as they are. nScale multiplies what is restored; what
+ * leaves 0..255 wraps around. The result has the size of hDegraded. If hPsf cannot be locked,
+ * hDegraded stays locked.
+ */
+HGLOBAL VEXAFILTER_API FreqDIBInverse(HGLOBAL hDegraded, HGLOBAL hPsf, int nTransformKind,
+                                      int nScale);
+
+/*
+ * The Wiener filter (Helstrom 1967): the same, but the squared magnitude of the blur's spectrum,
+ * by which is divided, is made larger by noiseK, so that noise is not raised where the blur left
+ * little.
+ */
+HGLOBAL VEXAFILTER_API FreqDIBWiener(HGLOBAL hDegraded, HGLOBAL hPsf, double noiseK,
+                                     int nTransformKind, int nScale);
+
 #ifdef __cplusplus
 }
 #endif

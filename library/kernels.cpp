@@ -4,6 +4,8 @@
 
 #include "convolution/convolution_kernels.h"
 #include "frame/levels_kernels.h"
+#include "frequency/spectrum_kernels.h"
+#include "frequency/transform_kernels.h"
 #include "morphology/binary_kernels.h"
 #include "morphology/gray_kernels.h"
 #include "platform/cpu.h"
@@ -29,6 +31,8 @@ const PixelMeanKernels *g_pPixelMeanKernels;
 const AdaptiveKernels *g_pAdaptiveKernels;
 const BinaryKernels *g_pBinaryKernels;
 const GrayKernels *g_pGrayKernels;
+const TransformKernels *g_pTransformKernels;
+const SpectrumKernels *g_pSpectrumKernels;
 
 const LevelNeed LEVEL_NEEDS[KERNEL_LEVELS] = {{"sse2", 0}, {"avx2", CPU_AVX2}};
 
@@ -46,6 +50,10 @@ const KernelTable KERNEL_TABLE[KERNEL_TABLES] = {
     {"adaptive", &g_pAdaptiveKernels, {&sse2::ADAPTIVE_KERNELS, &avx2::ADAPTIVE_KERNELS}},
     {"packed pixels", &g_pBinaryKernels, {&sse2::BINARY_KERNELS, &avx2::BINARY_KERNELS}},
     {"gray-scale morphology", &g_pGrayKernels, {&sse2::GRAY_KERNELS, &avx2::GRAY_KERNELS}},
+    {"Fourier transforms",
+     &g_pTransformKernels,
+     {&sse2::TRANSFORM_KERNELS, &avx2::TRANSFORM_KERNELS}},
+    {"spectra", &g_pSpectrumKernels, {&sse2::SPECTRUM_KERNELS, &avx2::SPECTRUM_KERNELS}},
 };
 
 void ChooseKernels(unsigned cpuFeatures)

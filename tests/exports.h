@@ -5,10 +5,19 @@
 
 #include "VexaFilter.h"
 
+#include "host.h"
+
 #include <math.h>
 
-// COPY_FRAME: the image is read before the dialogs and not looked at again.
-enum ExportFrame { ORDINARY_FRAME, ARITHMETIC_FRAME, HISTOGRAM_FRAME, COPY_FRAME };
+// COPY_FRAME: the image is read before the dialogs and not looked at again. FREQUENCY_FRAME: there is
+// no progress dialog, and what the call leaves allocated is freed here.
+enum ExportFrame {
+    ORDINARY_FRAME,
+    ARITHMETIC_FRAME,
+    HISTOGRAM_FRAME,
+    COPY_FRAME,
+    FREQUENCY_FRAME
+};
 
 struct ExportCall {
     const char *pName;
@@ -17,6 +26,15 @@ struct ExportCall {
     ExportFrame frame;
     HGLOBAL (*Make)(HGLOBAL hDib, UINT mode, HWND hParent);
 };
+
+template <auto EXPORT, typename... ARGUMENTS>
+HGLOBAL MakeFrequencyCall(HGLOBAL hDib, UINT mode, ARGUMENTS... arguments)
+{
+    WatchBlocks();
+    const HGLOBAL hResult = EXPORT(hDib, arguments..., (mode & MODE_DIALOG) != 0);
+    FreeKeptBlocks(hResult);
+    return hResult;
+}
 
 // Arguments that are kept, and whose powers and quotients overflow where there are any.
 // clang-format off
@@ -117,6 +135,14 @@ static constexpr ExportCall EXPORTS[] = {
      [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleClosing(h, NULL, mode, hWnd); }},
     {"GrayScaleTopHat", "GTophatUI", 2, ORDINARY_FRAME,
      [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleTopHat(h, NULL, mode, hWnd); }},
+    {"FreqDIBLowpass", "FFTPASSUI", 5, FREQUENCY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND) { return MakeFrequencyCall<FreqDIBLowpass>(h, mode, 5, 2, 0); }},
+    {"FreqDIBHighpass", "FFTPASSUI", 5, FREQUENCY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND) { return MakeFrequencyCall<FreqDIBHighpass>(h, mode, 3, 0, 1); }},
+    {"FreqDIBEnhance", "FFTENHANCEUI", 4, FREQUENCY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND) { return MakeFrequencyCall<FreqDIBEnhance>(h, mode, 3, 1.5f, 0); }},
+    {"FreqDIBHomomorphic", "FFTHOMOMORPHICUI", 6, FREQUENCY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND) { return MakeFrequencyCall<FreqDIBHomomorphic>(h, mode, 4, 2, 2.0f, NAN, 0); }},
 };
 // clang-format on
 

@@ -21,6 +21,12 @@ void NoteNewBlock(void);  // by NewBlock, for the count
 int LiveBlocks(void);
 int LocksHeld(void);
 
+// The movable blocks that the library makes from WatchBlocks on: FreeKeptBlocks frees those that
+// live but hKeep, whatever their locks, and returns their sizes in the order of their making. On
+// one thread.
+void WatchBlocks(void);
+std::vector<size_t> FreeKeptBlocks(HGLOBAL hKeep);
+
 // Fails the n-th allocation (lock) of the library from now on; 0: none. AllocationsTried counts
 // from that call.
 void FailAllocation(int nth);

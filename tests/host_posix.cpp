@@ -32,6 +32,25 @@ int LocksHeld(void)
     return TestLocksHeld();
 }
 
+static HGLOBAL g_hMark;
+
+void WatchBlocks(void)
+{
+    g_hMark = TestLatestGlobalBlock();
+}
+
+std::vector<size_t> FreeKeptBlocks(HGLOBAL hKeep)
+{
+    std::vector<size_t> sizes;
+    for (HGLOBAL h = TestNextGlobalBlock(g_hMark); h != NULL; h = TestNextGlobalBlock(h)) {
+        if (h != hKeep) {
+            sizes.push_back(GlobalSize(h));
+            GlobalFree(h);
+        }
+    }
+    return sizes;
+}
+
 void FailAllocation(int nth)
 {
     TestFailAllocation(nth);

@@ -8,6 +8,7 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include <stdlib.h>
@@ -24,6 +25,13 @@ static int g_nCancelAt, g_nSteps, g_nRange, g_nDialogs, g_nPostAt, g_nMoves;
 static HWND g_hDialog, g_hPostTo;
 static void (*g_AtOpening)(void);
 static HCURSOR g_hCursor;
+
+struct WatchedBlock {
+    HGLOBAL hBlock;
+    size_t nBytes;
+};
+static bool g_bWatching;
+static std::vector<WatchedBlock> g_watched;
 
 std::vector<std::string> g_loaded;
 bool g_bOwnerDisabledAtDestroy;
@@ -50,11 +58,20 @@ static HGLOBAL WINAPI CountedGlobalAlloc(UINT flags, SIZE_T nBytes)
     }
     const HGLOBAL hBlock = AllocationFails() ? NULL : GlobalAlloc(flags, nBytes);
     g_nLive += hBlock != NULL;
+    if (g_bWatching && hBlock != NULL) {
+        g_watched.push_back({hBlock, nBytes});
+    }
     return hBlock;
 }
 
 static HGLOBAL WINAPI CountedGlobalFree(HGLOBAL hBlock)
 {
+    if (g_bWatching) {
+        g_watched.erase(
+            std::remove_if(g_watched.begin(), g_watched.end(),
+                           [=](const WatchedBlock &watched) { return watched.hBlock == hBlock; }),
+            g_watched.end());
+    }
     const bool bMovable = hBlock != NULL && GlobalLock(hBlock) != hBlock;
     if (bMovable) {
         GlobalUnlock(hBlock);
@@ -210,6 +227,25 @@ int LiveBlocks(void)
 int LocksHeld(void)
 {
     return g_nLocks;
+}
+
+void WatchBlocks(void)
+{
+    g_watched.clear();
+    g_bWatching = true;
+}
+
+std::vector<size_t> FreeKeptBlocks(HGLOBAL hKeep)
+{
+    std::vector<size_t> sizes;
+    g_bWatching = false;
+    for (const WatchedBlock &watched : g_watched) {
+        if (watched.hBlock != hKeep) {
+            sizes.push_back(watched.nBytes);
+            FreeBlock(watched.hBlock);
+        }
+    }
+    return sizes;
 }
 
 void FailAllocation(int nth)

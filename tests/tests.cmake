@@ -22,6 +22,7 @@ vexa_add_tests(vexafilter_tests
   tests/picture.cpp
   tests/window_calls.cpp
   tests/reference/reference.cpp
+  tests/reference/frequency.cpp
   tests/reference/histogram.cpp
   tests/reference/morphology.cpp
   tests/reference/rank.cpp
@@ -33,6 +34,7 @@ vexa_add_tests(vexafilter_tests
   tests/convolution_test.cpp
   tests/point_test.cpp
   tests/tonal_test.cpp
+  tests/frequency_test.cpp
   tests/histogram_test.cpp
   tests/mean_test.cpp
   tests/morphology_test.cpp
@@ -60,9 +62,11 @@ endif()
 # The library's parts, linked straight in.
 vexa_add_tests(vexafilter_internal_tests
   tests/internal_test.cpp
+  tests/fourier_test.cpp
   tests/levels_test.cpp
   tests/mean_levels_test.cpp
   tests/rank_kernels_test.cpp
+  tests/reference/frequency.cpp
   tests/reference/rank.cpp
   tests/picture.cpp
   tests/reference/reference.cpp)

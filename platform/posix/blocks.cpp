@@ -341,3 +341,26 @@ BlockCounts CountBlocks(void)
     pthread_mutex_unlock(&registryLock);
     return result;
 }
+
+void *NextMovableBlock(const void *hKey)
+{
+    void *hNext = nullptr;
+    pthread_mutex_lock(&registryLock);
+    for (size_t n = 0; n < nTable; n++) {
+        void *const hOther = table[n].hKey;
+        if (hOther != nullptr && table[n].kind == MOVABLE_BLOCK && hOther > hKey &&
+            (hNext == nullptr || hOther < hNext)) {
+            hNext = hOther;
+        }
+    }
+    pthread_mutex_unlock(&registryLock);
+    return hNext;
+}
+
+void *LatestMovableBlock(void)
+{
+    pthread_mutex_lock(&registryLock);
+    void *const hLatest = reinterpret_cast<void *>(nNextHandle - HANDLE_STEP);
+    pthread_mutex_unlock(&registryLock);
+    return hLatest;
+}
