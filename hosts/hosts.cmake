@@ -3,6 +3,7 @@
 set(VEXA_HOST_SOURCES
   hosts/catalogue/catalogue.cpp
   hosts/catalogue/convolution.cpp
+  hosts/catalogue/frequency.cpp
   hosts/catalogue/histogram.cpp
   hosts/catalogue/mask.cpp
   hosts/catalogue/mean.cpp

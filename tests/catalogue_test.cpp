@@ -93,6 +93,13 @@ static const DirectCall CALLS[] = {
     {"HistDIBThreshold", {123}, CALL { (void)v; return HistDIBThreshold(h[0], (UINT)n[0], mode, NULL); }},
     {"HistDIBComplement", {}, CALL { (void)v, (void)n; return HistDIBComplement(h[0], mode, NULL); }},
     {"HistDIBModify", {}, CALL { (void)v, (void)n; return HistDIBModify(h[0], mode, NULL); }},
+    {"FreqDIBFFT", {1, 1}, CALL { (void)v, (void)mode; return FreqDIBFFT(h[0], n[0]); }},
+    {"FreqDIBLowpass", {5, 2, 0, 1}, CALL { (void)v; return FreqDIBLowpass(h[0], n[0], n[1], n[2], mode & MODE_DIALOG); }},
+    {"FreqDIBHighpass", {6, 2, 0, 1}, CALL { (void)v; return FreqDIBHighpass(h[0], n[0], n[1], n[2], mode & MODE_DIALOG); }},
+    {"FreqDIBEnhance", {7, 1.75, 0, 1}, CALL { return FreqDIBEnhance(h[0], n[0], (float)v[1].dValue, n[2], mode & MODE_DIALOG); }},
+    {"FreqDIBHomomorphic", {6, 3, 1.75, 0.5, 0, 1}, CALL { return FreqDIBHomomorphic(h[0], n[0], n[1], (float)v[2].dValue, (float)v[3].dValue, n[4], mode & MODE_DIALOG); }},
+    {"FreqDIBInverse", {0, 700, 1}, CALL { (void)v, (void)mode; return FreqDIBInverse(h[0], h[1], n[0], n[1]); }},
+    {"FreqDIBWiener", {2.5, 0, 700, 1}, CALL { (void)mode; return FreqDIBWiener(h[0], h[1], v[0].dValue, n[1], n[2]); }},
     {"HistDIBEqualization", {}, CALL { (void)v, (void)n; return HistDIBEqualization(h[0], mode, NULL); }},
 };
 // clang-format on

@@ -10,6 +10,8 @@ extern "C" int WINAPI Entry1(A a);
 extern "C" int WINAPI Entry2(A a, A b);
 extern "C" int WINAPI Entry3(A a, A b, A c);
 extern "C" int WINAPI Entry4(A a, A b, A c, A d);
+extern "C" int WINAPI Entry5(A a, A b, A c, A d, A e);
+extern "C" int WINAPI Entry6(A a, A b, A c, A d, A e, A f);
 extern "C" int WINAPI Entry7(A a, A b, A c, A d, A e, A f, A g);
 
 static int AskTests(const A *pArguments, int nArguments)
@@ -40,6 +42,18 @@ int WINAPI Entry4(A a, A b, A c, A d)
 {
     const A all[] = {a, b, c, d};
     return AskTests(all, 4);
+}
+
+int WINAPI Entry5(A a, A b, A c, A d, A e)
+{
+    const A all[] = {a, b, c, d, e};
+    return AskTests(all, 5);
+}
+
+int WINAPI Entry6(A a, A b, A c, A d, A e, A f)
+{
+    const A all[] = {a, b, c, d, e, f};
+    return AskTests(all, 6);
 }
 
 int WINAPI Entry7(A a, A b, A c, A d, A e, A f, A g)

@@ -20,6 +20,8 @@
 typedef std::complex<double> Number;
 typedef std::vector<Number> Square;
 
+static const double PI = 3.14159265358979323846;
+
 // ---- the definition -----------------------------------------------------------------------------
 
 static Square RandomSquare(int n, unsigned nSeed)
@@ -74,7 +76,7 @@ TEST(Fourier, ForwardIsTheDirectSum)
     for (int n : {2, 4, 8, 16}) {
         const Square square = RandomSquare(n, (unsigned)n);
         EXPECT_LT(
-            Farthest(DirectSum(square, n, 2 * M_PI, 1.0 / n / n), Transformed(square, n, false, 1)),
+            Farthest(DirectSum(square, n, 2 * PI, 1.0 / n / n), Transformed(square, n, false, 1)),
             1e-10)
             << n;
         // 6.283 is 0.00003 short of a circle, which tells in each of two times log n twiddles.
@@ -106,7 +108,7 @@ TEST(Fourier, ImpulseConstantLinearityShiftAndRoundTrip)
         Square linear, turned;
         for (size_t i = 0; i < a.size(); i++) {
             linear.push_back(ta[i] + 3.0 * tb[i]);
-            turned.push_back(ta[i] * std::polar(1.0, -2 * M_PI * 5 * (double)(i % (size_t)n) / n));
+            turned.push_back(ta[i] * std::polar(1.0, -2 * PI * 5 * (double)(i % (size_t)n) / n));
         }
         EXPECT_LT(Farthest(linear, Transformed(sum, n, bTable, forward)), 1e-8);
         EXPECT_LT(Farthest(turned, Transformed(shifted, n, bTable, forward)), error * 20);

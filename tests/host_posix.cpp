@@ -36,13 +36,13 @@ static HGLOBAL g_hMark;
 
 void WatchBlocks(void)
 {
-    g_hMark = TestLatestGlobalBlock();
+    g_hMark = LatestGlobalBlock();
 }
 
 std::vector<size_t> FreeKeptBlocks(HGLOBAL hKeep)
 {
     std::vector<size_t> sizes;
-    for (HGLOBAL h = TestNextGlobalBlock(g_hMark); h != NULL; h = TestNextGlobalBlock(h)) {
+    for (HGLOBAL h = NextGlobalBlock(g_hMark); h != NULL; h = NextGlobalBlock(h)) {
         if (h != hKeep) {
             sizes.push_back(GlobalSize(h));
             GlobalFree(h);

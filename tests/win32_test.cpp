@@ -159,6 +159,8 @@ static int g_origin[2];
 static char g_version[20];
 static const DWORD ORIGIN = (DWORD)(UINT_PTR)g_origin;
 static const DWORD HALF = 0x3f000000;  // 0.5, single precision
+static const DWORD ONE_AND_A_HALF = 0x3fc00000;
+static const DWORD ONE[] = {0, 0x3ff00000};  // double precision
 
 // Every export once.
 static const StackCall STACK_CALLS[] = {
@@ -216,7 +218,14 @@ static const StackCall STACK_CALLS[] = {
     {"HistDIBThreshold", {DIB, 60, 1, 0}},
     {"HistDIBComplement", {DIB, 0, 0}},
     {"HistDIBModify", {DIB, 0, 0}},
-    {"HistDIBEqualization", {DIB, 0, 0}}};
+    {"HistDIBEqualization", {DIB, 0, 0}},
+    {"FreqDIBFFT", {DIB, 0}},
+    {"FreqDIBLowpass", {DIB, 9, 2, 1, 0}},
+    {"FreqDIBHighpass", {DIB, 2, 0, 0, 0}},
+    {"FreqDIBEnhance", {DIB, 5, ONE_AND_A_HALF, 1, 0}},
+    {"FreqDIBHomomorphic", {DIB, 5, 2, ONE_AND_A_HALF, HALF, 0, 0}},
+    {"FreqDIBInverse", {DIB, DIB, 0, 9}},
+    {"FreqDIBWiener", {DIB, DIB, ONE[0], ONE[1], 1, 3}}};
 
 // Those without a frame are not in EXPORTS.
 TEST(Windows, EveryExportHasItsRowsInTheTests)
@@ -235,8 +244,11 @@ TEST(Windows, EveryExportHasItsRowsInTheTests)
         EXPECT_TRUE(std::any_of(std::begin(STACK_CALLS), std::end(STACK_CALLS),
                                 [&](const StackCall &call) { return name == call.pName; }))
             << name << " is not called with the stack off";
-        const bool bFramed = name.find("Get") != 0 && name.find("Convert") != 0 &&
-                             name.find("Compute") != 0 && name.find("Apply") != 0;
+        bool bFramed = true;
+        for (const char *pUnasked : {"Get", "Convert", "Compute", "Apply", "FreqDIBFFT",
+                                     "FreqDIBInverse", "FreqDIBWiener"}) {
+            bFramed &= name.find(pUnasked) != 0;
+        }
         EXPECT_EQ(bFramed, std::any_of(std::begin(EXPORTS), std::end(EXPORTS),
                                        [&](const ExportCall &call) { return name == call.pName; }))
             << name << " in tests/exports.h";
@@ -253,8 +265,10 @@ static std::vector<Bytes> CallWithStackOff(const StackCall &call, const Bytes &d
         argument = argument >= DIB && argument <= TABLE ? (DWORD)(UINT_PTR)blocks[argument - DIB]
                                                         : argument;
     }
+    WatchBlocks();
     const HGLOBAL hResult = (HGLOBAL)(UINT_PTR)CallOffAlignment(function, arguments.data(),
                                                                 (int)arguments.size(), nOff);
+    FreeKeptBlocks(hResult);
     const Registers r = g_registers;
     EXPECT_TRUE(r.ebx == 0x11111111 && r.esi == 0x22222222 && r.edi == 0x33333333 &&
                 r.ebp == 0x44444444 && r.nStackMoved == 0)

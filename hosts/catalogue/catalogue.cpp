@@ -13,7 +13,7 @@
 
 static const CatalogueFamily *const FAMILIES[] = {
     &CONVOLUTION_FAMILY, &POINT_FAMILY, &TONAL_FAMILY,      &HISTOGRAM_FAMILY,
-    &RANK_FAMILY,        &MEAN_FAMILY,  &MORPHOLOGY_FAMILY,
+    &RANK_FAMILY,        &MEAN_FAMILY,  &MORPHOLOGY_FAMILY, &FREQUENCY_FAMILY,
 };
 
 const CatalogueFamily *const *CatalogueFamilies(size_t *count)

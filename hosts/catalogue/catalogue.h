@@ -152,5 +152,6 @@ extern const CatalogueFamily HISTOGRAM_FAMILY;
 extern const CatalogueFamily MEAN_FAMILY;
 extern const CatalogueFamily RANK_FAMILY;
 extern const CatalogueFamily MORPHOLOGY_FAMILY;
+extern const CatalogueFamily FREQUENCY_FAMILY;
 
 #endif

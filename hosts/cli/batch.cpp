@@ -61,6 +61,7 @@ static HGLOBAL ApplyFilter(const CommandOptions *options, const HGLOBAL *images,
                  (options->nProgress == PROGRESS_AUTO && !options->bQuiet && IsTerminal(stderr));
     CatalogueCall call = {images, options->values, 0, nullptr};
     BeginProgressBar(label, bDraw);
+    NoteBlocks();
     call.mode = WatchFilter(StepProgressBar);
     HGLOBAL hResult = options->pFilter->Run(&call);
     UnwatchFilter();
@@ -69,6 +70,7 @@ static HGLOBAL ApplyFilter(const CommandOptions *options, const HGLOBAL *images,
         call.mode = 0;
         hResult = options->pFilter->Run(&call);
     }
+    FreeLeftBlocks(hResult);
     return hResult;
 }
 

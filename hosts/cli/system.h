@@ -30,4 +30,8 @@ void ExpandName(const char *name, std::vector<std::string> *names);
 UINT WatchFilter(void (*Step)(int position, int range));
 void UnwatchFilter();
 
+// Frees what a filter has left allocated since NoteBlocks, but hKeep. On Windows nobody can.
+void NoteBlocks();
+void FreeLeftBlocks(HGLOBAL hKeep);
+
 #endif

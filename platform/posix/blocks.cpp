@@ -16,6 +16,8 @@
 
 #include "internal.h"
 
+#include "headless.h"
+
 #include <pthread.h>
 #include <stdlib.h>
 #include <string.h>
@@ -342,13 +344,13 @@ BlockCounts CountBlocks(void)
     return result;
 }
 
-void *NextMovableBlock(const void *hKey)
+HGLOBAL NextGlobalBlock(HGLOBAL hBlock)
 {
     void *hNext = nullptr;
     pthread_mutex_lock(&registryLock);
     for (size_t n = 0; n < nTable; n++) {
         void *const hOther = table[n].hKey;
-        if (hOther != nullptr && table[n].kind == MOVABLE_BLOCK && hOther > hKey &&
+        if (hOther != nullptr && table[n].kind == MOVABLE_BLOCK && hOther > hBlock &&
             (hNext == nullptr || hOther < hNext)) {
             hNext = hOther;
         }
@@ -357,7 +359,7 @@ void *NextMovableBlock(const void *hKey)
     return hNext;
 }
 
-void *LatestMovableBlock(void)
+HGLOBAL LatestGlobalBlock(void)
 {
     pthread_mutex_lock(&registryLock);
     void *const hLatest = reinterpret_cast<void *>(nNextHandle - HANDLE_STEP);

@@ -1,7 +1,8 @@
 /*
  * What a host on Linux can do with the windows that nobody sees: follow the progress bars, press
  * Cancel from a signal handler, and own a parent window. Win32 programs have no need of this: they
- * have real windows.
+ * have real windows. And the blocks of memory that a call has left behind, which no Win32 program
+ * could find.
  */
 #ifndef VEXA_POSIX_HEADLESS_H
 #define VEXA_POSIX_HEADLESS_H
@@ -50,6 +51,12 @@ typedef void (*PlainWindowProc)(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM 
 
 /* FALSE when hWnd is not a plain window. */
 VEXAPOSIX_API BOOL SetPlainWindowProc(HWND hWnd, PlainWindowProc pProc, void *pContext);
+
+/* The movable block that was made last, by any thread; it need not live any more. */
+VEXAPOSIX_API HGLOBAL LatestGlobalBlock(void);
+
+/* The oldest movable block alive that was made after hBlock; null: there is none. */
+VEXAPOSIX_API HGLOBAL NextGlobalBlock(HGLOBAL hBlock);
 
 #ifdef __cplusplus
 }

@@ -85,11 +85,6 @@ size_t TrimBlocks(void);
 
 BlockCounts CountBlocks(void);
 
-// The movable block with the next higher number; null: none.
-void *NextMovableBlock(const void *hKey);
-// The highest number given so far.
-void *LatestMovableBlock(void);
-
 // ---- threads, modules, windows -------------------------------------------------------------
 
 // Asks that the hooks below run when the calling thread ends. False without memory.

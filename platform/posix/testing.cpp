@@ -53,16 +53,6 @@ int TestLiveWorkBlocks(void)
     return CountBlocks().nBlocks[WORK_BLOCK];
 }
 
-HGLOBAL TestNextGlobalBlock(HGLOBAL hBlock)
-{
-    return NextMovableBlock(hBlock);
-}
-
-HGLOBAL TestLatestGlobalBlock(void)
-{
-    return LatestMovableBlock();
-}
-
 size_t TestLiveBytes(void)
 {
     return CountBlocks().nBytes;

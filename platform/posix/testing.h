@@ -33,13 +33,6 @@ VEXAPOSIX_API int TestLiveGlobalBlocks(void);
 VEXAPOSIX_API int TestLiveWorkBlocks(void);
 /* Bytes asked for in live blocks of both kinds. */
 VEXAPOSIX_API size_t TestLiveBytes(void);
-/*
- * The oldest movable block alive that was made after hBlock, which need not live any more; null:
- * there is none.
- */
-VEXAPOSIX_API HGLOBAL TestNextGlobalBlock(HGLOBAL hBlock);
-/* The movable block that was made last. */
-VEXAPOSIX_API HGLOBAL TestLatestGlobalBlock(void);
 /* Locks held on all movable blocks. */
 VEXAPOSIX_API int TestLocksHeld(void);
 /* Blocks that were freed while locked, since TestReset: allowed, but seldom meant. */

@@ -79,3 +79,22 @@ void UnwatchFilter()
 {
     SetProgressObserver(nullptr, nullptr);
 }
+
+// ---- blocks ----------------------------------------------------------------------------------
+
+static HGLOBAL g_hLatest;
+
+void NoteBlocks()
+{
+    g_hLatest = LatestGlobalBlock();
+}
+
+void FreeLeftBlocks(HGLOBAL hKeep)
+{
+    HGLOBAL hBlock = NextGlobalBlock(g_hLatest);
+    for (; hBlock; hBlock = NextGlobalBlock(hBlock)) {
+        if (hBlock != hKeep) {
+            GlobalFree(hBlock);
+        }
+    }
+}

@@ -160,3 +160,11 @@ void UnwatchFilter()
     }
     g_Watch.hHook = nullptr;
 }
+
+void NoteBlocks()
+{
+}
+
+void FreeLeftBlocks(HGLOBAL)
+{
+}
