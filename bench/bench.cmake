@@ -45,6 +45,15 @@ target_include_directories(morphology_bench SYSTEM PRIVATE ${OPENCV_INCLUDE} ${L
 target_link_libraries(morphology_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
   ${OPENCV_IMGPROC} ${OPENCV_CORE} ${LEPTONICA} benchmark::benchmark)
 
+# The transforms are hidden in the library: its parts are linked straight in.
+find_path(FFTW_INCLUDE fftw3.h REQUIRED)
+find_library(FFTW NAMES fftw3 REQUIRED)
+add_executable(frequency_bench bench/frequency_bench.cpp platform/posix/attach.cpp)
+target_compile_definitions(frequency_bench PRIVATE VEXA_MODULE_NAME="VexaFilter.dll")
+target_include_directories(frequency_bench SYSTEM PRIVATE ${OPENCV_INCLUDE} ${FFTW_INCLUDE})
+target_link_libraries(frequency_bench PRIVATE bench_filters ${VEXA_PARTS} ${VEXA_KERNELS} vexaposix
+  ${OPENCV_CORE} ${FFTW} benchmark::benchmark)
+
 # One iteration of each row, so that the benchmarks do not rot.
 enable_testing()
 add_test(NAME convolution_bench COMMAND convolution_bench --benchmark_min_time=0)
@@ -54,4 +63,6 @@ add_test(NAME histogram_bench COMMAND histogram_bench --benchmark_min_time=0)
 add_test(NAME mean_bench COMMAND mean_bench --benchmark_min_time=0)
 add_test(NAME rank_bench COMMAND rank_bench --benchmark_min_time=0)
 add_test(NAME morphology_bench COMMAND morphology_bench --benchmark_min_time=0)
+add_test(NAME frequency_bench COMMAND frequency_bench --benchmark_min_time=0
+  --benchmark_filter=/512/)
 add_test(NAME peak_memory COMMAND peak_memory)

@@ -20,7 +20,7 @@
 const char *const PICTURE_NAMES[PICTURE_KINDS] = {"8bit", "8bit-shuffled", "8bit-incomplete",
                                                   "24bit"};
 
-enum { HEADER_BYTES = 40, COLORS = 256, UNIT = 256, SHARED_SIDES = 4 };
+enum { HEADER_BYTES = 40, COLORS = 256, UNIT = 256, SHARED_SIDES = 5 };
 
 struct Photo {
     int width;

@@ -133,22 +133,23 @@ INLINE size_t BeginFours(const LineTransform *p, const Lines *from, size_t nFirs
     for (size_t e = nFirst; e < nFirst + count; e += 4) {
         for (int v = 0; v < VECTORS; v++) {
             double *out = p->scratch + e * SCRATCH_STEP + v * LANES;
-            Complex x[4];
-            GetElement(p, from, k, v, form, &x[0]);
-            GetElement(p, from, k + 2 * nQuarter, v, form, &x[1]);
-            GetElement(p, from, k + nQuarter, v, form, &x[2]);
-            GetElement(p, from, k + 3 * nQuarter, v, form, &x[3]);
-            JoinPlain(&x[0], &x[1], form);
-            JoinPlain(&x[2], &x[3], form);
-            JoinPlain(&x[0], &x[2], form);
+            Complex a, b, c, d;
+            GetElement(p, from, k, v, form, &a);
+            GetElement(p, from, k + 2 * nQuarter, v, form, &b);
+            GetElement(p, from, k + nQuarter, v, form, &c);
+            GetElement(p, from, k + 3 * nQuarter, v, form, &d);
+            JoinPlain(&a, &b, form);
+            JoinPlain(&c, &d, form);
+            JoinPlain(&a, &c, form);
             if (form == REAL) {
-                JoinReal(&x[1], &x[3], cosine, sine);
+                JoinReal(&b, &d, cosine, sine);
             } else {
-                Join(&x[1], &x[3], cosine, sine);
+                Join(&b, &d, cosine, sine);
             }
-            for (int i = 0; i < 4; i++) {
-                PutElement(&x[i], out + i * SCRATCH_STEP, out + i * SCRATCH_STEP + LINES);
-            }
+            PutElement(&a, out, out + LINES);
+            PutElement(&b, out + SCRATCH_STEP, out + SCRATCH_STEP + LINES);
+            PutElement(&c, out + 2 * SCRATCH_STEP, out + 2 * SCRATCH_STEP + LINES);
+            PutElement(&d, out + 3 * SCRATCH_STEP, out + 3 * SCRATCH_STEP + LINES);
         }
         k = NextReversed(k, nQuarter / 2);
     }
@@ -173,6 +174,22 @@ static size_t Begin(const LineTransform *p, const Lines *from, size_t nFirst, si
 
 // ---- later steps: two stages each ---------------------------------------------------------------
 
+INLINE void GetScratch(const double *from, Complex *p)
+{
+    Get(from, &p->re);
+    Get(from + LINES, &p->im);
+}
+
+INLINE void PutResult(const Complex *p, double after, int bLast, int bReal, double *re, double *im)
+{
+    const Lanes scaledRe = bLast ? p->re * after : p->re;
+    const Lanes scaledIm = bLast ? p->im * after : p->im;
+    Put(&scaledRe, re);
+    if (!bReal) {
+        Put(&scaledIm, im);
+    }
+}
+
 // Four elements of the scratch lines, l1 apart from e on, to the same ones of other lines.
 INLINE void StepOnFours(const LineTransform *p, const double *in, size_t l1, size_t j, double *re,
                         double *im, size_t step, double after, int bLast, int bReal)
@@ -180,27 +197,23 @@ INLINE void StepOnFours(const LineTransform *p, const double *in, size_t l1, siz
     const double *cosines = p->cosines + l1 - 1 + j;
     const double *sines = p->sines + l1 - 1 + j;
     for (int v = 0; v < VECTORS; v++) {
-        Complex x[4];
-        for (int i = 0; i < 4; i++) {
-            const double *from = in + (size_t)i * l1 * SCRATCH_STEP + v * LANES;
-            Get(from, &x[i].re);
-            Get(from + LINES, &x[i].im);
-        }
-        Join(&x[0], &x[1], cosines[0], sines[0]);
-        Join(&x[2], &x[3], cosines[0], sines[0]);
-        Join(&x[0], &x[2], cosines[l1], sines[l1]);
-        Join(&x[1], &x[3], cosines[2 * l1], sines[2 * l1]);
-        for (int i = 0; i < 4; i++) {
-            const size_t offset = (size_t)i * l1 * step + (size_t)(v * LANES);
-            if (bLast) {
-                x[i].re *= after;
-                x[i].im *= after;
-            }
-            Put(&x[i].re, re + offset);
-            if (!bReal) {
-                Put(&x[i].im, im + offset);
-            }
-        }
+        const double *from = in + v * LANES;
+        const size_t offset = (size_t)(v * LANES);
+        Complex a, b, c, d;
+        GetScratch(from, &a);
+        GetScratch(from + l1 * SCRATCH_STEP, &b);
+        GetScratch(from + 2 * l1 * SCRATCH_STEP, &c);
+        GetScratch(from + 3 * l1 * SCRATCH_STEP, &d);
+        Join(&a, &b, cosines[0], sines[0]);
+        Join(&c, &d, cosines[0], sines[0]);
+        Join(&a, &c, cosines[l1], sines[l1]);
+        Join(&b, &d, cosines[2 * l1], sines[2 * l1]);
+        PutResult(&a, after, bLast, bReal, re + offset, im + offset);
+        PutResult(&b, after, bLast, bReal, re + l1 * step + offset, im + l1 * step + offset);
+        PutResult(&c, after, bLast, bReal, re + 2 * l1 * step + offset,
+                  im + 2 * l1 * step + offset);
+        PutResult(&d, after, bLast, bReal, re + 3 * l1 * step + offset,
+                  im + 3 * l1 * step + offset);
     }
 }
 
@@ -275,35 +288,33 @@ static void Transform(const LineTransform *p, const Lines *from, const Lines *to
 
 // ---- rows as lines ------------------------------------------------------------------------------
 
-INLINE void Transpose(Lanes x[4])
+// Four by four.
+INLINE void Transpose(const double *from, size_t fromStep, double *to, size_t toStep)
 {
-    const Lanes a = __builtin_shufflevector(x[0], x[1], 0, 4, 2, 6);
-    const Lanes b = __builtin_shufflevector(x[0], x[1], 1, 5, 3, 7);
-    const Lanes c = __builtin_shufflevector(x[2], x[3], 0, 4, 2, 6);
-    const Lanes d = __builtin_shufflevector(x[2], x[3], 1, 5, 3, 7);
-    x[0] = __builtin_shufflevector(a, c, 0, 1, 4, 5);
-    x[1] = __builtin_shufflevector(b, d, 0, 1, 4, 5);
-    x[2] = __builtin_shufflevector(a, c, 2, 3, 6, 7);
-    x[3] = __builtin_shufflevector(b, d, 2, 3, 6, 7);
-}
-
-static void TransposeFours(const double *from, size_t fromStep, double *to, size_t toStep)
-{
-    Lanes x[4];
-    for (size_t i = 0; i < 4; i++) {
-        Get(from + i * fromStep, &x[i]);
-    }
-    Transpose(x);
-    for (size_t i = 0; i < 4; i++) {
-        Put(&x[i], to + i * toStep);
-    }
+    Lanes x, y, z, w;
+    Get(from, &x);
+    Get(from + fromStep, &y);
+    Get(from + 2 * fromStep, &z);
+    Get(from + 3 * fromStep, &w);
+    const Lanes a = __builtin_shufflevector(x, y, 0, 4, 2, 6);
+    const Lanes b = __builtin_shufflevector(x, y, 1, 5, 3, 7);
+    const Lanes c = __builtin_shufflevector(z, w, 0, 4, 2, 6);
+    const Lanes d = __builtin_shufflevector(z, w, 1, 5, 3, 7);
+    x = __builtin_shufflevector(a, c, 0, 1, 4, 5);
+    y = __builtin_shufflevector(b, d, 0, 1, 4, 5);
+    z = __builtin_shufflevector(a, c, 2, 3, 6, 7);
+    w = __builtin_shufflevector(b, d, 2, 3, 6, 7);
+    Put(&x, to);
+    Put(&y, to + toStep);
+    Put(&z, to + 2 * toStep);
+    Put(&w, to + 3 * toStep);
 }
 
 static void RowsToLines(const double *rows, size_t stride, size_t count, double *part, size_t step)
 {
     for (size_t k = 0; k < count; k += 4) {
         for (size_t i = 0; i < LINES; i += LANES) {
-            TransposeFours(rows + i * stride + k, stride, part + k * step + i, step);
+            Transpose(rows + i * stride + k, stride, part + k * step + i, step);
         }
     }
 }
@@ -312,7 +323,7 @@ static void LinesToRows(const double *part, size_t step, size_t count, double *r
 {
     for (size_t k = 0; k < count; k += 4) {
         for (size_t i = 0; i < LINES; i += LANES) {
-            TransposeFours(part + k * step + i, step, rows + i * stride + k, stride);
+            Transpose(part + k * step + i, step, rows + i * stride + k, stride);
         }
     }
 }
