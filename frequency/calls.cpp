@@ -15,7 +15,7 @@ static const size_t MOST_SIDE = 8192;
 
 // Kept: 50 bytes more than a plane. They held the end of rows that are longer than a plane of a
 // side of 2 or 4; today they make room for alignment.
-static const unsigned long long PLANE_SPARE_BYTES = 50;
+static const size_t PLANE_SPARE_BYTES = 50;
 
 struct PlaneBlock {
     HGLOBAL hBlock;
@@ -37,11 +37,14 @@ int FitsPlanes(FilterCall *pCall)
     return SideOf(pCall) <= MOST_SIDE;
 }
 
+// To a line of the cache, or as far as the spare bytes reach.
 static double *Aligned(void *pBlock)
 {
+    enum { CACHE_LINE_BYTES = 64 };
     BYTE *p = (BYTE *)pBlock;
-    const size_t nPast = (size_t)((uintptr_t)p % VECTOR_BYTES);
-    return (double *)(void *)(nPast == 0 ? p : p + VECTOR_BYTES - nPast);
+    const size_t nLine = (CACHE_LINE_BYTES - (uintptr_t)p % CACHE_LINE_BYTES) % CACHE_LINE_BYTES;
+    const size_t nVector = nLine % VECTOR_BYTES;
+    return (double *)(void *)(p + (nLine <= PLANE_SPARE_BYTES ? nLine : nVector));
 }
 
 // 0 if one cannot be had.

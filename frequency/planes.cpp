@@ -68,7 +68,7 @@ int MakeFourierPlan(TransformKind kind, size_t side, int bTwoSpectra, FourierPla
 {
     const size_t n = WholeLines(side);  // transposing goes by blocks
     const size_t nSet = n * 2 * LINES;
-    const size_t nAlignment = VECTOR_BYTES / sizeof(double);
+    const size_t nAlignment = LINES;  // numbers of a line of the cache
     memset(p, 0, sizeof *p);
     p->kind = kind;
     p->side = side;
@@ -80,7 +80,7 @@ int MakeFourierPlan(TransformKind kind, size_t side, int bTwoSpectra, FourierPla
     if (p->pMemory == NULL) {
         return 0;
     }
-    const size_t nPast = (size_t)((uintptr_t)p->pMemory % VECTOR_BYTES) / sizeof(double);
+    const size_t nPast = (size_t)((uintptr_t)p->pMemory / sizeof(double)) % nAlignment;
     double *memory = p->pMemory + (nPast != 0 ? nAlignment - nPast : 0);
     p->scratch = memory;
     p->lines = LinesAt(memory + nSet);

@@ -104,12 +104,36 @@ INLINE size_t NextReversed(size_t k, size_t nTop)
     return k | nTop;
 }
 
+// Elements of columns lie a row apart, where no processor expects them. Those of a step some steps
+// ahead are asked for.
+enum { STEPS_AHEAD = 3 };
+
+INLINE size_t ReversedAhead(size_t k, size_t nTop)
+{
+    for (int i = 0; i < STEPS_AHEAD; i++) {
+        k = NextReversed(k, nTop);
+    }
+    return k;
+}
+
+INLINE void AskFor(const Lines *lines, size_t k, Form form)
+{
+    __builtin_prefetch(lines->re + k * lines->step);
+    if (form != REAL) {
+        __builtin_prefetch(lines->im + k * lines->step);
+    }
+}
+
 // Elements nFirst to nFirst + count - 1 of the scratch lines. k: the element that the first of them
 // takes; returns the one for the next.
 INLINE size_t BeginPairs(const LineTransform *p, const Lines *from, size_t nFirst, size_t count,
                          size_t k, Form form)
 {
+    size_t nAhead = ReversedAhead(k, p->n / 4);
     for (size_t e = nFirst; e < nFirst + count; e += 2) {
+        AskFor(from, nAhead, form);
+        AskFor(from, nAhead + p->n / 2, form);
+        nAhead = NextReversed(nAhead, p->n / 4);
         for (int v = 0; v < VECTORS; v++) {
             double *out = p->scratch + e * SCRATCH_STEP + v * LANES;
             Complex a, b;
@@ -130,7 +154,12 @@ INLINE size_t BeginFours(const LineTransform *p, const Lines *from, size_t nFirs
     const size_t nQuarter = p->n / 4;
     const double cosine = p->cosines[2];
     const double sine = p->sines[2];
+    size_t nAhead = ReversedAhead(k, nQuarter / 2);
     for (size_t e = nFirst; e < nFirst + count; e += 4) {
+        for (size_t i = 0; i < 4; i++) {
+            AskFor(from, nAhead + i * nQuarter, form);
+        }
+        nAhead = NextReversed(nAhead, nQuarter / 2);
         for (int v = 0; v < VECTORS; v++) {
             double *out = p->scratch + e * SCRATCH_STEP + v * LANES;
             Complex a, b, c, d;
@@ -259,7 +288,7 @@ static void CopyOut(const LineTransform *p, const Lines *to)
 
 // Scratch elements that the first cache holds, twiddles besides, and that whole steps make.
 static const size_t ODD_BLOCK = 128;
-static const size_t EVEN_BLOCK = 64;
+static const size_t EVEN_BLOCK = 256;
 
 static void Transform(const LineTransform *p, const Lines *from, const Lines *to)
 {
