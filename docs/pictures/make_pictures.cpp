@@ -7,9 +7,14 @@
 //   morphology.png   a page with specks, opened, outlined, as a skeleton; the scene in gray,
 //   opened,
 //                    closed, and what the opening takes away
+//   frequency.png    the scene, the middle of its spectrum, low-pass and high-pass; unevenly lit
+//   and
+//                    corrected, smeared and restored
+//   smeared.png, smear.png   the smeared scene, and what the smear makes of a point
 //
 // Build the target docs_pictures and run it with the folder to write to.
 
+#include "hosts/catalogue/catalogue.h"
 #include "hosts/imagefile/imagefile.h"
 
 #include <VexaFilter.h>
@@ -374,6 +379,123 @@ static int SaveMorphology(HGLOBAL hScene, const char *folder)
     return bSaved;
 }
 
+// ---- frequencies ----------------------------------------------------------------------------
+
+// From a place of a larger or equal picture on. Frees it.
+static void PasteFrom(HGLOBAL hSheet, HGLOBAL hPicture, int x0, int y0, int column, int row)
+{
+    const HGLOBAL hPart = NewPicture(WIDTH, HEIGHT);
+    if (hPart != NULL && hPicture != NULL) {
+        BYTE *pPart = (BYTE *)GlobalLock(hPart);
+        BYTE *pPicture = (BYTE *)GlobalLock(hPicture);
+        for (int y = 0; y < HEIGHT; y++) {
+            memcpy(PixelAt(pPart, 0, y), PixelAt(pPicture, x0, y0 + y), (size_t)WIDTH * 3);
+        }
+        GlobalUnlock(hPicture);
+        GlobalUnlock(hPart);
+    }
+    GlobalFree(hPicture);
+    Paste(hSheet, hPart, column, row);
+}
+
+// As the command line calls it: with the values in the order of its parameters.
+static HGLOBAL RunFrequency(const char *name, HGLOBAL hDib, HGLOBAL hSecond,
+                            const double (&values)[6])
+{
+    const CatalogueFilter *filter = FindCatalogueFilter(name);
+    const HGLOBAL images[] = {hDib, hSecond};
+    ParameterValue parameters[6];
+    for (int i = 0; i < 6; i++) {
+        parameters[i].nValue = (int)values[i];
+        parameters[i].dValue = values[i];
+    }
+    const CatalogueCall call = {images, parameters, 0, NULL};
+    return filter->Run(&call);
+}
+
+enum { SMEAR = 9 };
+
+// The light falls off to the right.
+static void Darken(const BYTE *from, int x, BYTE *pixel)
+{
+    for (int channel = 0; channel < 3; channel++) {
+        pixel[channel] = (BYTE)(from[channel] * (WIDTH + 40 - x) / (WIDTH + 40));
+    }
+}
+
+// Each pixel becomes the mean of itself and those before it.
+static void Smear(const BYTE *from, int x, BYTE *pixel)
+{
+    for (int channel = 0; channel < 3; channel++) {
+        int sum = SMEAR / 2;
+        for (int k = 0; k < SMEAR; k++) {
+            sum += from[channel - 3 * (k < x ? k : x)];
+        }
+        pixel[channel] = (BYTE)(sum / SMEAR);
+    }
+}
+
+static void Keep(const BYTE *from, int, BYTE *pixel)
+{
+    memcpy(pixel, from, 3);
+}
+
+static HGLOBAL ChangePixels(HGLOBAL hScene, void (*Change)(const BYTE *, int, BYTE *))
+{
+    const HGLOBAL hDib = NewPicture(WIDTH, HEIGHT);
+    BYTE *pBlock = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
+    BYTE *pScene = (BYTE *)GlobalLock(hScene);
+    for (int y = 0; pBlock != NULL && y < HEIGHT; y++) {
+        for (int x = 0; x < WIDTH; x++) {
+            Change(PixelAt(pScene, x, y), x, PixelAt(pBlock, x, y));
+        }
+    }
+    GlobalUnlock(hScene);
+    if (pBlock != NULL) {
+        GlobalUnlock(hDib);
+    }
+    return hDib;
+}
+
+// What Smear makes of a point: nine values of 10 in a row.
+static HGLOBAL DrawSmear(void)
+{
+    const HGLOBAL hDib = NewPicture(SMEAR, 1);
+    BYTE *pBlock = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
+    if (pBlock != NULL) {
+        memset(PixelAt(pBlock, 0, 0), 10, 3 * SMEAR);
+        GlobalUnlock(hDib);
+    }
+    return hDib;
+}
+
+static int SaveFrequencies(HGLOBAL hScene, const char *folder)
+{
+    const HGLOBAL hSheet = NewPicture(4 * WIDTH + 3 * GAP, 2 * HEIGHT + GAP);
+    const HGLOBAL hDarkened = ChangePixels(hScene, Darken);
+    const HGLOBAL hDark = GrayScene(hDarkened);
+    const HGLOBAL hSmeared = ChangePixels(hScene, Smear);
+    const HGLOBAL hSmear = DrawSmear();
+    int bSaved = 0;
+    if (hSheet != NULL && hDark != NULL && hSmeared != NULL && hSmear != NULL) {
+        PasteFrom(hSheet, RunFrequency("lowpass", hScene, NULL, {20, 2}), 0, 0, 2, 0);
+        PasteFrom(hSheet, RunFrequency("highpass", hScene, NULL, {20, 2}), 0, 0, 3, 0);
+        PasteFrom(hSheet, RunFrequency("spectrum", hScene, NULL, {}), 256 - WIDTH / 2,
+                  256 - HEIGHT / 2, 1, 0);
+        PasteFrom(hSheet, ChangePixels(hScene, Keep), 0, 0, 0, 0);
+        PasteIndexed(hSheet, RunFrequency("homomorphic", hDark, NULL, {4, 8, 1.0, 0.3}), 8, 1, 1);
+        PasteFrom(hSheet, RunFrequency("wiener", hSmeared, hSmear, {10, 1}), 0, 0, 3, 1);
+        PasteIndexed(hSheet, hDark, 8, 0, 1);
+        bSaved = Save(hSmeared, folder, "smeared.png") && Save(hSmear, folder, "smear.png");
+        PasteFrom(hSheet, hSmeared, 0, 0, 2, 1);
+        bSaved = bSaved && Save(hSheet, folder, "frequency.png");
+    }
+    GlobalFree(hDarkened);
+    GlobalFree(hSmear);
+    GlobalFree(hSheet);
+    return bSaved;
+}
+
 int main(int argc, char **argv)
 {
     const char *folder = argc > 1 ? argv[1] : ".";
@@ -384,7 +506,8 @@ int main(int argc, char **argv)
         return 1;
     }
     int bSaved = Save(hScene, folder, "scene.png") && SaveRanks(hScene, folder) &&
-                 SaveMeans(hScene, folder) && SaveMorphology(hScene, folder);
+                 SaveMeans(hScene, folder) && SaveMorphology(hScene, folder) &&
+                 SaveFrequencies(hScene, folder);
     // Twice the blur, so that it shows at this size.
     const HGLOBAL hBlurred = FilterUniform(hScene, 0, NULL);
     Paste(hSheet, FilterEnhance(hScene, 0, NULL), 1, 0);

@@ -1,7 +1,7 @@
 # Fuzz targets, one per group of families (clang, the fuzz preset); see tests/README.md. The parts
 # of the library are linked straight in, as the level of the processor is chosen from inside.
 
-foreach(group morphology neighbourhood statistics point tonal)
+foreach(group frequency morphology neighbourhood statistics point tonal)
   add_executable(${group}_fuzz
     tests/fuzz/${group}_fuzz.cpp tests/fuzz/fuzz_host.cpp tests/fuzz/fuzz_masks.cpp platform/posix/attach.cpp)
   target_compile_definitions(${group}_fuzz PRIVATE VEXA_MODULE_NAME="VexaFilter.dll")

@@ -191,8 +191,8 @@ static void SetDialogs(void)
                                   (Any)AnswerDialog<A, A>,
                                   (Any)AnswerDialog<A, A, A>,
                                   (Any)AnswerDialog<A, A, A, A>,
-                                  NULL,
-                                  NULL,
+                                  (Any)AnswerDialog<A, A, A, A, A>,
+                                  (Any)AnswerDialog<A, A, A, A, A, A>,
                                   (Any)AnswerDialog<A, A, A, A, A, A, A>};
     static TestEntry entry;
     entry = {g_pExport->pDialogEntry, (FARPROC)ANSWERS[g_pExport->nDialogArguments]};
@@ -229,10 +229,20 @@ static void ClearKept(HGLOBAL hResult, int nLocks)
         SendMessageA(pState->hProgressDlg, WM_COMMAND, IDCANCEL, 0);
     }
     if (TestLocksHeld() != nLocks || GetCursor() != LoadCursorA(NULL, IDC_ARROW)) {
-        Require(g_pExport->nTraits & KEPT_LOCKS && hResult == NULL && pState->bCancelled,
+        const bool bCancelled = g_pExport->nTraits & KEPT_LOCKS && pState->bCancelled;
+        Require(hResult == NULL && (bCancelled || g_pExport->nTraits & KEEPS_PLANES),
                 "a lock or the wait cursor is left");
         for (int i = 0; i < 2 && TestLocksHeld() > nLocks; i++) {
             GlobalUnlock(i == 0 ? g_scene.hDib : g_scene.hOther);
+        }
+    }
+}
+
+static void FreePlanes(HGLOBAL hMark, HGLOBAL hResult)
+{
+    for (HGLOBAL h = NextGlobalBlock(hMark); h != NULL; h = NextGlobalBlock(h)) {
+        if (h != hResult) {
+            GlobalFree(h);
         }
     }
 }
@@ -249,7 +259,11 @@ static HGLOBAL CallAtLevel(int level, const FilterThreadState *pBefore)
     const int nWindows = TestLiveWindows();
     SetDialogs();
     PlantFaults();
+    const HGLOBAL hMark = LatestGlobalBlock();
     const HGLOBAL hResult = g_pExport->Call();
+    if (g_pExport->nTraits & KEEPS_PLANES) {
+        FreePlanes(hMark, hResult);
+    }
     TestReset();
     while (PeekMessageA(&message, NULL, 0, 0, PM_REMOVE)) {
     }

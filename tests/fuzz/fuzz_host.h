@@ -31,8 +31,10 @@ template <auto EXPORT, typename... NUMBERS> HGLOBAL Call(void)
 }
 
 enum {
-    KEPT_LOCKS = 1,   // a cancelled worker leaves its inputs locked and the cursor waiting
-    KEPT_RESULT = 2,  // a cancelled dialog, or none, leaves the result and the source's lock
+    KEPT_LOCKS = 1,    // a cancelled worker leaves its inputs locked and the cursor waiting
+    KEPT_RESULT = 2,   // a cancelled dialog, or none, leaves the result and the source's lock
+    KEEPS_PLANES = 8,  // blocks stay allocated; a cancelled dialog or no second image leaves a
+                       // lock, a lack of memory the wait cursor
     EDITS_A_MASK = 4  // the parameter dialog gets a 3 x 3 FilterMask, else integers
 };
 
