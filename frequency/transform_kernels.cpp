@@ -227,7 +227,7 @@ INLINE void StepOnFours(const LineTransform *p, const double *in, size_t l1, siz
     const double *sines = p->sines + l1 - 1 + j;
     for (int v = 0; v < VECTORS; v++) {
         const double *from = in + v * LANES;
-        const size_t offset = (size_t)(v * LANES);
+        const size_t offset = (size_t)v * LANES;
         Complex a, b, c, d;
         GetScratch(from, &a);
         GetScratch(from + l1 * SCRATCH_STEP, &b);
