@@ -497,9 +497,9 @@ HGLOBAL VEXAFILTER_API HistDIBEqualization(HGLOBAL hDib, UINT mode, HWND hParent
  * any other value one whose twiddles come from a table (with 6.283 for 2 pi) and whose inverse is
  * scaled instead. Results differ by a level here and there.
  *
- * MEMORY: each call leaves its planes allocated when it succeeds, two blocks of N x N x 8 + 50 bytes
- * (four for the restorations), and the library does not use them again. A host that calls often runs
- * out of address space.
+ * MEMORY: each call leaves its planes allocated when it succeeds, two blocks of N x N x 8 + 50
+ * bytes (four for the restorations), and the library does not use them again. A host that calls
+ * often runs out of address space.
  */
 
 /*
@@ -513,9 +513,9 @@ HGLOBAL VEXAFILTER_API FreqDIBFFT(HGLOBAL hDib, int nTransformKind);
  * Low-pass and high-pass. nCutoff (its low 16 bits): the radius in samples of the spectrum.
  * nFilterType 2: a Butterworth filter of the first order (Butterworth 1930), whose factor is a half
  * at the radius; any other value an ideal one, 1 or 0. What leaves 0..255 wraps around: nearly all
- * of a high-pass's result does, which has a mean of 0. The dialog, if bShowDialog is not 0, gets the
- * image, a pointer to each of the three parameters, and 1 for the low-pass or 0. If it is cancelled,
- * the image stays locked.
+ * of a high-pass's result does, which has a mean of 0. The dialog, if bShowDialog is not 0, gets
+ * the image, a pointer to each of the three parameters, and 1 for the low-pass or 0. If it is
+ * cancelled, the image stays locked.
  */
 HGLOBAL VEXAFILTER_API FreqDIBLowpass(HGLOBAL hDib, int nCutoff, int nFilterType,
                                       int nTransformKind, int bShowDialog);
@@ -543,9 +543,9 @@ HGLOBAL VEXAFILTER_API FreqDIBHomomorphic(HGLOBAL hDib, int nCutoff, int nBandWi
                                           int bShowDialog);
 
 /*
- * The inverse filter: divides the spectrum of hDegraded by that of hPsf, an image of the same depth,
- * of any size, of what the blur makes of a point in its bottom left corner. Frequencies that the
- * blur has taken away altogether are left as they are. nScale multiplies what is restored; what
+ * The inverse filter: divides the spectrum of hDegraded by that of hPsf, an image of the same
+ * depth, of any size, of what the blur makes of a point in its bottom left corner. Frequencies that
+ * the blur has taken away altogether are left as they are. nScale multiplies what is restored; what
  * leaves 0..255 wraps around. The result has the size of hDegraded. If hPsf cannot be locked,
  * hDegraded stays locked.
  */

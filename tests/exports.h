@@ -9,15 +9,9 @@
 
 #include <math.h>
 
-// COPY_FRAME: the image is read before the dialogs and not looked at again. FREQUENCY_FRAME: there is
-// no progress dialog, and what the call leaves allocated is freed here.
-enum ExportFrame {
-    ORDINARY_FRAME,
-    ARITHMETIC_FRAME,
-    HISTOGRAM_FRAME,
-    COPY_FRAME,
-    FREQUENCY_FRAME
-};
+// COPY_FRAME: the image is read before the dialogs and not looked at again. FREQUENCY_FRAME: there
+// is no progress dialog, and what the call leaves allocated is freed here.
+enum ExportFrame { ORDINARY_FRAME, ARITHMETIC_FRAME, HISTOGRAM_FRAME, COPY_FRAME, FREQUENCY_FRAME };
 
 struct ExportCall {
     const char *pName;

@@ -34,7 +34,7 @@ struct FrequencyCall {
     int nScale;
 };
 
-static Bytes g_psf;  // of the last two; empty: there is none
+static Bytes g_psf;     // of the last two; empty: there is none
 static HGLOBAL g_hPsf;  // null: of these bytes
 static int g_bDialog;
 static std::vector<size_t> g_kept;  // sizes of what the latest call left
@@ -259,7 +259,8 @@ TEST_F(Frequency, RandomArgumentsEqualTheReference)
         const TestPicture picture = {
             1 + Below(40), 1 + Below(40), bits[i % 3], RAMP, 0, (unsigned)random(), 0};
         const Bytes dib = MakeDib(picture);
-        g_psf = MakeDib({1 + Below(20), 1 + Below(20), bits[i % 3], RAMP, 0, (unsigned)random(), 0});
+        g_psf =
+            MakeDib({1 + Below(20), 1 + Below(20), bits[i % 3], RAMP, 0, (unsigned)random(), 0});
         const FrequencyCall c = {(Which)Below(WIENER + 1),
                                  Below(2),
                                  Below(30),

@@ -35,7 +35,7 @@ enum {
     KEPT_RESULT = 2,   // a cancelled dialog, or none, leaves the result and the source's lock
     KEEPS_PLANES = 8,  // blocks stay allocated; a cancelled dialog or no second image leaves a
                        // lock, a lack of memory the wait cursor
-    EDITS_A_MASK = 4  // the parameter dialog gets a 3 x 3 FilterMask, else integers
+    EDITS_A_MASK = 4   // the parameter dialog gets a 3 x 3 FilterMask, else integers
 };
 
 struct FuzzExport {
