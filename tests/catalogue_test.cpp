@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
 #include <string.h>
 
 #include <random>
@@ -223,6 +224,64 @@ TEST_P(CatalogueRow, NamesTheEntryThatTheExportAsksFor)
     EXPECT_NE(-1, GetLastFilterError());
     for (const HGLOBAL hImage : images) {
         GlobalFree(hImage);
+    }
+}
+
+static ParameterValue NumberOf(double value)
+{
+    ParameterValue number;
+    number.nValue = int(value);
+    number.dValue = value;
+    return number;
+}
+
+// The most that a byte of the result differs from the source's, padding left out.
+static int MostChanged(const char *name, HGLOBAL hDib, HGLOBAL hSecond, std::vector<double> numbers)
+{
+    enum { WIDTH = 21, HEIGHT = 17 };
+    std::vector<ParameterValue> values;
+    for (double number : numbers) {
+        values.push_back(NumberOf(number));
+    }
+    const HGLOBAL images[] = {hDib, hSecond};
+    const CatalogueCall call = {images, values.data(), 0, NULL};
+    const Bytes result = Take(FindCatalogueFilter(name)->Run(&call));
+    const BYTE *source = static_cast<const BYTE *>(GlobalLock(hDib));
+    const size_t pixel = source[14] / 8u, stride = (WIDTH * pixel + 3) / 4 * 4;
+    const size_t nFirst = pixel == 1 ? 40 + 1024 : 40;
+    int most = result.size() < nFirst + stride * HEIGHT ? 999 : 0;
+    for (size_t i = 0; most < 999 && i < stride * HEIGHT; i++) {
+        const int change = abs(source[nFirst + i] - result[nFirst + i]);
+        most = i % stride < WIDTH * pixel && change > most ? change : most;
+    }
+    GlobalUnlock(hDib);
+    return most;
+}
+
+// Unless told otherwise, levels are in order, edges meet what they mirror, and a restoration has
+// room for what overshoots.
+TEST(CatalogueFrequency, PicturesAreHandedOverAsPeopleMeanThem)
+{
+    for (int bits : {8, 24}) {
+        const HGLOBAL hDib = RandomPicture(bits, 3), hPoint = RandomPicture(bits, 4);
+        BYTE *point = static_cast<BYTE *>(GlobalLock(hPoint));
+        const size_t nFirst = bits == 8 ? 40 + 1024 : 40;
+        memset(point + nFirst, 0, GlobalSize(hPoint) - nFirst);
+        memset(point + nFirst, 101, 3);
+        if (bits == 8) {
+            point[nFirst + 1] = point[nFirst + 2] = 0;
+        }
+        GlobalUnlock(hPoint);
+        EXPECT_LE(MostChanged("highpass", hDib, NULL, {0, 1, 0, 0}), 1) << bits;
+        EXPECT_LE(MostChanged("inverse", hDib, hPoint, {1, 0, 0}), 3) << bits;
+        EXPECT_LE(MostChanged("wiener", hDib, hPoint, {0, 0, 0, 0}), 8) << bits;
+        BYTE *pixels = static_cast<BYTE *>(GlobalLock(hDib)) + nFirst;
+        memset(pixels, 200, GlobalSize(hDib) - nFirst);
+        GlobalUnlock(hDib);
+        EXPECT_LE(MostChanged("lowpass", hDib, NULL, {3, 2, 0, 0}), 1) << bits;
+        EXPECT_LE(MostChanged("lowpass", hDib, NULL, {3, 1, 1, 0}), 1) << bits;
+        GlobalFree(hDib);
+        GlobalFree(hPoint);
     }
 }
 

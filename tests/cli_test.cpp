@@ -477,6 +477,28 @@ TEST(Catalogue, MasksAreReadStrictly)
     }
 }
 
+TEST(CommandLine, AnElementGoesByItsName)
+{
+    std::string folder = Folder();
+    std::string in = MakePicture(folder + "in.bmp", 1), out = folder + "out.bmp";
+    const char *const NAMES[][2] = {{"cross3", "0,1,0;1,1,1;0,1,0"},
+                                    {"square3", "1,1,1;1,1,1;1,1,1"}};
+    for (const auto &name : NAMES) {
+        std::vector<BYTE> results[2];
+        for (int i = 0; i < 2; i++) {
+            ImageMessages messages;
+            Outcome outcome = Call({"dilate", in, out, "--element", name[i]});
+            EXPECT_EQ(outcome.code, 0) << outcome.error;
+            HGLOBAL hResult = ReadImageFile(out.c_str(), nullptr, &messages);
+            const auto bytes = DibBytes(hResult);
+            results[i].assign(bytes.begin(), bytes.end());
+            GlobalFree(hResult);
+        }
+        EXPECT_TRUE(results[0] == results[1]) << name[0];
+    }
+    EXPECT_EQ(Call({"dilate", in, out, "--element", "cross4"}).code, 2);
+}
+
 // Row 0, column 1 over the pixel: the exports read the two fields crossed.
 TEST(CommandLine, AMaskIsTheSameFromAFile)
 {
