@@ -1,8 +1,8 @@
 // What the calls of this family share: planes, results, channels.
 //
-// Kept: the planes of a call stay allocated when it succeeds (docs/frequency.md says what that means
-// for a host). Where their memory runs out, the result and the planes so far stay allocated and the
-// wait cursor showing.
+// Kept: the planes of a call stay allocated when it succeeds (docs/frequency.md says what that
+// means for a host). Where their memory runs out, the result and the planes so far stay allocated
+// and the wait cursor showing.
 #ifndef FREQUENCY_CALLS_H
 #define FREQUENCY_CALLS_H
 
