@@ -145,20 +145,10 @@ int AllocGrayMatrix(GrayMatrix *pMatrix, int width, int height, int bProgress)
     return pMatrix->columns != NULL;
 }
 
-static void StoreLevels(const DibView *pView, const LevelMaps *pMaps)
-{
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        RGBQUAD *pColor = &pView->pColors[i];
-        pColor->rgbBlue = pColor->rgbGreen = pColor->rgbRed = pMaps->levels[i];
-    }
-}
-
 int StoreGrayMatrix(const DibView *pView, const GrayMatrix *pPixels, const GrayMatrix *pPalette,
                     int bProgress)
 {
-    if (pPalette->maps.paletteChanged) {
-        StoreLevels(pView, &pPalette->maps);
-    }
+    StoreChangedLevels(pView, &pPalette->maps);
     return StoreColumns(pView, (void **)(void *)pPixels->columns, StoreGrayColumn, bProgress);
 }
 

@@ -25,7 +25,8 @@ struct MatrixRun {
     const BYTE **lines;  // the window's rows
     // Row by row only.
     int nMapped;              // the first line that has not been in the window yet
-    BYTE *levels;             // of the row in work
+    int nRow;                 // in work
+    BYTE *levels, *indices;   // of its pixels with a whole window
     void *pState;             // of the row kernel
     size_t nState;            // its bytes
     BYTE bUsed[GRAY_LEVELS];  // the entries that the picture's pixels have
@@ -105,13 +106,18 @@ static void MapLine(const MatrixRun *pRun, int y)
     }
 }
 
-// The levels of row y's pixels with a whole window, as the palette is now.
-static void ComputeLevels(MatrixRun *pRun, int y)
+static size_t WholeWindows(const MatrixRun *pRun)
+{
+    return pRun->source.width - (size_t)pRun->pFilter->nLeft - (size_t)pRun->pFilter->nRight;
+}
+
+// The levels of the row in work, as the palette is now.
+static void ComputeLevels(MatrixRun *pRun)
 {
     const NeighbourhoodFilter *pFilter = pRun->pFilter;
     const size_t width = pRun->source.width;
-    const size_t count = width - (size_t)pFilter->nLeft - (size_t)pFilter->nRight;
-    const int nTopRow = y - pFilter->nOriginRow;
+    const size_t count = WholeWindows(pRun);
+    const int nTopRow = pRun->nRow - pFilter->nOriginRow;
     for (; pRun->nMapped < nTopRow + pFilter->nRows; pRun->nMapped++) {
         if (pRun->nMapped >= nTopRow) {
             MapLine(pRun, pRun->nMapped);
@@ -130,26 +136,29 @@ static void ComputeLevels(MatrixRun *pRun, int y)
     pFilter->pRowKernel->Run(pRun->pState, pFilter, pRun->lines, 1, pRun->levels, count, 1);
 }
 
+static void ComputeAnew(void *pContext)
+{
+    MatrixRun *pRun = (MatrixRun *)pContext;
+    pRun->nMapped = 0;
+    ComputeLevels(pRun);
+}
+
 static void ComputeRow(MatrixRun *pRun, int y)
 {
     const NeighbourhoodFilter *pFilter = pRun->pFilter;
-    const int nEnd = (int)pRun->source.width - pFilter->nRight;
-    LevelMaps *pMaps = &pRun->source.maps;
+    const size_t count = WholeWindows(pRun);
+    const LevelRow row = {pRun->levels, count, pRun->bUsed, ComputeAnew, pRun};
     for (unsigned x = 0; x < pRun->source.width; x++) {
         pRun->result.columns[x][y] = pRun->source.columns[x][y];
     }
     if (y < pFilter->nTop || y >= (int)pRun->source.height - pFilter->nBottom) {
         return;
     }
-    ComputeLevels(pRun, y);
-    for (int x = pFilter->nLeft; x < nEnd; x++) {
-        const int level = pRun->levels[x - pFilter->nLeft];
-        const int bNew = pMaps->indexOf[level] < 0;
-        pRun->result.columns[x][y] = (BYTE)GrayLevelToIndex(pMaps, level);
-        if (bNew && pRun->bUsed[level]) {
-            pRun->nMapped = 0;
-            ComputeLevels(pRun, y);
-        }
+    pRun->nRow = y;
+    ComputeLevels(pRun);
+    MapRowInOrder(&pRun->source.maps, &row, pRun->indices);
+    for (size_t i = 0; i < count; i++) {
+        pRun->result.columns[(size_t)pFilter->nLeft + i][y] = pRun->indices[i];
     }
 }
 
@@ -169,10 +178,11 @@ static int PrepareRows(MatrixRun *pRun)
     const size_t width = pRun->source.width;
     pRun->window = (BYTE *)WorkAlloc((size_t)pFilter->nRows, width);
     pRun->lines = (const BYTE **)WorkAlloc((size_t)pFilter->nRows, sizeof(BYTE *));
-    pRun->levels = (BYTE *)WorkAlloc(width, 1);
+    pRun->levels = (BYTE *)WorkAlloc(2, width);
     if (pRun->window == NULL || pRun->lines == NULL || pRun->levels == NULL) {
         return 0;
     }
+    pRun->indices = pRun->levels + width;
     NoteUsedEntries(pRun);
     if (pFilter->pRowKernel != NULL) {
         pRun->nState = pFilter->pRowKernel->StateBytes(pFilter, width, 1);

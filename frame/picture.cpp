@@ -44,6 +44,26 @@ int GrayLevelToIndex(LevelMaps *pMaps, int level)
     return pMaps->indexOf[level];
 }
 
+void MapRowInOrder(LevelMaps *pMaps, const LevelRow *pRow, BYTE *indices)
+{
+    for (size_t i = 0; i < pRow->count; i++) {
+        const BYTE level = pRow->levels[i];
+        const int bNew = pMaps->indexOf[level] < 0;
+        indices[i] = (BYTE)GrayLevelToIndex(pMaps, level);
+        if (bNew && pRow->bUsed[level]) {
+            pRow->ComputeAnew(pRow->pContext);
+        }
+    }
+}
+
+void StoreChangedLevels(const DibView *pView, const LevelMaps *pMaps)
+{
+    for (int i = 0; pMaps->paletteChanged && i < GRAY_LEVELS; i++) {
+        RGBQUAD *pColor = &pView->pColors[i];
+        pColor->rgbBlue = pColor->rgbGreen = pColor->rgbRed = pMaps->levels[i];
+    }
+}
+
 int IsWorkedOnInGray(const DibView *pSource)
 {
     return pSource->shape.bitCount == 1 || IsGrayPalette(pSource);

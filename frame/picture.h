@@ -25,6 +25,21 @@ int IsGrayRamp(const LevelMaps *pMaps);
 // change shade.
 int GrayLevelToIndex(LevelMaps *pMaps, int level);
 
+// The indices of a row of levels, one after the other, through a map that may lack some. As soon as
+// a level takes over an entry in use, pixels of the picture show another level than before: then
+// ComputeAnew fills in levels once more, of which those not mapped yet are taken.
+struct LevelRow {
+    BYTE *levels;
+    size_t count;
+    const BYTE *bUsed;  // for each entry: whether a pixel of the picture has it
+    void (*ComputeAnew)(void *pContext);
+    void *pContext;
+};
+void MapRowInOrder(LevelMaps *pMaps, const LevelRow *pRow, BYTE *indices);
+
+// Writes the levels of a palette that has changed into an image's colour table.
+void StoreChangedLevels(const DibView *pView, const LevelMaps *pMaps);
+
 struct Picture {
     DibView view;       // locked: 24 bits, or 8 bits with at least 256 colours
     int bGray;          // 8 bits: a sample is the level of its index

@@ -258,41 +258,36 @@ static int KeepsLevels(const HeightPlan *p)
 struct ExactStep {
     GrayStep *pStep;
     BYTE *pRows;   // what the step reads, since rows are computed again
-    BYTE *levels;  // of a row
+    BYTE *levels;  // of the row in work
+    int nRow;
     BYTE bUsed[GRAY_LEVELS];
 };
 
-static void ComputeAnew(const ExactStep *p, int nRow)
+static void ComputeAnew(void *pContext)
 {
+    const ExactStep *p = (const ExactStep *)pContext;
     GrayStep *pStep = p->pStep;
     for (int j = pStep->pPlan->nFirstRow; j <= pStep->pPlan->nLastRow; j++) {
-        if (nRow - j >= 0 && nRow - j < pStep->height) {
-            LoadLine(pStep, nRow - j);
+        if (p->nRow - j >= 0 && p->nRow - j < pStep->height) {
+            LoadLine(pStep, p->nRow - j);
         }
     }
     if (pStep->pState != NULL) {
         memset(pStep->pState, 0, pStep->nState);
         pStep->bStarted = 0;
     }
-    ComputeLevels(pStep, nRow, p->levels);
+    ComputeLevels(pStep, p->nRow, p->levels);
 }
 
-static void ComputeExactRow(const ExactStep *p, int nRow)
+static void ComputeExactRow(ExactStep *p, int nRow)
 {
-    LevelMaps *pMaps = p->pStep->pMaps;
-    BYTE *out = p->pStep->pTo + (size_t)nRow * p->pStep->stride;
-    ComputeAnew(p, nRow);
-    for (int x = 0; x < p->pStep->width; x++) {
-        const BYTE level = p->levels[x];
-        const int bNew = pMaps->indexOf[level] < 0;
-        out[x] = (BYTE)GrayLevelToIndex(pMaps, level);
-        if (bNew && p->bUsed[level]) {
-            ComputeAnew(p, nRow);
-        }
-    }
+    const LevelRow row = {p->levels, (size_t)p->pStep->width, p->bUsed, ComputeAnew, p};
+    p->nRow = nRow;
+    ComputeAnew(p);
+    MapRowInOrder(p->pStep->pMaps, &row, p->pStep->pTo + (size_t)nRow * p->pStep->stride);
 }
 
-static int RunExactRows(const FilterCall *pCall, const ExactStep *p)
+static int RunExactRows(const FilterCall *pCall, ExactStep *p)
 {
     const int height = p->pStep->height;
     for (int y = 0; y < height; y++) {
@@ -308,7 +303,7 @@ static int RunExactStep(const FilterCall *pCall, GrayStep *pStep)
 {
     const size_t nBytes = pStep->stride * (size_t)pStep->height;
     ExactStep exact = {
-        pStep, (BYTE *)WorkAlloc(nBytes, 1), (BYTE *)WorkAlloc((size_t)pStep->width, 1), {}};
+        pStep, (BYTE *)WorkAlloc(nBytes, 1), (BYTE *)WorkAlloc((size_t)pStep->width, 1), 0, {}};
     int bDone = 0;
     if (exact.pRows != NULL && exact.levels != NULL) {
         memcpy(exact.pRows, pStep->pFrom, nBytes);
