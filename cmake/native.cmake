@@ -12,6 +12,8 @@ add_library(vexaposix SHARED
   platform/posix/windows.cpp
   platform/posix/workmemory.cpp)
 target_compile_options(vexaposix PRIVATE -fvisibility=hidden)
+# Bare names are looked for beside it.
+set_target_properties(vexaposix PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
 target_link_libraries(vexaposix PRIVATE vexa_flags Threads::Threads ${CMAKE_DL_LIBS})
 
 # The same list of exports as the DLL's.

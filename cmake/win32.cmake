@@ -1,7 +1,7 @@
 # The product: VexaFilter.dll and its import libraries for MinGW and MSVC.
 
 target_sources(vexafilter_library PRIVATE
-  platform/win32/workmemory.cpp library/VexaFilter.rc library/VexaFilter.def)
+  platform/win32/clock.cpp platform/win32/workmemory.cpp library/VexaFilter.rc library/VexaFilter.def)
 set_target_properties(vexafilter_library PROPERTIES PREFIX "" OUTPUT_NAME VexaFilter)
 set_source_files_properties(library/VexaFilter.rc PROPERTIES
   OBJECT_DEPENDS ${CMAKE_SOURCE_DIR}/library/VexaFilter.rc)

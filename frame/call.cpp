@@ -171,6 +171,9 @@ static int LockAccepted(const FilterCall *pCall, HGLOBAL hDib, DibView *pView)
         HasQuirk(pCall, LOW_BYTE_OF_DEPTH) ? LockDibByLowDepth(hDib, pView) : LockDib(hDib, pView);
     if (bLocked && !IsAccepted(pCall, &pView->shape)) {
         UnlockDib(pView);
+        if (pCall->pFrame->nDepthError != 0) {
+            pCall->pState->nCurrentError = pCall->pFrame->nDepthError;
+        }
         return 0;
     }
     return bLocked;

@@ -149,6 +149,7 @@ struct FilterFrame {
     const void *pRule = NULL;  // the family's own facts
     Worker Work = NULL;        // in place of Describe
     unsigned nQuirks = 0;      // FrameQuirk
+    int nDepthError = 0;       // the current error for an image of another depth; 0: none
     int nDialogNumber = -1;    // a last argument for an entry that serves several exports; -1: none
     // Makes the result and what else must stand before the dialogs. 0: the result is null.
     int (*Prepare)(FilterCall *pCall) = NULL;

@@ -483,6 +483,110 @@ HGLOBAL VEXAFILTER_API HistDIBModify(HGLOBAL hDib, UINT mode, HWND hParent);
 /* Spreads the levels by their share of the picture, evenly. */
 HGLOBAL VEXAFILTER_API HistDIBEqualization(HGLOBAL hDib, UINT mode, HWND hParent);
 
+/* ---- effects: docs/effects.md -------------------------------------------------------------- */
+
+/*
+ * These take images of 8 and 24 bits; a 1-bit image gives null but for FilterAverage. The result
+ * has the size of the source, but for FilterPuzzle's.
+ *
+ * FilterAddNoise, FilterImpressionist and FilterPuzzle seed their random numbers with the time in
+ * seconds: x = x * 214013 + 2531011, of which bits 16 to 30 are the draw. Calls within a second
+ * give the same picture. The host's own rand() is neither used nor changed.
+ */
+
+/*
+ * The mean of nLength samples (0 or more) in steps of one pixel along the line through each pixel
+ * at nAngle degrees, against the clock from the right. Samples outside the picture count as black.
+ * nLength 0: black. The dialog gets the image, pointers to both parameters, and 1.
+ */
+HGLOBAL VEXAFILTER_API FilterMotionBlur(HGLOBAL hDib, int nAngle, int nLength, UINT mode,
+                                        HWND hParent);
+
+/*
+ * The same along the line from the centre: samples lie 1 / nSpread of the pixel's distance from it
+ * apart. Kept: the centre is half the width from the left and as much from the top. nSpread 0:
+ * black. The dialog gets the image, pointers to both parameters, and 0.
+ */
+HGLOBAL VEXAFILTER_API FilterCenterMotionBlur(HGLOBAL hDib, int nSpread, int nLength, UINT mode,
+                                              HWND hParent);
+
+/*
+ * The dialog of the following six gets the image, a pointer to the parameters, and a number that
+ * tells which of them asks: 0 FilterMozaic, 1 FilterAddNoise, 2 FilterAverage, 3
+ * FilterImpressionist, 4 FilterMultiply, 5 FilterPuzzle.
+ */
+
+/*
+ * Squares of nBlockSize pixels become their mean. 0 is only accepted for a dialog to change it.
+ */
+HGLOBAL VEXAFILTER_API FilterMozaic(HGLOBAL hDib, int nBlockSize, UINT mode, HWND hParent);
+
+/* Every level times nPercentTenths / 10 (0 or more; 10 changes nothing), cut to 255. */
+HGLOBAL VEXAFILTER_API FilterMultiply(HGLOBAL hDib, int nPercentTenths, UINT mode, HWND hParent);
+
+/*
+ * Adds to each level of each channel a random number from -(nAmount / 2) to nAmount - 1 -
+ * nAmount / 2. nAmount: 0 or more; 0 and 1 change nothing; above 32768 only the lower half grows.
+ */
+HGLOBAL VEXAFILTER_API FilterAddNoise(HGLOBAL hDib, int nAmount, UINT mode, HWND hParent);
+
+/*
+ * The mean of the box that reaches nSize / 2 pixels to the left and up and nSize / 2 - 1 to the
+ * right and down, as far as it lies inside the picture. nSize: 1 or more; an odd one is the next
+ * lower even one, and 1 gives black. Also takes 1 bit.
+ */
+HGLOBAL VEXAFILTER_API FilterAverage(HGLOBAL hDib, int nSize, UINT mode, HWND hParent);
+
+/*
+ * Shuffles the pixels of each block of nBlockWidth x nBlockHeight (1 or more), the last column and
+ * row of the picture left out. Palette indices are moved as they are.
+ */
+HGLOBAL VEXAFILTER_API FilterImpressionist(HGLOBAL hDib, int nBlockWidth, int nBlockHeight,
+                                           UINT mode, HWND hParent);
+
+/*
+ * Wraps the picture around its centre, columns as angles against the clock from the right, rows as
+ * radii, the top row inmost. Outside the disc it is black. The dialog gets the image alone.
+ */
+HGLOBAL VEXAFILTER_API FilterPolar(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/*
+ * The picture through a glass cylinder (refraction 1.4) of nRadius pixels (0 or more; 0: a copy)
+ * across its middle, upright if nOrientation is 0, else level. Palette indices are moved as they
+ * are. The dialog gets the image and pointers to both parameters.
+ */
+HGLOBAL VEXAFILTER_API FilterCylinder(HGLOBAL hDib, int nRadius, int nOrientation, UINT mode,
+                                      HWND hParent);
+
+/*
+ * Cuts the picture into nTilesAcross x nTilesDown tiles (1 or more) and lays them out at random, on
+ * a canvas of whole tiles: sides that cannot be divided grow by less than a tile count. At 8 bits
+ * the result's colour table is white for index 0 and black for all others. The progress bar stays
+ * where it is, and there is nothing to cancel.
+ */
+HGLOBAL VEXAFILTER_API FilterPuzzle(HGLOBAL hDib, int nTilesAcross, int nTilesDown, UINT mode,
+                                    HWND hParent);
+
+/* ---- red eyes: docs/redeye.md -------------------------------------------------------------- */
+
+/*
+ * Turns red pixels of a rectangle of a 24-bit image gray, of the same intensity. A pixel is red
+ * when its saturation is above the limit and its hue below the lower or above the upper one, as
+ * VexaImage.dll counts them (255: a full turn; 0 and 255 are red).
+ *
+ * pRect    both sides included, y from the top row; clipped to the image. No field may be negative,
+ *          nor may opposite sides be equal.
+ * pLimits  two bytes, the hue's and the saturation's limit; the upper limit of the hue is 255 less
+ *          the lower. Null: 31 and 76, and 223 for the upper limit.
+ *
+ * The dialog gets the image, pRect itself, and a pointer to each of the two limits; the upper limit
+ * of the hue does not follow. The thread's error code tells more than usual: -2 if VexaImage.dll or
+ * an entry of it was not found (then nothing else is looked at), 87 for a bad rectangle, a null
+ * handle or another depth, -4 if the result cannot be made.
+ */
+HGLOBAL VEXAFILTER_API RedEyeRemover(HGLOBAL hDib, RECT *pRect, UINT mode, HWND hParent,
+                                     const BYTE *pLimits);
+
 /* ---- frequency domain; docs/frequency.md --------------------------------------------------- */
 
 /*

@@ -3,6 +3,7 @@
 #include "kernels.h"
 
 #include "convolution/convolution_kernels.h"
+#include "effects/effect_kernels.h"
 #include "frame/levels_kernels.h"
 #include "frequency/spectrum_kernels.h"
 #include "frequency/transform_kernels.h"
@@ -23,6 +24,7 @@ const WeightedKernels *g_pWeightedKernels;
 const SmoothingKernels *g_pSmoothingKernels;
 const ArithmeticKernels *g_pArithmeticKernels;
 const TonalKernels *g_pTonalKernels;
+const EffectKernels *g_pEffectKernels;
 const ExtremeKernels *g_pExtremeKernels;
 const NetworkKernels *g_pNetworkKernels;
 const HistogramKernels *g_pHistogramKernels;
@@ -42,6 +44,7 @@ const KernelTable KERNEL_TABLE[KERNEL_TABLES] = {
     {"smoothing", &g_pSmoothingKernels, {&sse2::SMOOTHING_KERNELS, &avx2::SMOOTHING_KERNELS}},
     {"arithmetic", &g_pArithmeticKernels, {&sse2::ARITHMETIC_KERNELS, &avx2::ARITHMETIC_KERNELS}},
     {"tonal", &g_pTonalKernels, {&sse2::TONAL_KERNELS, &avx2::TONAL_KERNELS}},
+    {"effects", &g_pEffectKernels, {&sse2::EFFECT_KERNELS, &avx2::EFFECT_KERNELS}},
     {"extremes", &g_pExtremeKernels, {&sse2::EXTREME_KERNELS, &avx2::EXTREME_KERNELS}},
     {"networks", &g_pNetworkKernels, {&sse2::NETWORK_KERNELS, &avx2::NETWORK_KERNELS}},
     {"histograms", &g_pHistogramKernels, {&sse2::HISTOGRAM_KERNELS, &avx2::HISTOGRAM_KERNELS}},

@@ -19,7 +19,7 @@ struct KernelTable {
     const void *levels[KERNEL_LEVELS];  // the record of each level; null: as the level below
 };
 
-enum { KERNEL_TABLES = 15 };
+enum { KERNEL_TABLES = 16 };
 extern const KernelTable KERNEL_TABLE[KERNEL_TABLES];
 
 // Chooses the strongest level of every table. cpuFeatures: DetectCpuFeatures(), or 0 for the base

@@ -10,8 +10,16 @@
 #include <math.h>
 
 // COPY_FRAME: the image is read before the dialogs and not looked at again. FREQUENCY_FRAME: there
-// is no progress dialog, and what the call leaves allocated is freed here.
-enum ExportFrame { ORDINARY_FRAME, ARITHMETIC_FRAME, HISTOGRAM_FRAME, COPY_FRAME, FREQUENCY_FRAME };
+// is no progress dialog, and what the call leaves allocated is freed here. STILL_FRAME: the bar
+// does not move.
+enum ExportFrame {
+    ORDINARY_FRAME,
+    ARITHMETIC_FRAME,
+    HISTOGRAM_FRAME,
+    COPY_FRAME,
+    FREQUENCY_FRAME,
+    STILL_FRAME
+};
 
 struct ExportCall {
     const char *pName;
@@ -129,6 +137,31 @@ static constexpr ExportCall EXPORTS[] = {
      [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleClosing(h, NULL, mode, hWnd); }},
     {"GrayScaleTopHat", "GTophatUI", 2, ORDINARY_FRAME,
      [](HGLOBAL h, UINT mode, HWND hWnd) { return GrayScaleTopHat(h, NULL, mode, hWnd); }},
+    {"FilterMotionBlur", "MOTIONBLURUI", 4, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterMotionBlur(h, 33, 6, mode, hWnd); }},
+    {"FilterCenterMotionBlur", "MOTIONBLURUI", 4, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterCenterMotionBlur(h, 7, 300, mode, hWnd); }},
+    {"FilterMozaic", "FILTERGROUPUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterMozaic(h, 3, mode, hWnd); }},
+    {"FilterMultiply", "FILTERGROUPUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterMultiply(h, 13, mode, hWnd); }},
+    {"FilterAddNoise", "FILTERGROUPUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterAddNoise(h, 37, mode, hWnd); }},
+    {"FilterAverage", "FILTERGROUPUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterAverage(h, 7, mode, hWnd); }},
+    {"FilterImpressionist", "FILTERGROUPUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterImpressionist(h, 4, 2, mode, hWnd); }},
+    {"FilterPolar", "POLARUI", 1, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterPolar(h, mode, hWnd); }},
+    {"FilterCylinder", "CYLINDERUI", 3, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterCylinder(h, 9, 0, mode, hWnd); }},
+    {"FilterPuzzle", "FILTERGROUPUI", 3, STILL_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) { return FilterPuzzle(h, 4, 5, mode, hWnd); }},
+    {"RedEyeRemover", "RedEyeUI", 4, ORDINARY_FRAME,
+     [](HGLOBAL h, UINT mode, HWND hWnd) {
+         RECT rect = {1, 2, 16, 20};
+         return RedEyeRemover(h, &rect, mode, hWnd, NULL);
+     }},
     {"FreqDIBLowpass", "FFTPASSUI", 5, FREQUENCY_FRAME,
      [](HGLOBAL h, UINT mode, HWND) { return MakeFrequencyCall<FreqDIBLowpass>(h, mode, 5, 2, 0); }},
     {"FreqDIBHighpass", "FFTPASSUI", 5, FREQUENCY_FRAME,

@@ -61,6 +61,15 @@ int AnswerDialog(const char *pEntry, const UINT_PTR *pArguments, int nArguments)
 // VexaDlgs.dll is loaded now.
 bool IsDialogLibraryLoaded(void);
 
+// ---- the colour library and the clock ------------------------------------------------------------
+
+// While on, VexaImage.dll is not found.
+void HideColours(bool bHide);
+
+// The clock stands still at so many seconds. ResetHost starts that too.
+void PinClock(unsigned nSeconds);
+enum { PINNED_SECONDS = 1234567890 };
+
 // ---- the progress dialog ------------------------------------------------------------------------
 
 // Presses Cancel before the n-th step of the calling thread's bar, so that n - 1 are seen; 0:

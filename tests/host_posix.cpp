@@ -109,6 +109,16 @@ bool IsDialogLibraryLoaded(void)
     return TestLoadedLibraries() != 0;
 }
 
+void HideColours(bool bHide)
+{
+    TestHideLibrary(bHide ? "VexaImage.dll" : NULL);
+}
+
+void PinClock(unsigned nSeconds)
+{
+    TestPinClock(0, nSeconds);
+}
+
 // Called for the range of a new bar, then for each step.
 static void NoteDialog(HWND hDialog, int, int, void *)
 {
@@ -205,6 +215,7 @@ void StartHost(void)
 void ResetHost(void)
 {
     TestReset();
+    PinClock(PINNED_SECONDS);
     PostAtStep(0, NULL);
     RunAtOpening(NULL);
     g_dialog = DialogScript();

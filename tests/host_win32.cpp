@@ -16,11 +16,13 @@
 
 enum { PROGRESS_BAR_ID = 1000 };
 
+static const char COLOUR_LIBRARY[] = "VexaImage.dll";
 static const char STUB[] = "VexaDlgsStub.dll";
 static const char DIALOG_LIBRARY[] = "VexaDlgs.dll";
 
 static std::atomic<int> g_nLive, g_nLocks, g_nTried, g_nFailAllocation, g_nFailLock;
-static bool g_bFailDialogs;
+static bool g_bFailDialogs, g_bHideColours;
+static unsigned g_nSeconds;
 static int g_nCancelAt, g_nSteps, g_nRange, g_nDialogs, g_nPostAt, g_nMoves;
 static HWND g_hDialog, g_hPostTo;
 static void (*g_AtOpening)(void);
@@ -122,6 +124,9 @@ static HWND WINAPI WatchedCreateDialogParamA(HINSTANCE hInstance, LPCSTR pName, 
 
 static FARPROC WINAPI WatchedGetProcAddress(HMODULE hModule, LPCSTR pName)
 {
+    if (hModule == GetModuleHandleA(COLOUR_LIBRARY)) {
+        return GetProcAddress(hModule, pName);
+    }
     g_dialog.pEntry = pName;
     return g_dialog.bEntry ? GetProcAddress(hModule, pName) : NULL;
 }
@@ -129,7 +134,15 @@ static FARPROC WINAPI WatchedGetProcAddress(HMODULE hModule, LPCSTR pName)
 static HMODULE WINAPI WatchedLoadLibraryA(LPCSTR pPath)
 {
     g_loaded.push_back(pPath);
-    return LoadLibraryA(pPath);
+    return g_bHideColours && strcmp(pPath, COLOUR_LIBRARY) == 0 ? NULL : LoadLibraryA(pPath);
+}
+
+static __time32_t PinnedTime(__time32_t *pTime)
+{
+    if (pTime != NULL) {
+        *pTime = (__time32_t)g_nSeconds;
+    }
+    return (__time32_t)g_nSeconds;
 }
 
 typedef void (*AnyFunction)(void);
@@ -146,6 +159,7 @@ static const struct {
                 {"SetCursor", (AnyFunction)WatchedSetCursor},
                 {"CreateDialogParamA", (AnyFunction)WatchedCreateDialogParamA},
                 {"LoadLibraryA", (AnyFunction)WatchedLoadLibraryA},
+                {"time", (AnyFunction)PinnedTime},
                 {"GetProcAddress", (AnyFunction)WatchedGetProcAddress}};
 
 // Writes our functions over the imports of these names.
@@ -289,6 +303,16 @@ bool IsDialogLibraryLoaded(void)
     return GetModuleHandleA(DIALOG_LIBRARY) != NULL;
 }
 
+void HideColours(bool bHide)
+{
+    g_bHideColours = bHide;
+}
+
+void PinClock(unsigned nSeconds)
+{
+    g_nSeconds = nSeconds;
+}
+
 void CancelAtStep(int nth)
 {
     g_nCancelAt = nth;
@@ -390,6 +414,8 @@ void ResetHost(void)
     CancelAtStep(0);
     PostAtStep(0, NULL);
     RunAtOpening(NULL);
+    HideColours(false);
+    PinClock(PINNED_SECONDS);
     SetDialogs(DialogScript());
     g_loaded.clear();
 }

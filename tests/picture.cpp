@@ -29,6 +29,15 @@ void SetHeader(Bytes *pDib, const BITMAPINFOHEADER &header)
     memcpy(pDib->data(), &header, sizeof header);
 }
 
+Bytes WithResolutions(Bytes dib)
+{
+    BITMAPINFOHEADER header = HeaderOf(dib);
+    header.biXPelsPerMeter &= 0x7fffffff;
+    header.biYPelsPerMeter &= 0x7fffffff;
+    SetHeader(&dib, header);
+    return dib;
+}
+
 HGLOBAL MakeBlock(const Bytes &bytes, UINT flags)
 {
     const HGLOBAL hBlock = GlobalAlloc(flags, bytes.size());

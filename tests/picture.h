@@ -33,6 +33,9 @@ struct TestPicture {
 // pictures keeps near 0, a third near 255; all have flat areas.
 Bytes MakeDib(const TestPicture &picture);
 
+// With resolutions that are not negative, as a canvas needs them.
+Bytes WithResolutions(Bytes dib);
+
 // One picture of each kind that the filters tell apart, for a size and a seed.
 std::vector<TestPicture> EveryKind(int width, int height, unsigned nSeed);
 

@@ -23,11 +23,13 @@ vexa_add_tests(vexafilter_tests
   tests/window_calls.cpp
   tests/reference/reference.cpp
   tests/reference/frequency.cpp
+  tests/reference/effects.cpp
   tests/reference/histogram.cpp
   tests/reference/morphology.cpp
   tests/reference/rank.cpp
   tests/reference/tonal.cpp
   tests/reference/windows.cpp
+  tests/effects_test.cpp
   tests/exports_test.cpp
   tests/frame_test.cpp
   tests/convert_test.cpp
@@ -38,6 +40,7 @@ vexa_add_tests(vexafilter_tests
   tests/histogram_test.cpp
   tests/mean_test.cpp
   tests/morphology_test.cpp
+  tests/redeye_test.cpp
   tests/rank_test.cpp)
 target_link_libraries(vexafilter_tests PRIVATE vexafilter_import gtest
   point_kernels_sse2 point_kernels_avx2)
@@ -53,7 +56,11 @@ if(WIN32)
     COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:vexafilter_library>
       ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll
     DEPENDS vexafilter_library VERBATIM)
-  add_custom_target(vexa_tests_dll ALL DEPENDS ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll)
+  add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/tests/VexaImage.dll
+    COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:vexaimage> ${CMAKE_BINARY_DIR}/tests/VexaImage.dll
+    DEPENDS vexaimage VERBATIM)
+  add_custom_target(vexa_tests_dll ALL
+    DEPENDS ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll ${CMAKE_BINARY_DIR}/tests/VexaImage.dll)
 else()
   target_sources(vexafilter_tests PRIVATE tests/host_posix.cpp)
   target_link_libraries(vexafilter_tests PRIVATE vexaposix)
@@ -62,17 +69,20 @@ endif()
 # The library's parts, linked straight in.
 vexa_add_tests(vexafilter_internal_tests
   tests/internal_test.cpp
+  tests/effect_parts_test.cpp
   tests/fourier_test.cpp
   tests/levels_test.cpp
   tests/mean_levels_test.cpp
   tests/rank_kernels_test.cpp
+  tests/reference/effects.cpp
   tests/reference/frequency.cpp
   tests/reference/rank.cpp
   tests/picture.cpp
   tests/reference/reference.cpp)
 target_link_libraries(vexafilter_internal_tests PRIVATE gtest ${VEXA_PARTS} ${VEXA_KERNELS})
 if(WIN32)
-  target_sources(vexafilter_internal_tests PRIVATE platform/win32/workmemory.cpp library/VexaFilter.rc)
+  target_sources(vexafilter_internal_tests PRIVATE
+    platform/win32/clock.cpp platform/win32/workmemory.cpp library/VexaFilter.rc)
   target_link_libraries(vexafilter_internal_tests PRIVATE comctl32)
 else()
   target_link_libraries(vexafilter_internal_tests PRIVATE vexaposix)

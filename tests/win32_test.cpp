@@ -4,12 +4,14 @@
 #include "exports.h"
 #include "host.h"
 #include "host_win32.h"
+#include "reference/effects.h"
 
 #include <commctrl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
+#include <stdlib.h>
 #include <string.h>
 
 // ---- the progress dialog ------------------------------------------------------------------------
@@ -162,6 +164,8 @@ static const DWORD HALF = 0x3f000000;  // 0.5, single precision
 static const DWORD ONE_AND_A_HALF = 0x3fc00000;
 static const DWORD ONE[] = {0, 0x3ff00000};  // double precision
 
+static const LONG RECTANGLE[] = {1, 2, 30, 7};
+
 // Every export once.
 static const StackCall STACK_CALLS[] = {
     {"GetLastFilterError", {}},
@@ -192,6 +196,17 @@ static const StackCall STACK_CALLS[] = {
     {"FilterWeightedMean", {DIB, 0, 2, 0}},
     {"FilterAdaptiveDWMTM", {DIB, 3, 5, 20, 0, 0}},
     {"FilterAdaptiveMMSE", {DIB, 3, 200, 0, 0}},
+    {"FilterMotionBlur", {DIB, 30, 5, 1, 0}},
+    {"FilterCenterMotionBlur", {DIB, 9, 6, 0, 0}},
+    {"FilterMozaic", {DIB, 4, 0, 0}},
+    {"FilterMultiply", {DIB, 12, 0, 0}},
+    {"FilterAddNoise", {DIB, 30, 0, 0}},
+    {"FilterAverage", {DIB, 5, 1, 0}},
+    {"FilterImpressionist", {DIB, 3, 4, 0, 0}},
+    {"FilterPolar", {DIB, 0, 0}},
+    {"FilterCylinder", {DIB, 12, 0, 0, 0}},
+    {"FilterPuzzle", {DIB, 3, 2, 0, 0}},
+    {"RedEyeRemover", {DIB, (DWORD)(UINT_PTR)RECTANGLE, 0, 0, 0}},
     {"FilterAutoContrast", {DIB, 0, 0}},
     {"FilterParabolaTransformation", {DIB, 1, 0, 0}},
     {"FilterSolarizing", {DIB, 100, 1, 0}},
@@ -300,7 +315,7 @@ TEST(Windows, EveryExportKeepsTheRegistersAndTheStackAtAnyAlignment)
         for (const TestPicture &picture :
              {TestPicture{37, 9, 8, RAMP, 0, 300, 0}, TestPicture{37, 9, 8, EVEN, 0, 301, 0},
               TestPicture{37, 9, 24, RAMP, 0, 302, 0}, TestPicture{37, 9, 1, RAMP, 0, 303, 0}}) {
-            const Bytes dib = MakeDib(picture);
+            const Bytes dib = WithResolutions(MakeDib(picture));
             const std::vector<Bytes> aligned = CallWithStackOff(call, dib, 0);
             for (int nOff : {4, 8, 12}) {
                 EXPECT_TRUE(aligned == CallWithStackOff(call, dib, nOff))
@@ -311,5 +326,16 @@ TEST(Windows, EveryExportKeepsTheRegistersAndTheStackAtAnyAlignment)
         const bool bNoBlock =
             strncmp(call.pName, "Get", 3) == 0 || strncmp(call.pName, "Compute", 7) == 0;
         EXPECT_EQ(bNoBlock ? 3u : 4u, nMost) << call.pName << ": a result, or none";
+    }
+}
+
+// Hosts have pictures that were made with it.
+TEST(Windows, TheDrawsAreThoseOfTheSystemsCLibrary)
+{
+    for (unsigned seed : {0u, 1u, 1234567890u, 0xffffffffu}) {
+        srand(seed);
+        for (unsigned draw : Draws(seed, 100)) {
+            EXPECT_EQ((int)draw, rand());
+        }
     }
 }

@@ -33,6 +33,7 @@ struct TestBench {
     std::atomic<bool> bDialogLibrary;
     std::atomic<const TestEntry *> pEntries;
     std::atomic<int> nEntries;
+    std::atomic<const char *> pHidden;
 
     std::atomic<bool> bClockPinned;
     std::atomic<DWORD> nTicks;

@@ -407,6 +407,11 @@ HMODULE WINAPI LoadLibraryA(LPCSTR lpLibFileName)
     }
     Translate(name, '/', '\\');
     HINSTANCE__ *fixed = nullptr;
+    const char *hidden = testBench.pHidden;
+    if (hidden != nullptr && strcasecmp(BaseName(name), hidden) == 0) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
     if (IsSystemName(name)) {
         fixed = SYSTEM;
     }

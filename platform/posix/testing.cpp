@@ -13,6 +13,7 @@ void TestReset(void)
     TestCancelAtStep(0);
     TestFailDialogs(FALSE);
     TestClearDialogLibrary();
+    TestHideLibrary(nullptr);
     TestUnpinClock();
     testBench.nFreedWhileLocked = 0;
     testBench.nLastRange = -1;
@@ -115,6 +116,11 @@ void TestClearDialogLibrary(void)
     testBench.bDialogLibrary = false;
     testBench.pEntries = nullptr;
     testBench.nEntries = 0;
+}
+
+void TestHideLibrary(const char *pName)
+{
+    testBench.pHidden = pName;
 }
 
 int TestLoadedLibraries(void)

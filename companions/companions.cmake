@@ -1,0 +1,19 @@
+# The companion libraries, loaded at run time by their plain names. They lie beside the library.
+
+add_library(vexaimage SHARED companions/colour/colour.cpp)
+target_link_libraries(vexaimage PRIVATE vexa_flags)
+target_include_directories(vexaimage PUBLIC companions/colour)
+set_target_properties(vexaimage PROPERTIES OUTPUT_NAME VexaImage)
+if(WIN32)
+  target_sources(vexaimage PRIVATE companions/colour/VexaImage.def companions/colour/VexaImage.rc)
+  set_target_properties(vexaimage PROPERTIES PREFIX "")
+  target_link_options(vexaimage PRIVATE
+    -Wl,--enable-stdcall-fixup -Wl,--nxcompat -Wl,--dynamicbase -Wl,--no-seh)
+else()
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/vexaimage.map
+    CONTENT "{ global: RGBtoHSI; HSItoRGB; local: *; };\n" @ONLY)
+  target_link_options(vexaimage PRIVATE
+    -Wl,--version-script=${CMAKE_BINARY_DIR}/vexaimage.map -Wl,--no-undefined)
+endif()
+# Whoever builds the library gets what it loads.
+add_dependencies(vexafilter_library vexaimage)

@@ -1,0 +1,29 @@
+// A ring of numbers from which one after the other is taken: what walking along a linked list and
+// unlinking where one stops would give, without the walk.
+#ifndef EFFECTS_RING_H
+#define EFFECTS_RING_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+struct Ring {
+    uint64_t *bits;  // one for each number still there
+    size_t *counts;  // of bits: a binary indexed tree (Fenwick 1994) over the words, from 1 on
+    size_t nWords;
+    size_t nTop;      // the highest power of 2 not above nWords
+    size_t nLeft;     // numbers still there
+    size_t nCurrent;  // how many of them lie before the current one
+};
+
+// Memory for rings of up to nMost numbers. 0 without memory. FreeRing is needed in any case.
+int AllocRing(Ring *pRing, size_t nMost);
+void FreeRing(Ring *pRing);
+
+// The numbers 0 to nNumbers - 1; the first is the current one.
+void FillRing(Ring *pRing, size_t nNumbers);
+
+// Goes nSteps forward from the current number, takes that one out and returns it; the next one
+// becomes the current one. At least one must be there.
+size_t TakeFromRing(Ring *pRing, size_t nSteps);
+
+#endif
