@@ -3,6 +3,7 @@
 set(VEXA_HOST_SOURCES
   hosts/catalogue/catalogue.cpp
   hosts/catalogue/convolution.cpp
+  hosts/catalogue/effects.cpp
   hosts/catalogue/frequency.cpp
   hosts/catalogue/histogram.cpp
   hosts/catalogue/mask.cpp
@@ -10,6 +11,7 @@ set(VEXA_HOST_SOURCES
   hosts/catalogue/point.cpp
   hosts/catalogue/morphology.cpp
   hosts/catalogue/rank.cpp
+  hosts/catalogue/redeye.cpp
   hosts/catalogue/tonal.cpp
   hosts/cli/batch.cpp
   hosts/cli/help.cpp
@@ -25,6 +27,7 @@ set(VEXA_HOST_SOURCES
   hosts/imagefile/metadata.cpp)
 if(WIN32)
   list(APPEND VEXA_HOST_SOURCES
+    hosts/catalogue/win32/seed.cpp
     hosts/cli/win32/system.cpp
     hosts/imagefile/win32/codec_wic.cpp
     hosts/imagefile/win32/filesystem.cpp)
@@ -34,6 +37,7 @@ else()
   find_package(PNG REQUIRED)
   find_package(JPEG REQUIRED)
   list(APPEND VEXA_HOST_SOURCES
+    hosts/catalogue/posix/seed.cpp
     hosts/cli/posix/system.cpp
     hosts/imagefile/posix/codec_jpeg.cpp
     hosts/imagefile/posix/codec_png.cpp

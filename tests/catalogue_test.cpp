@@ -26,6 +26,8 @@ struct DirectCall {
 // Weights without symmetry, the row over the pixel and the column not the same.
 static const char MASK[] = "1,2,0;3,4,5;0,7,9;2,1,1@2,1";
 
+static const RECT RECTANGLE = {2, 3, 17, 11};
+
 static const char ELEMENT[] = "1,1,0;0,0,1;1,0,0;0,1,1@2,1";
 
 static FilterMask StraightMask(const MaskValue &value, std::vector<BYTE *> *columns)
@@ -94,6 +96,17 @@ static const DirectCall CALLS[] = {
     {"HistDIBThreshold", {123}, CALL { (void)v; return HistDIBThreshold(h[0], (UINT)n[0], mode, NULL); }},
     {"HistDIBComplement", {}, CALL { (void)v, (void)n; return HistDIBComplement(h[0], mode, NULL); }},
     {"HistDIBModify", {}, CALL { (void)v, (void)n; return HistDIBModify(h[0], mode, NULL); }},
+    {"FilterMotionBlur", {35, 6}, CALL { (void)v; return FilterMotionBlur(h[0], n[0], n[1], mode, NULL); }},
+    {"FilterCenterMotionBlur", {11, 5}, CALL { (void)v; return FilterCenterMotionBlur(h[0], n[0], n[1], mode, NULL); }},
+    {"FilterMozaic", {5}, CALL { (void)v; return FilterMozaic(h[0], n[0], mode, NULL); }},
+    {"FilterMultiply", {14}, CALL { (void)v; return FilterMultiply(h[0], n[0], mode, NULL); }},
+    {"FilterAddNoise", {33, 4}, CALL { (void)v; TestPinClock(0, (unsigned)n[1]); return FilterAddNoise(h[0], n[0], mode, NULL); }},
+    {"FilterAverage", {6}, CALL { (void)v; return FilterAverage(h[0], n[0], mode, NULL); }},
+    {"FilterImpressionist", {4, 3, 5}, CALL { (void)v; TestPinClock(0, (unsigned)n[2]); return FilterImpressionist(h[0], n[0], n[1], mode, NULL); }},
+    {"FilterPolar", {}, CALL { (void)v, (void)n; return FilterPolar(h[0], mode, NULL); }},
+    {"FilterCylinder", {8, 1}, CALL { (void)v; return FilterCylinder(h[0], n[0], n[1], mode, NULL); }},
+    {"FilterPuzzle", {3, 4, 6, 1}, CALL { (void)v; TestPinClock(0, (unsigned)n[2]); return FilterPuzzle(h[0], n[0], n[1], mode, NULL); }},
+    {"RedEyeRemover", {0, 40, 50}, CALL { (void)v; RECT rect = RECTANGLE; const BYTE limits[] = {(BYTE)n[1], (BYTE)n[2]}; return RedEyeRemover(h[0], &rect, mode, NULL, limits); }},
     {"FreqDIBFFT", {1, 1}, CALL { (void)v, (void)mode; return FreqDIBFFT(h[0], n[0]); }},
     {"FreqDIBLowpass", {5, 2, 0, 1}, CALL { (void)v; return FreqDIBLowpass(h[0], n[0], n[1], n[2], mode & MODE_DIALOG); }},
     {"FreqDIBHighpass", {6, 2, 0, 1}, CALL { (void)v; return FreqDIBHighpass(h[0], n[0], n[1], n[2], mode & MODE_DIALOG); }},
@@ -178,6 +191,7 @@ static std::vector<ParameterValue> ValuesOf(const CatalogueFilter *row, const Di
             EXPECT_TRUE(ParseMask(parameter, bWeights ? MASK : ELEMENT, &values[i].mask));
             continue;
         }
+        values[i].rect = RECTANGLE;
         numbers[i] = values[i].nValue = int(call->values[i]);
         values[i].dValue = call->values[i];
     }

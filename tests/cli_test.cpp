@@ -400,6 +400,54 @@ TEST(Catalogue, RowsAreSound)
     }
 }
 
+TEST(CommandLine, ASeedGivesThePictureAgain)
+{
+    std::string folder = Folder(), out = folder + "out.bmp", first;
+    std::string in = MakePicture(folder + "in.bmp", 8), color = MakePicture(folder + "c.bmp", 24);
+    for (const std::vector<std::string> &call :
+         {std::vector<std::string>{"noise", in}, {"impressionist", in}, {"puzzle", color}}) {
+        std::set<std::string> contents;
+        for (const char *seed : {"5", "6", "5", "2147483647", "0"}) {
+            EXPECT_EQ(Call({call[0], call[1], out, "--seed", seed}).code, 0);
+            contents.insert(Content(out));
+        }
+        EXPECT_EQ(contents.size(), 4u) << call[0];
+    }
+}
+
+// Colours of an 8-bit picture move with its pixels unless the export's own table is asked for.
+TEST(CommandLine, APuzzleOfOneTileIsThePicture)
+{
+    std::string folder = Folder(), out = folder + "out.bmp";
+    std::string in = MakePicture(folder + "in.bmp", 8);
+    ImageMessages messages;
+    for (bool bStored : {false, true}) {
+        const char *flag = bStored ? "--as-stored=yes" : "--as-stored=no";
+        EXPECT_EQ(Call({"puzzle", in, out, "--across=1", "--down=1", flag}).code, 0);
+        const HGLOBAL hIn = ReadImageFile(in.c_str(), nullptr, &messages);
+        const HGLOBAL hOut = ReadImageFile(out.c_str(), nullptr, &messages);
+        EXPECT_EQ(DibBytes(hIn) == DibBytes(hOut), !bStored);
+        GlobalFree(hIn);
+        GlobalFree(hOut);
+    }
+}
+
+TEST(Catalogue, RectanglesAreReadStrictly)
+{
+    const FilterParameter *rect = FindFilterParameter(FindCatalogueFilter("redeye"), "rect");
+    ParameterValue value;
+    for (const char *text : {"1,2,3", "1,2,3,4,5", "1,2,1,4", "1,2,3,2", "-1,2,3,4", "1,2,3,x", "",
+                             "1,,3,4", "1,2,3,4,", "1, 2,3,4", "1,2,3,99999999999999999999999"}) {
+        EXPECT_FALSE(ParseParameterValue(rect, text, &value)) << text;
+    }
+    char text[100];
+    for (const char *good : {"0,0,1,1", "7,8,2147483647,9", "all"}) {
+        EXPECT_TRUE(ParseParameterValue(rect, good, &value)) << good;
+        DescribeValue(rect, &value, text, sizeof text);
+        EXPECT_STREQ(good, text);
+    }
+}
+
 TEST(Catalogue, NumbersAreReadStrictly)
 {
     const FilterParameter integer = {"i", PARAMETER_INTEGER, -5, 99, 3, "", nullptr, 0};

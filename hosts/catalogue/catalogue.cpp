@@ -12,8 +12,8 @@
 #include <strings.h>
 
 static const CatalogueFamily *const FAMILIES[] = {
-    &CONVOLUTION_FAMILY, &POINT_FAMILY, &TONAL_FAMILY,      &HISTOGRAM_FAMILY,
-    &RANK_FAMILY,        &MEAN_FAMILY,  &MORPHOLOGY_FAMILY, &FREQUENCY_FAMILY,
+    &CONVOLUTION_FAMILY, &POINT_FAMILY,      &TONAL_FAMILY,     &HISTOGRAM_FAMILY, &RANK_FAMILY,
+    &MEAN_FAMILY,        &MORPHOLOGY_FAMILY, &FREQUENCY_FAMILY, &EFFECTS_FAMILY,   &REDEYE_FAMILY,
 };
 
 const CatalogueFamily *const *CatalogueFamilies(size_t *count)
@@ -53,6 +53,8 @@ unsigned DepthBit(int bitCount)
            : bitCount == 24 ? DEPTH_24
                             : 0;
 }
+
+static const RECT WHOLE_PICTURE = {0, 0, 2147483647, 2147483647};
 
 // ---- texts -----------------------------------------------------------------------------------
 
@@ -152,6 +154,9 @@ void DescribeAccepted(const FilterParameter *parameter, char *text, size_t size)
         }
         Append(text, size, "or a file that holds them");
         break;
+    case PARAMETER_RECT:
+        Append(text, size, "four numbers as in 10,20,50,40, or all");
+        break;
     }
 }
 
@@ -168,6 +173,16 @@ void DescribeValue(const FilterParameter *parameter, const ParameterValue *value
     }
     if (parameter->nType == PARAMETER_MASK) {
         DescribeMask(&value->mask, text, size);
+        return;
+    }
+    if (parameter->nType == PARAMETER_RECT) {
+        const RECT *rect = &value->rect;
+        if (memcmp(rect, &WHOLE_PICTURE, sizeof *rect) == 0) {
+            snprintf(text, size, "all");
+        } else {
+            snprintf(text, size, "%d,%d,%d,%d", int(rect->left), int(rect->top), int(rect->right),
+                     int(rect->bottom));
+        }
         return;
     }
     snprintf(text, size, "%d", value->nValue);
@@ -192,6 +207,7 @@ void DefaultParameterValue(const FilterParameter *parameter, ParameterValue *val
 {
     value->dValue = parameter->dDefault;
     value->nValue = int(parameter->dDefault);
+    value->rect = WHOLE_PICTURE;
     if (parameter->nType == PARAMETER_MASK) {
         ParseMask(parameter, parameter->pDefaultMask, &value->mask);
     }
@@ -255,6 +271,30 @@ static bool ParseChoice(const NamedValue *choice, const char *text, int *number)
     return *rest == 0 && step < choice->nCount;
 }
 
+static bool ParseRect(const char *text, RECT *rect)
+{
+    LONG *const sides[] = {&rect->left, &rect->top, &rect->right, &rect->bottom};
+    *rect = WHOLE_PICTURE;
+    if (strcasecmp(text, "all") == 0) {
+        return true;
+    }
+    for (size_t i = 0; i < std::size(sides); i++) {
+        char number[20] = "";
+        const size_t length = strcspn(text, ",");
+        int side = 0;
+        if (length >= sizeof number || (text[length] == ',') != (i < 3)) {
+            return false;
+        }
+        memcpy(number, text, length);
+        if (!ParseInteger(number, &side) || side < 0) {
+            return false;
+        }
+        *sides[i] = side;
+        text += length + 1;
+    }
+    return rect->left < rect->right && rect->top < rect->bottom;
+}
+
 bool ParseParameterValue(const FilterParameter *parameter, const char *text, ParameterValue *value)
 {
     switch (parameter->nType) {
@@ -269,6 +309,9 @@ bool ParseParameterValue(const FilterParameter *parameter, const char *text, Par
     case PARAMETER_MASK:
         value->nValue = 0;
         return ParseMask(parameter, text, &value->mask);
+    case PARAMETER_RECT:
+        value->nValue = 0;
+        return ParseRect(text, &value->rect);
     case PARAMETER_CHOICE:
         for (size_t i = 0; i < parameter->nChoices; i++) {
             if (ParseChoice(&parameter->pChoices[i], text, &value->nValue)) {

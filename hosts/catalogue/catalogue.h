@@ -18,6 +18,7 @@ enum ParameterType {
     PARAMETER_FLAG,     // yes (1) or no (0)
     PARAMETER_CHOICE,   // one of pChoices
     PARAMETER_MASK,     // a mask of whole numbers, dLeast to dGreatest
+    PARAMETER_RECT,     // a rectangle inside the picture
 };
 
 // nCount consecutive values from nValue on. One value goes by its name; of several, the first goes
@@ -56,11 +57,13 @@ struct MaskValue {
     int originRow, originColumn;
 };
 
-// dValue for a real parameter, mask for a mask, nValue for all others.
+// dValue for a real parameter, mask for a mask, rect for a rectangle (both corners belong to it),
+// nValue for all others.
 struct ParameterValue {
     int nValue;
     double dValue;
     MaskValue mask;
+    RECT rect;
 };
 
 static const size_t FILTER_PARAMETERS_MOST = 8;
@@ -153,5 +156,7 @@ extern const CatalogueFamily MEAN_FAMILY;
 extern const CatalogueFamily RANK_FAMILY;
 extern const CatalogueFamily MORPHOLOGY_FAMILY;
 extern const CatalogueFamily FREQUENCY_FAMILY;
+extern const CatalogueFamily EFFECTS_FAMILY;
+extern const CatalogueFamily REDEYE_FAMILY;
 
 #endif

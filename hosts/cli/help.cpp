@@ -102,6 +102,8 @@ static const char *ValueName(const FilterParameter *parameter)
         return "NAME";
     case PARAMETER_MASK:
         return "MASK";
+    case PARAMETER_RECT:
+        return "L,T,R,B";
     case PARAMETER_INTEGER:
     case PARAMETER_REAL:
         break;

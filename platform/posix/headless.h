@@ -58,6 +58,13 @@ VEXAPOSIX_API HGLOBAL LatestGlobalBlock(void);
 /* The oldest movable block alive that was made after hBlock; null: there is none. */
 VEXAPOSIX_API HGLOBAL NextGlobalBlock(HGLOBAL hBlock);
 
+/*
+ * For calls of this thread: the effects that draw random numbers seed them with nSeconds in place of
+ * the time, until ClearSeedClock. The same seed gives the same picture.
+ */
+VEXAPOSIX_API void SetSeedClock(unsigned int nSeconds);
+VEXAPOSIX_API void ClearSeedClock(void);
+
 #ifdef __cplusplus
 }
 #endif
