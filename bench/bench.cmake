@@ -30,7 +30,7 @@ target_include_directories(point_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
 target_link_libraries(point_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
   ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
 
-foreach(family tonal histogram mean rank)
+foreach(family effects tonal histogram mean rank)
   add_executable(${family}_bench bench/${family}_bench.cpp bench/harness.cpp)
   target_include_directories(${family}_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
   target_link_libraries(${family}_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
@@ -58,6 +58,7 @@ target_link_libraries(frequency_bench PRIVATE bench_filters ${VEXA_PARTS} ${VEXA
 enable_testing()
 add_test(NAME convolution_bench COMMAND convolution_bench --benchmark_min_time=0)
 add_test(NAME point_bench COMMAND point_bench --benchmark_min_time=0)
+add_test(NAME effects_bench COMMAND effects_bench --benchmark_min_time=0)
 add_test(NAME tonal_bench COMMAND tonal_bench --benchmark_min_time=0)
 add_test(NAME histogram_bench COMMAND histogram_bench --benchmark_min_time=0)
 add_test(NAME mean_bench COMMAND mean_bench --benchmark_min_time=0)

@@ -134,3 +134,78 @@ const BenchFilter GRAY_FILTERS[] = {
     {"Valued-3", GrayRaise, 3},
     {NULL, NULL, 0},
 };
+
+// ---- effects ------------------------------------------------------------------------------------
+
+enum { BLUR_LENGTH = 15 };
+
+static HGLOBAL MotionBlur(HGLOBAL hDib, int nAngle, UINT mode)
+{
+    return FilterMotionBlur(hDib, nAngle, BLUR_LENGTH, mode, NULL);
+}
+
+static HGLOBAL ZoomBlur(HGLOBAL hDib, int nSpread, UINT mode)
+{
+    return FilterCenterMotionBlur(hDib, nSpread, BLUR_LENGTH, mode, NULL);
+}
+
+static HGLOBAL Average(HGLOBAL hDib, int nSize, UINT mode)
+{
+    return FilterAverage(hDib, nSize, mode, NULL);
+}
+
+static HGLOBAL Mosaic(HGLOBAL hDib, int nSide, UINT mode)
+{
+    return FilterMozaic(hDib, nSide, mode, NULL);
+}
+
+static HGLOBAL Multiply(HGLOBAL hDib, int nTenths, UINT mode)
+{
+    return FilterMultiply(hDib, nTenths, mode, NULL);
+}
+
+static HGLOBAL Noise(HGLOBAL hDib, int nAmount, UINT mode)
+{
+    return FilterAddNoise(hDib, nAmount, mode, NULL);
+}
+
+static HGLOBAL Impressionist(HGLOBAL hDib, int nSide, UINT mode)
+{
+    return FilterImpressionist(hDib, nSide, nSide, mode, NULL);
+}
+
+static HGLOBAL Puzzle(HGLOBAL hDib, int nTiles, UINT mode)
+{
+    return FilterPuzzle(hDib, nTiles, nTiles, mode, NULL);
+}
+
+static HGLOBAL Polar(HGLOBAL hDib, int, UINT mode)
+{
+    return FilterPolar(hDib, mode, NULL);
+}
+
+static HGLOBAL Cylinder(HGLOBAL hDib, int nRadius, UINT mode)
+{
+    return FilterCylinder(hDib, nRadius, 0, mode, NULL);
+}
+
+const BenchFilter EFFECTS[] = {
+    {"MotionBlur-0", MotionBlur, 0},
+    {"MotionBlur-30", MotionBlur, 30},
+    {"Average-4", Average, 4},
+    {"Average-16", Average, 16},
+    {"Average-64", Average, 64},
+    {"Average-256", Average, 256},
+    {"Mosaic-16", Mosaic, 16},
+    {"Multiply-15", Multiply, 15},
+    {"Noise-40", Noise, 40},
+    {"Polar", Polar, 0},
+    {"Cylinder-700", Cylinder, 700},
+    {"ZoomBlur-100", ZoomBlur, 100},
+    {"Impressionist-8", Impressionist, 8},
+    {"Impressionist-64", Impressionist, 64},
+    {"Impressionist-all", Impressionist, 1 << 30},
+    {"Puzzle-8", Puzzle, 8},
+    {"Puzzle-100", Puzzle, 100},
+    {NULL, NULL, 0},
+};

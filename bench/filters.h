@@ -18,6 +18,8 @@ extern const BenchFilter CONVOLUTIONS[];  // up to one without a name
 extern const BenchFilter PAGE_FILTERS[];
 extern const BenchFilter GRAY_FILTERS[];
 
+extern const BenchFilter EFFECTS[];  // gray and colour; up to one without a name
+
 // Not a filter: a block as large as the image, allocated as results are and written once.
 extern const BenchFilter NEW_BLOCK;
 

@@ -95,6 +95,7 @@ static int TimeFilters(PictureKind kind, int side)
     snprintf(size, sizeof size, "%d", side);
     int bDone = TimeFilter(&NEW_BLOCK, pKind, size, pixels, hSource);
     bDone &= TimeTable(CONVOLUTIONS, pKind, size, pixels, hSource);
+    bDone &= TimeTable(EFFECTS, pKind, size, pixels, hSource);
     if (kind == PICTURE_RAMP) {
         bDone &= TimeTable(GRAY_FILTERS, pKind, size, pixels, hSource);
     }

@@ -1,15 +1,14 @@
 // See effect_kernels.h: compiled once per instruction set into the namespace KERNEL_LEVEL.
 //
 // Divisions. Of 16-bit sums: the sum times 65536 / divisor without its fraction is the quotient or
-// one less, which one comparison tells. Of the others: a half is added to the sum before it is
-// multiplied by the divisor's inverse; the product is then further from a whole number than it can
-// be wrong.
+// one less, which one comparison tells. Of 32-bit sums: the product with the divisor's inverse, a
+// little too small, is the quotient or one less, too. Of doubles: a half is added to the sum
+// before; the product is then further from a whole number than it can be wrong.
 
 #include "effect_kernels.h"
 
 #include "frame/intops.h"
 #include "random.h"
-#include "statistics/mean_running.h"
 
 namespace KERNEL_LEVEL
 {
@@ -84,9 +83,10 @@ static void AddLines(const BYTE *const *lines, size_t nLines, double *totals, si
 
 // ---- box means ----------------------------------------------------------------------------------
 
-template <class Sum> static size_t BoxStateBytes(size_t nColumns, size_t step)
+// Sums from the left, of each channel: a window is the difference of two. 32-bit ones wrap around.
+template <class Sum> static size_t BoxStateBytes(size_t count, size_t nColumns, size_t step)
 {
-    return (2 * RunningSpare(nColumns, step) + RunningBlock(nColumns, step)) * sizeof(Sum);
+    return (count + (nColumns + 1) * step) * sizeof(Sum);
 }
 
 template <class Sum>
@@ -94,37 +94,83 @@ static void AdvanceBox(void *pColumns, const BYTE *entering, const BYTE *leaving
 {
     Sum *columns = (Sum *)pColumns;
     for (size_t i = 0; i < count; i++) {
-        columns[i] = Plus(columns[i], (Sum)(entering[i] - leaving[i]));
+        columns[i] += (Sum)(entering[i] - leaving[i]);
     }
 }
 
-template <class Real>
+template <class Sum, size_t STEP>
+static void SumFromLeft(const Sum *columns, Sum *__restrict prefix, size_t count)
+{
+    Sum sums[STEP] = {};
+    for (size_t i = 0; i < count; i += STEP) {
+        for (size_t channel = 0; channel < STEP; channel++) {
+            prefix[i + channel] = sums[channel];
+            sums[channel] += columns[i + channel];
+        }
+    }
+    for (size_t channel = 0; channel < STEP; channel++) {
+        prefix[count + channel] = sums[channel];
+    }
+}
+
+template <class Sum> static const Sum *SumColumnsFromLeft(const BoxRow *p)
+{
+    const size_t nSums = p->count + p->nColumns * p->step;
+    if (p->step == 1) {
+        SumFromLeft<Sum, 1>((const Sum *)p->columns, (Sum *)p->pState, nSums);
+    } else {
+        SumFromLeft<Sum, 3>((const Sum *)p->columns, (Sum *)p->pState, nSums);
+    }
+    return (const Sum *)p->pState;
+}
+
+// The inverses, a little too small, then the numbers of samples.
 static void InvertBox(void *pInverses, const int *perRow, double nRows, size_t count)
 {
-    Real *inverses = (Real *)pInverses;
+    float *inverses = (float *)pInverses;
+    uint32_t *samples = (uint32_t *)(void *)(inverses + count);
     for (size_t i = 0; i < count; i++) {
-        inverses[i] = (Real)(1.0 / (nRows * perRow[i]));
+        samples[i] = (uint32_t)((int)nRows * perRow[i]);
+        inverses[i] = (1 - 1.0F / (1 << 21)) / (float)(int)samples[i];
     }
 }
 
-template <class Sum, class Real> static void AverageBox(const BoxRow *p)
+static void AverageBox(const BoxRow *p)
 {
-    const size_t nBlock = RunningBlock(p->nColumns, p->step);
-    Sum *spare = (Sum *)p->pState;
-    Sum *const spares[] = {spare, spare + RunningSpare(p->nColumns, p->step)};
-    Sum *sums = spares[1] + RunningSpare(p->nColumns, p->step);
-    const Real half = (Real)0.5, most = (Real)255;
-    for (size_t start = 0; start < p->count; start += nBlock) {
-        const size_t n = Least(p->count - start, nBlock);
-        const Real *inverses = (const Real *)p->inverses + start;
-        BYTE *__restrict out = p->out + start;
-        SumColumns((const Sum *)p->columns + start, p->nColumns, p->step, spares, sums, n);
-        for (size_t i = 0; i < n; i++) {
-            // A host that changes the picture meanwhile may make it anything.
-            const Real mean = ((Real)sums[i] + half) * inverses[i];
-            const Real least = mean > most ? most : mean;
-            out[i] = (BYTE)(int)(least < 0 ? 0 : least);
-        }
+    const size_t count = p->count;
+    const uint32_t *prefix = SumColumnsFromLeft<uint32_t>(p);
+    const uint32_t *end = prefix + p->nColumns * p->step;
+    const float *inverses = (const float *)p->inverses;
+    const uint32_t *samples = (const uint32_t *)(const void *)(inverses + count);
+    BYTE *__restrict out = p->out;
+    for (size_t i = 0; i < count; i++) {
+        const uint32_t sum = end[i] - prefix[i];
+        const int nearly = (int)((float)(int)sum * inverses[i]);
+        const int rest = (int)(sum - (uint32_t)nearly * samples[i]);
+        out[i] = (BYTE)(nearly + (rest >= (int)samples[i] ? 1 : 0));
+    }
+}
+
+static void InvertLargeBox(void *pInverses, const int *perRow, double nRows, size_t count)
+{
+    double *inverses = (double *)pInverses;
+    for (size_t i = 0; i < count; i++) {
+        inverses[i] = 1.0 / (nRows * perRow[i]);
+    }
+}
+
+static void AverageLargeBox(const BoxRow *p)
+{
+    const size_t count = p->count;
+    const double *prefix = SumColumnsFromLeft<double>(p);
+    const double *end = prefix + p->nColumns * p->step;
+    const double *inverses = (const double *)p->inverses;
+    BYTE *__restrict out = p->out;
+    for (size_t i = 0; i < count; i++) {
+        // A host that changes the picture meanwhile may make it anything.
+        const double mean = (end[i] - prefix[i] + 0.5) * inverses[i];
+        const double least = mean > 255 ? 255 : mean;
+        out[i] = (BYTE)(int)(least < 0 ? 0 : least);
     }
 }
 
@@ -207,12 +253,10 @@ static void Radii(int nSquare, int *__restrict out, size_t count)
 const EffectKernels EFFECT_KERNELS = {
     AverageLines,
     AddLines,
-    {{sizeof(int32_t), sizeof(float), BoxStateBytes<int32_t>, AdvanceBox<int32_t>, InvertBox<float>,
-      AverageBox<int32_t, float>},
-     {sizeof(int32_t), sizeof(double), BoxStateBytes<int32_t>, AdvanceBox<int32_t>,
-      InvertBox<double>, AverageBox<int32_t, double>},
-     {sizeof(double), sizeof(double), BoxStateBytes<double>, AdvanceBox<double>, InvertBox<double>,
-      AverageBox<double, double>}},
+    {{sizeof(uint32_t), sizeof(float) + sizeof(uint32_t), BoxStateBytes<uint32_t>,
+      AdvanceBox<uint32_t>, InvertBox, AverageBox},
+     {sizeof(double), sizeof(double), BoxStateBytes<double>, AdvanceBox<double>, InvertLargeBox,
+      AverageLargeBox}},
     AddToColumns,
     AddNoise,
     Radii};

@@ -15,23 +15,23 @@ enum { LINES_MOST = 257, LINE_SPARE = 64 };
 struct BoxRow {
     const void *columns;
     const void *inverses;
-    void *pState;  // StateBytes of them
-    size_t nColumns, step;
+    void *pState;           // StateBytes of them
+    size_t nColumns, step;  // 1 or 3
     BYTE *out;
     size_t count;
 };
 
-// How sums and inverses are kept: as 32-bit numbers and floats while a window has no more than 8192
-// samples, then as 32-bit numbers and doubles, past 2^23 samples as doubles. All are exact.
-enum BoxSums { BOX_SMALL, BOX_MIDDLE, BOX_LARGE, BOX_SUMS };
-enum { BOX_SMALL_MOST = 8192, BOX_MIDDLE_MOST = 1 << 23 };
+// How sums are kept: as 32-bit numbers while a window has no more than 2^23 samples, then as
+// doubles. Both are exact.
+enum BoxSums { BOX_SMALL, BOX_LARGE, BOX_SUMS };
+enum { BOX_SMALL_MOST = 1 << 23 };
 
 struct BoxKernels {
     size_t nSumBytes, nInverseBytes;
-    size_t (*StateBytes)(size_t nColumns, size_t step);
+    size_t (*StateBytes)(size_t count, size_t nColumns, size_t step);
     // columns[i] += entering[i] - leaving[i]
     void (*Advance)(void *columns, const BYTE *entering, const BYTE *leaving, size_t count);
-    // inverses[i] = 1 / (nRows * perRow[i])
+    // For windows of nRows * perRow[i] samples.
     void (*Invert)(void *inverses, const int *perRow, double nRows, size_t count);
     void (*Average)(const BoxRow *pRow);
 };

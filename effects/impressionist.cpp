@@ -64,14 +64,19 @@ static void ShuffleBlock(Shuffle *p, const Block *pBlock)
     if (nPixels == 0) {
         return;
     }
+    // Both quotients are exact: the draws are below 2^15, and a half keeps off whole numbers.
+    const uint64_t nReciprocal = ((uint64_t)1 << 32) / nPixels + 1;
+    const double perColumn = 1.0 / nHeight;
     FillRing(&p->ring, nPixels);
     for (int x = 0; x < pBlock->nWidth; x++, to += p->channels) {
         BYTE *out = to;
         for (unsigned y = 0; y < nHeight; y++, out -= stride) {
+            const unsigned nDraw = DrawRandom(&p->nState);
             const unsigned nTaken =
-                (unsigned)TakeFromRing(&p->ring, DrawRandom(&p->nState) % nPixels);
-            const unsigned nColumn = nTaken / nHeight;
-            const BYTE *in = from + nColumn * p->channels - (ptrdiff_t)(nTaken % nHeight) * stride;
+                TakeFromRing(&p->ring, nDraw - (unsigned)(nDraw * nReciprocal >> 32) * nPixels);
+            const unsigned nColumn = (unsigned)(int)((nTaken + 0.5) * perColumn);
+            const BYTE *in =
+                from + nColumn * p->channels - (ptrdiff_t)(nTaken - nColumn * nHeight) * stride;
             out[0] = in[0];
             if (p->channels == COLOR_CHANNELS) {
                 out[1] = in[1];

@@ -78,13 +78,13 @@ static void CopyTile(const Tiling *p, unsigned nTileColumn, unsigned nTileRow, i
 
 static void LayTiles(const Tiling *p, Ring *pRing)
 {
-    const size_t nDown = (size_t)p->counts.nDown;
-    size_t nLeft = (size_t)p->counts.nAcross * nDown;
+    const unsigned nDown = (unsigned)p->counts.nDown;
+    unsigned nLeft = (unsigned)p->counts.nAcross * nDown;
     uint32_t nState = SeedFromClock();
     FillRing(pRing, nLeft);
     for (int column = 0; column < p->counts.nAcross; column++) {
         for (int row = 0; row < p->counts.nDown; row++, nLeft--) {
-            const size_t nTile = TakeFromRing(pRing, DrawRandom(&nState) % nLeft);
+            const unsigned nTile = TakeFromRing(pRing, DrawRandom(&nState) % nLeft);
             CopyTile(p, nTile / nDown & 0xff, nTile % nDown & 0xff, column, row);
         }
     }

@@ -7,8 +7,8 @@
 //             the right and down, so that an odd size is the next lower even one. What lies outside
 //             the picture does not count.
 //
-// All go through the levels of gray. The box mean keeps sums of columns and puts windows together
-// from runs of 1, 2, 4, ... columns: its cost hardly grows with the size.
+// All go through the levels of gray. The box mean keeps sums of columns, and of those sums from the
+// left, of which two make a window (Crow 1984): its cost does not grow with the size.
 
 #include "VexaFilter.h"
 #include "effect_frame.h"
@@ -189,9 +189,7 @@ static int PrepareBox(BoxMean *p, int nReach)
     p->nReachX = nReach < width ? nReach : width;
     p->nReachY = nReach < height ? nReach : height;
     const int64_t nMost = 4 * (int64_t)p->nReachX * p->nReachY;
-    p->pKernels = &g_pEffectKernels->box[nMost <= BOX_SMALL_MOST    ? BOX_SMALL
-                                         : nMost <= BOX_MIDDLE_MOST ? BOX_MIDDLE
-                                                                    : BOX_LARGE];
+    p->pKernels = &g_pEffectKernels->box[nMost <= BOX_SMALL_MOST ? BOX_SMALL : BOX_LARGE];
     const size_t nColumns = 2 * (size_t)p->nReachX;
     const size_t nSamples = p->rows.nSamples;
     p->columns = WorkAlloc(nSamples + nColumns * p->rows.channels, p->pKernels->nSumBytes);
@@ -199,7 +197,7 @@ static int PrepareBox(BoxMean *p, int nReach)
     p->scratch = (BYTE *)WorkAlloc(nSamples, 2);
     p->perRow = (int *)WorkAlloc(nSamples, sizeof(int));
     p->inverses = WorkAlloc(nSamples, p->pKernels->nInverseBytes);
-    p->state = WorkAlloc(p->pKernels->StateBytes(nColumns, p->rows.channels), 1);
+    p->state = WorkAlloc(p->pKernels->StateBytes(nSamples, nColumns, p->rows.channels), 1);
     if (p->columns == NULL || p->black == NULL || p->scratch == NULL || p->perRow == NULL ||
         p->inverses == NULL || p->state == NULL) {
         return 0;
