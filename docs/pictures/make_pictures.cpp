@@ -2,15 +2,15 @@
 //
 //   scene.png         a drawn landscape
 //   convolution.png   before and after: the scene, sharpened, blurred, and two edge images
-//   rank.png         the scene with specks, and the rank filters
-//   mean.png         the scene with grain, and the mean and adaptive filters
-//   morphology.png   a page with specks, opened, outlined, as a skeleton; the scene in gray,
-//   opened,
-//                    closed, and what the opening takes away
-//   frequency.png    the scene, the middle of its spectrum, low-pass and high-pass; unevenly lit
-//   and
-//                    corrected, smeared and restored
+//   rank.png          the scene with specks, and the rank filters
+//   mean.png          the scene with grain, and the mean and adaptive filters
+//   morphology.png    a page with specks, opened, outlined, as a skeleton; the scene in gray,
+//                     opened, closed, and what the opening takes away
+//   frequency.png     the scene, the middle of its spectrum, low-pass and high-pass; unevenly lit
+//                     and corrected, smeared and restored
 //   smeared.png, smear.png   the smeared scene, and what the smear makes of a point
+//   effects.png       the scene and eleven effects
+//   redeyes.png, redeye.png  two eyes as a flash makes them, and without their red
 //
 // Build the target docs_pictures and run it with the folder to write to.
 
@@ -399,8 +399,7 @@ static void PasteFrom(HGLOBAL hSheet, HGLOBAL hPicture, int x0, int y0, int colu
 }
 
 // As the command line calls it: with the values in the order of its parameters.
-static HGLOBAL RunFrequency(const char *name, HGLOBAL hDib, HGLOBAL hSecond,
-                            const double (&values)[6])
+static HGLOBAL RunByName(const char *name, HGLOBAL hDib, HGLOBAL hSecond, const double (&values)[6])
 {
     const CatalogueFilter *filter = FindCatalogueFilter(name);
     const HGLOBAL images[] = {hDib, hSecond};
@@ -478,13 +477,13 @@ static int SaveFrequencies(HGLOBAL hScene, const char *folder)
     const HGLOBAL hSmear = DrawSmear();
     int bSaved = 0;
     if (hSheet != NULL && hDark != NULL && hSmeared != NULL && hSmear != NULL) {
-        PasteFrom(hSheet, RunFrequency("lowpass", hScene, NULL, {20, 2}), 0, 0, 2, 0);
-        PasteFrom(hSheet, RunFrequency("highpass", hScene, NULL, {20, 2}), 0, 0, 3, 0);
-        PasteFrom(hSheet, RunFrequency("spectrum", hScene, NULL, {}), 256 - WIDTH / 2,
+        PasteFrom(hSheet, RunByName("lowpass", hScene, NULL, {20, 2}), 0, 0, 2, 0);
+        PasteFrom(hSheet, RunByName("highpass", hScene, NULL, {20, 2}), 0, 0, 3, 0);
+        PasteFrom(hSheet, RunByName("spectrum", hScene, NULL, {}), 256 - WIDTH / 2,
                   256 - HEIGHT / 2, 1, 0);
         PasteFrom(hSheet, ChangePixels(hScene, Keep), 0, 0, 0, 0);
-        PasteIndexed(hSheet, RunFrequency("homomorphic", hDark, NULL, {4, 8, 1.0, 0.3}), 8, 1, 1);
-        PasteFrom(hSheet, RunFrequency("wiener", hSmeared, hSmear, {10, 1}), 0, 0, 3, 1);
+        PasteIndexed(hSheet, RunByName("homomorphic", hDark, NULL, {4, 8, 1.0, 0.3}), 8, 1, 1);
+        PasteFrom(hSheet, RunByName("wiener", hSmeared, hSmear, {10, 1}), 0, 0, 3, 1);
         PasteIndexed(hSheet, hDark, 8, 0, 1);
         bSaved = Save(hSmeared, folder, "smeared.png") && Save(hSmear, folder, "smear.png");
         PasteFrom(hSheet, hSmeared, 0, 0, 2, 1);
@@ -492,6 +491,102 @@ static int SaveFrequencies(HGLOBAL hScene, const char *folder)
     }
     GlobalFree(hDarkened);
     GlobalFree(hSmear);
+    GlobalFree(hSheet);
+    return bSaved;
+}
+
+// ---- effects --------------------------------------------------------------------------------
+
+static int SaveEffects(HGLOBAL hScene, const char *folder)
+{
+    static const struct {
+        const char *pName;
+        double values[6];
+    } EFFECTS[] = {{"motion-blur", {30, 21}},
+                   {"zoom-blur", {60, 15}},
+                   {"mosaic", {10}},
+                   {"multiply", {15}},
+                   {"noise", {90, 1}},
+                   {"average", {10}},
+                   {"impressionist", {10, 10, 1}},
+                   {"polar", {}},
+                   {"cylinder", {110, 0}},
+                   {"cylinder", {90, 1}},
+                   {"puzzle", {7, 5, 2}}};
+    const HGLOBAL hSheet = NewPicture(4 * WIDTH + 3 * GAP, 3 * HEIGHT + 2 * GAP);
+    int bSaved = 0, cell = 1;
+    if (hSheet != NULL) {
+        Paste(hSheet, ChangePixels(hScene, Keep), 0, 0);
+        for (const auto &effect : EFFECTS) {
+            Paste(hSheet, RunByName(effect.pName, hScene, NULL, effect.values), cell % 4, cell / 4);
+            cell++;
+        }
+        bSaved = Save(hSheet, folder, "effects.png");
+    }
+    GlobalFree(hSheet);
+    return bSaved;
+}
+
+// ---- red eyes -------------------------------------------------------------------------------
+
+static int InsideEye(int x, int y, int cx, int cy)
+{
+    return (x - cx) * (x - cx) * 5 + (y - cy) * (y - cy) * 16 < 46 * 46 * 5;
+}
+
+static Color FaceColor(int x, int y)
+{
+    const int cx = x < WIDTH / 2 ? 78 : 202, cy = 104;
+    const int n = Noise(x, y) / 2;
+    const int bBrow = (x - cx) * (x - cx) / 70 + 52 < y && y < (x - cx) * (x - cx) / 110 + 62;
+    if (Inside(x, y, cx + 5, cy - 6, 4)) {
+        return {250, 250, 250};
+    }
+    if (InsideEye(x, y, cx, cy)) {
+        return Inside(x, y, cx, cy, 12)   ? Color{205 + n, 28 + n, 40 + n}
+               : Inside(x, y, cx, cy, 21) ? Color{96 + 2 * n, 66 + 2 * n, 44 + n}
+                                          : Color{238 + n, 234 + n, 230 + n};
+    }
+    if (bBrow && x - cx > -48 && x - cx < 48) {
+        return {92 + 2 * n, 62 + n, 48 + n};
+    }
+    return {222 + n - (y - 90) * (y - 90) / 500, 176 + n - (y - 90) * (y - 90) / 400, 150 + n};
+}
+
+static HGLOBAL DrawFace(void)
+{
+    const HGLOBAL hDib = NewPicture(WIDTH, HEIGHT);
+    BYTE *pBlock = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
+    for (int y = 0; pBlock != NULL && y < HEIGHT; y++) {
+        for (int x = 0; x < WIDTH; x++) {
+            const Color color = FaceColor(x, y);
+            BYTE *pixel = PixelAt(pBlock, x, y);
+            pixel[0] = (BYTE)color.blue;
+            pixel[1] = (BYTE)color.green;
+            pixel[2] = (BYTE)color.red;
+        }
+    }
+    if (pBlock != NULL) {
+        GlobalUnlock(hDib);
+    }
+    return hDib;
+}
+
+static int SaveRedEyes(const char *folder)
+{
+    RECT left = {56, 82, 100, 126}, right = {180, 82, 224, 126};
+    const BYTE limits[] = {31, 130};  // so that brown eyes stay brown
+    const HGLOBAL hSheet = NewPicture(2 * WIDTH + GAP, HEIGHT);
+    const HGLOBAL hFace = DrawFace();
+    int bSaved = 0;
+    if (hSheet != NULL && hFace != NULL) {
+        const HGLOBAL hHalf = RedEyeRemover(hFace, &left, 0, NULL, limits);
+        bSaved = Save(hFace, folder, "redeyes.png");
+        Paste(hSheet, RedEyeRemover(hHalf, &right, 0, NULL, limits), 1, 0);
+        Paste(hSheet, hFace, 0, 0);
+        GlobalFree(hHalf);
+        bSaved = bSaved && Save(hSheet, folder, "redeye.png");
+    }
     GlobalFree(hSheet);
     return bSaved;
 }
@@ -507,7 +602,8 @@ int main(int argc, char **argv)
     }
     int bSaved = Save(hScene, folder, "scene.png") && SaveRanks(hScene, folder) &&
                  SaveMeans(hScene, folder) && SaveMorphology(hScene, folder) &&
-                 SaveFrequencies(hScene, folder);
+                 SaveFrequencies(hScene, folder) && SaveEffects(hScene, folder) &&
+                 SaveRedEyes(folder);
     // Twice the blur, so that it shows at this size.
     const HGLOBAL hBlurred = FilterUniform(hScene, 0, NULL);
     Paste(hSheet, FilterEnhance(hScene, 0, NULL), 1, 0);
