@@ -61,7 +61,7 @@ int AnswerDialog(const char *pEntry, const UINT_PTR *pArguments, int nArguments)
 // VexaDlgs.dll is loaded now.
 bool IsDialogLibraryLoaded(void);
 
-// ---- the colour library and the clock ------------------------------------------------------------
+// ---- the colour library and the clock -----------------------------------------------------------
 
 // While on, VexaImage.dll is not found.
 void HideColours(bool bHide);

@@ -111,13 +111,13 @@ static Color SceneColor(int x, int y)
     return Color{250 - y / 3, 170 + y / 4, 120 + y / 2};
 }
 
-static HGLOBAL DrawScene(void)
+static HGLOBAL Draw(Color (*ColorAt)(int x, int y))
 {
     const HGLOBAL hDib = NewPicture(WIDTH, HEIGHT);
     BYTE *pBlock = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
     for (int y = 0; pBlock != NULL && y < HEIGHT; y++) {
         for (int x = 0; x < WIDTH; x++) {
-            const Color color = SceneColor(x, y);
+            const Color color = ColorAt(x, y);
             BYTE *pixel = PixelAt(pBlock, x, y);
             pixel[0] = (BYTE)color.blue;
             pixel[1] = (BYTE)color.green;
@@ -553,31 +553,12 @@ static Color FaceColor(int x, int y)
     return {222 + n - (y - 90) * (y - 90) / 500, 176 + n - (y - 90) * (y - 90) / 400, 150 + n};
 }
 
-static HGLOBAL DrawFace(void)
-{
-    const HGLOBAL hDib = NewPicture(WIDTH, HEIGHT);
-    BYTE *pBlock = hDib != NULL ? (BYTE *)GlobalLock(hDib) : NULL;
-    for (int y = 0; pBlock != NULL && y < HEIGHT; y++) {
-        for (int x = 0; x < WIDTH; x++) {
-            const Color color = FaceColor(x, y);
-            BYTE *pixel = PixelAt(pBlock, x, y);
-            pixel[0] = (BYTE)color.blue;
-            pixel[1] = (BYTE)color.green;
-            pixel[2] = (BYTE)color.red;
-        }
-    }
-    if (pBlock != NULL) {
-        GlobalUnlock(hDib);
-    }
-    return hDib;
-}
-
 static int SaveRedEyes(const char *folder)
 {
     RECT left = {56, 82, 100, 126}, right = {180, 82, 224, 126};
     const BYTE limits[] = {31, 130};  // so that brown eyes stay brown
     const HGLOBAL hSheet = NewPicture(2 * WIDTH + GAP, HEIGHT);
-    const HGLOBAL hFace = DrawFace();
+    const HGLOBAL hFace = Draw(FaceColor);
     int bSaved = 0;
     if (hSheet != NULL && hFace != NULL) {
         const HGLOBAL hHalf = RedEyeRemover(hFace, &left, 0, NULL, limits);
@@ -594,7 +575,7 @@ static int SaveRedEyes(const char *folder)
 int main(int argc, char **argv)
 {
     const char *folder = argc > 1 ? argv[1] : ".";
-    const HGLOBAL hScene = DrawScene();
+    const HGLOBAL hScene = Draw(SceneColor);
     const HGLOBAL hSheet = NewPicture(3 * WIDTH + 2 * GAP, 2 * HEIGHT + GAP);
     if (hScene == NULL || hSheet == NULL) {
         fprintf(stderr, "make_pictures: out of memory.\n");

@@ -10,7 +10,8 @@ static const int HUE_DEFAULT = 31, SATURATION_DEFAULT = 76;
 static const FilterParameter REDEYE_PARAMETERS[] = {
     {"rect", PARAMETER_RECT, 0, 2147483647, 0,
      "The rectangle that is looked at: left, top, right and bottom in pixels from the upper left "
-     "corner, right and bottom the larger.", nullptr, 0},
+     "corner, right and bottom the larger.",
+     nullptr, 0},
     {"hue", PARAMETER_INTEGER, 0, 255, HUE_DEFAULT,
      "How far from red a hue may be; 255 is a full turn, 128 takes every hue.", nullptr, 0},
     {"saturation", PARAMETER_INTEGER, 0, 255, SATURATION_DEFAULT,

@@ -59,8 +59,8 @@ VEXAPOSIX_API HGLOBAL LatestGlobalBlock(void);
 VEXAPOSIX_API HGLOBAL NextGlobalBlock(HGLOBAL hBlock);
 
 /*
- * For calls of this thread: the effects that draw random numbers seed them with nSeconds in place of
- * the time, until ClearSeedClock. The same seed gives the same picture.
+ * For calls of this thread: the effects that draw random numbers seed them with nSeconds in place
+ * of the time, until ClearSeedClock. The same seed gives the same picture.
  */
 VEXAPOSIX_API void SetSeedClock(unsigned int nSeconds);
 VEXAPOSIX_API void ClearSeedClock(void);

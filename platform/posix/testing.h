@@ -71,7 +71,7 @@ VEXAPOSIX_API void TestSetDialogLibrary(const TestEntry *pEntries, int nEntries)
 VEXAPOSIX_API void TestClearDialogLibrary(void);
 /* Successful calls of LoadLibraryA minus those of FreeLibrary, since the process began. */
 VEXAPOSIX_API int TestLoadedLibraries(void);
-/* LoadLibraryA finds no library of that file name; null: all are found again. The text must stay. */
+/* LoadLibraryA finds no library of that file name, a text that must stay; null: finds all. */
 VEXAPOSIX_API void TestHideLibrary(const char *pName);
 /* TRUE when the module's DllMain refused to attach. */
 VEXAPOSIX_API BOOL TestAttachRefused(HMODULE hModule);
