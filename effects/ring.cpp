@@ -103,7 +103,7 @@ uint32_t TakeFromRing(Ring *pRing, uint32_t nSteps)
     const uint32_t nLeft = pRing->nLeft--;
     uint32_t nBefore = pRing->nCurrent + nSteps % nLeft;
     nBefore -= nBefore >= nLeft ? nLeft : 0;
-    pRing->nCurrent = nBefore < nLeft - 1 ? nBefore : 0;
+    pRing->nCurrent = nBefore;
     uint32_t nWord = 0;
     for (uint32_t nJump = pRing->nTop; nJump != 0; nJump /= 2) {
         const uint32_t nCount = pRing->counts[nWord + nJump];

@@ -11,7 +11,7 @@ struct Ring {
     uint32_t *counts;   // of bits: a binary indexed tree (Fenwick 1994) over the words, from 1 on
     uint32_t nTop;      // half the entries of the tree, whose number is a power of 2
     uint32_t nLeft;     // numbers still there
-    uint32_t nCurrent;  // how many of them lie before the current one
+    uint32_t nCurrent;  // how many of them lie before the current one; all: it is the first
 };
 
 // Memory for rings of up to nMost numbers, 2^31 at the most. 0 without memory. FreeRing is needed
