@@ -265,7 +265,7 @@ TEST_F(Effects, EveryEffectEqualsTheReferenceOnLargerPictures)
     }
 }
 
-// All angles, and lines long enough that rounding lengthens them on the way.
+// All angles, sizes and radii of some kind.
 TEST_F(Effects, EveryDirectionAndEveryRadius)
 {
     const Bytes gray = MakeDib({130, 61, 8, RAMP, 0, 91, 0});
@@ -273,6 +273,9 @@ TEST_F(Effects, EveryDirectionAndEveryRadius)
         const EffectCall call = {MOTION_BLUR, {angle, 11 + angle / 50}};
         EXPECT_EQ("", CheckEffect(call, gray, 0, Want(call, gray)));
     }
+    // All but straight to the left: from some column on rounding takes a sample one further.
+    const EffectCall left = {MOTION_BLUR, {-14918660, 13}};
+    EXPECT_EQ("", CheckEffect(left, gray, 0, Want(left, gray)));
     for (int side : {100, 101, 177, 320}) {
         const Bytes dib = MakeDib({side, 400 - side, 8, RAMP, 0, (unsigned)side, 0});
         EXPECT_EQ("", CheckEffect({POLAR, {}}, dib, 0, Want({POLAR, {}}, dib)));
