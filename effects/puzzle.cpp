@@ -90,14 +90,14 @@ static void LayTiles(const Tiling *p, Ring *pRing)
     }
 }
 
-static HGLOBAL MakeCanvas(const DibView *pSource, int64_t nWidth, int64_t nHeight)
+static HGLOBAL MakeCanvas(const BITMAPINFOHEADER *pSource, int64_t nWidth, int64_t nHeight,
+                          int bitCount)
 {
     if (nWidth > INT32_MAX || nHeight > INT32_MAX) {
         return NULL;
     }
-    return CreateBlankDib((int)nWidth, (int)nHeight, DotsPerInch(pSource->header.biXPelsPerMeter),
-                          DotsPerInch(pSource->header.biYPelsPerMeter),
-                          (BYTE)pSource->shape.bitCount, 0);
+    return CreateBlankDib((int)nWidth, (int)nHeight, DotsPerInch(pSource->biXPelsPerMeter),
+                          DotsPerInch(pSource->biYPelsPerMeter), (BYTE)bitCount, 0);
 }
 
 static HGLOBAL Puzzle(FilterCall *pCall, const Picture *pPicture)
@@ -113,7 +113,7 @@ static HGLOBAL Puzzle(FilterCall *pCall, const Picture *pPicture)
     const int64_t nHeight = PadToTiles(pShape->height, tiling.counts.nDown);
     tiling.nTileWidth = (int)(nWidth / tiling.counts.nAcross);
     tiling.nTileHeight = (int)(nHeight / tiling.counts.nDown);
-    HGLOBAL hCanvas = MakeCanvas(&pPicture->view, nWidth, nHeight);
+    HGLOBAL hCanvas = MakeCanvas(&pCall->source.header, nWidth, nHeight, pShape->bitCount);
     if (hCanvas == NULL) {
         return NULL;
     }
