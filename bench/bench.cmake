@@ -11,7 +11,7 @@ if(WIN32)
 endif()
 
 add_executable(peak_memory bench/peak_memory.cpp)
-target_link_libraries(peak_memory PRIVATE bench_filters vexafilter_library)
+target_link_libraries(peak_memory PRIVATE bench_filters vexafilter_tested)
 
 find_package(benchmark REQUIRED)
 find_path(OPENCV_INCLUDE opencv2/imgproc.hpp PATH_SUFFIXES opencv4 REQUIRED)

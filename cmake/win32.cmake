@@ -26,7 +26,12 @@ add_custom_command(
 add_custom_target(import_libraries ALL
   DEPENDS ${CMAKE_BINARY_DIR}/libVexaFilter.a ${CMAKE_BINARY_DIR}/VexaFilter.lib)
 
+# Out of the way: beside ours it would be preferred, and it lacks the @N.
+set_target_properties(vexafilter_library PROPERTIES
+  ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/linker)
+
 # What a host links.
 add_library(vexafilter_import INTERFACE)
 target_link_libraries(vexafilter_import INTERFACE ${CMAKE_BINARY_DIR}/libVexaFilter.a)
 add_dependencies(vexafilter_import import_libraries vexafilter_library)
+add_library(vexafilter_tested ALIAS vexafilter_import)

@@ -6,7 +6,8 @@ target_include_directories(vexaimage PUBLIC companions/colour)
 set_target_properties(vexaimage PROPERTIES OUTPUT_NAME VexaImage)
 if(WIN32)
   target_sources(vexaimage PRIVATE companions/colour/VexaImage.def companions/colour/VexaImage.rc)
-  set_target_properties(vexaimage PROPERTIES PREFIX "")
+  set_target_properties(vexaimage PROPERTIES PREFIX ""
+    ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/linker)
   target_link_options(vexaimage PRIVATE
     -Wl,--enable-stdcall-fixup -Wl,--nxcompat -Wl,--dynamicbase -Wl,--no-seh)
 else()
@@ -17,3 +18,6 @@ else()
 endif()
 # Whoever builds the library gets what it loads.
 add_dependencies(vexafilter_library vexaimage)
+if(NOT WIN32)
+  add_dependencies(vexafilter_tested vexaimage)
+endif()

@@ -42,7 +42,7 @@ vexa_add_tests(vexafilter_tests
   tests/morphology_test.cpp
   tests/redeye_test.cpp
   tests/rank_test.cpp)
-target_link_libraries(vexafilter_tests PRIVATE vexafilter_import gtest
+target_link_libraries(vexafilter_tests PRIVATE vexafilter_tested gtest
   point_kernels_sse2 point_kernels_avx2)
 if(WIN32)
   target_sources(vexafilter_tests PRIVATE tests/host_win32.cpp tests/win32_test.cpp)
@@ -90,7 +90,7 @@ endif()
 
 # The hosts: picture files and the command line, in-process.
 vexa_add_tests(vexafilter_host_tests tests/cli_test.cpp tests/imagefile_test.cpp)
-target_link_libraries(vexafilter_host_tests PRIVATE vexa_hosts vexafilter_import gtest gtest_main)
+target_link_libraries(vexafilter_host_tests PRIVATE vexa_hosts vexafilter_tested gtest gtest_main)
 if(WIN32)
   add_dependencies(vexafilter_host_tests vexa_tests_dll)
 else()
@@ -111,6 +111,9 @@ foreach(language c c++)
     -Werror -fsyntax-only ${CMAKE_SOURCE_DIR}/include/VexaFilter.h)
 endforeach()
 
+if(NOT WIN32)
+  add_test(NAME so COMMAND ${CMAKE_SOURCE_DIR}/scripts/check-so ${CMAKE_BINARY_DIR})
+endif()
 if(WIN32)
   add_test(NAME dll COMMAND ${CMAKE_SOURCE_DIR}/scripts/check-dll ${CMAKE_BINARY_DIR})
 endif()

@@ -3,8 +3,6 @@
 
 #include "internal.h"
 
-TestBench testBench;
-
 void TestReset(void)
 {
     TestFailAllocation(0);
