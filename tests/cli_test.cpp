@@ -150,6 +150,9 @@ TEST(CommandLine, WrongCommandLinesSayWhyAndDoNothing)
 {
     std::string folder = Folder();
     std::string in = MakePicture(folder + "in.bmp", 8), out = folder + "out.png";
+    std::string wide = MakePicture(folder + "wide.bmp", 8, 21);
+    std::string colour = MakePicture(folder + "colour.bmp", 24);
+    std::string tall = MakePicture(folder + "tall.bmp", 8, 1, 65536);
     const struct {
         std::vector<std::string> arguments;
         const char *pSays;
@@ -176,6 +179,16 @@ TEST(CommandLine, WrongCommandLinesSayWhyAndDoNothing)
         {{"gauss", in, out, "--quiet=yes"}, "takes no value"},
         {{"gauss", in, out, "-x"}, "'-x'"},
         {{"gauss", "--", in, "-o", out}, "several pictures"},
+        {{"levels", in, out, "--in-low", "9", "--in-high", "8"}, "--in-low 9 is above --in-high 8"},
+        {{"levels", in, out, "--in-mid", "9", "--in-high", "8"}, "--in-mid 9 does not lie"},
+        {{"levels", in, out, "--out-high", "8", "--out-low", "9"}, "--out-low 9 is above"},
+        {{"trimmed-mean", in, out, "--trim", "4"}, "3 at the most"},
+        {{"yp-mean", in, out, "--order", "0"}, "--order 0"},
+        {{"dwmtm", in, out, "--small", "7", "--large", "3"}, "--small 7 is above --large 3"},
+        {{"arithmetic", in, wide, out}, "has 20 x 10 pixels of 8 bits"},
+        {{"wiener", in, colour, out}, "of the same depth"},
+        {{"slide", tall, out}, "up to 65535 rows, and this one has 65536"},
+        {{"lowpass", tall, out}, "up to 8192 rows"},
     };
     for (const auto &row : CASES) {
         Outcome outcome = Call(row.arguments);
@@ -184,7 +197,12 @@ TEST(CommandLine, WrongCommandLinesSayWhyAndDoNothing)
         EXPECT_EQ(outcome.out, "");
         EXPECT_EQ(outcome.error.find('\n'), outcome.error.size() - 1) << outcome.error;
     }
-    EXPECT_EQ(Names(folder), std::set<std::string>{"in.bmp"});
+    EXPECT_EQ(Names(folder),
+              (std::set<std::string>{"colour.bmp", "in.bmp", "tall.bmp", "wide.bmp"}));
+    // The middle follows the ends, and what is at the limit is done.
+    EXPECT_EQ(Call({"levels", in, out, "--in-high", "100"}).code, 0);
+    EXPECT_EQ(Call({"trimmed-mean", in, out, "--trim", "3"}).code, 0);
+    EXPECT_EQ(Call({"wiener", in, wide, out}).code, 0);
 }
 
 TEST(CommandLine, EveryValueThatTheHelpNamesIsAccepted)

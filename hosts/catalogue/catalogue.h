@@ -80,6 +80,13 @@ struct CatalogueCall {
     HWND hParent;
 };
 
+// What an export asks of the pictures' sizes. 0: nothing.
+struct PictureLimits {
+    int nMostWidth, nMostHeight;
+    int nMostRowBytes;            // as stored
+    bool bSameDepth, bSameSides;  // of two pictures
+};
+
 struct CatalogueFilter {
     const char *pName;         // what a user calls it: "gauss"
     const char *pExport;       // "FilterGauss"
@@ -92,7 +99,13 @@ struct CatalogueFilter {
     const FilterParameter *pParameters;
     size_t nParameters;
     HGLOBAL (*Run)(const CatalogueCall *call);
+    // Values that are in range each by itself may not go together: false after it has written why.
+    bool (*Accepts)(const ParameterValue *values, char *why, size_t size) = nullptr;
+    PictureLimits limits = {0, 0, 0, false, false};
 };
+
+// The rows are counted in 16 bits, and the bytes of a row.
+static const PictureLimits SIXTEEN_BIT_LIMITS = {0, 65535, 65535, false, false};
 
 struct CatalogueFamily {
     const char *pName;   // "convolution"

@@ -402,35 +402,41 @@ static const char BLUR_DETAILS[] =
     "corner; its values up to 127 count. The result may be shifted by as much as its middle is "
     "off. With a scale of your own, what leaves the range wraps around.";
 
+// The planes of larger ones fit no 32-bit process.
+static const PictureLimits SIDE_LIMITS = {8192, 8192, 0, false, false};
+static const PictureLimits PAIR_LIMITS = {8192, 8192, 0, true, false};
+
 static const CatalogueFilter FILTERS[] = {
     {"spectrum", "FreqDIBFFT", "HGLOBAL hDib, int nTransformKind", nullptr,
      "shows the logarithm of the Fourier spectrum",
      "The result is a square with a power of 2 for its side; frequency 0 lies in the middle.", 1,
-     DEPTHS, SPECTRUM_PARAMETERS, std::size(SPECTRUM_PARAMETERS), CallSpectrum},
+     DEPTHS, SPECTRUM_PARAMETERS, std::size(SPECTRUM_PARAMETERS), CallSpectrum, nullptr,
+     SIDE_LIMITS},
     {"lowpass", "FreqDIBLowpass", PASS_ARGUMENTS, "FFTPASSUI", "keeps the low frequencies",
-     LEVEL_DETAILS, 1, DEPTHS, PASS_PARAMETERS, std::size(PASS_PARAMETERS),
-     CallShifted<Lowpass, 3>},
+     LEVEL_DETAILS, 1, DEPTHS, PASS_PARAMETERS, std::size(PASS_PARAMETERS), CallShifted<Lowpass, 3>,
+     nullptr, SIDE_LIMITS},
     {"highpass", "FreqDIBHighpass", PASS_ARGUMENTS, "FFTPASSUI", "keeps the high frequencies",
      MIDDLE_DETAILS, 1, DEPTHS, PASS_PARAMETERS, std::size(PASS_PARAMETERS),
-     CallShifted<Highpass, 3>},
+     CallShifted<Highpass, 3>, nullptr, SIDE_LIMITS},
     {"emphasize", "FreqDIBEnhance",
      "HGLOBAL hDib, int nCutoff, float gain, int nTransformKind, int bShowDialog", "FFTENHANCEUI",
      "weakens the low frequencies", MIDDLE_DETAILS, 1, DEPTHS, EMPHASIS_PARAMETERS,
-     std::size(EMPHASIS_PARAMETERS), CallShifted<Emphasis, 3>},
+     std::size(EMPHASIS_PARAMETERS), CallShifted<Emphasis, 3>, nullptr, SIDE_LIMITS},
     {"homomorphic", "FreqDIBHomomorphic",
      "HGLOBAL hDib, int nCutoff, int nBandWidth, float gammaHigh, float gammaLow, int "
      "nTransformKind, int bShowDialog",
      "FFTHOMOMORPHICUI", "evens out the light",
      "Weakens the low frequencies of the logarithm and spreads the result over all levels, each "
      "channel by itself.",
-     1, DEPTHS, HOMOMORPHIC_PARAMETERS, std::size(HOMOMORPHIC_PARAMETERS), CallHomomorphic},
+     1, DEPTHS, HOMOMORPHIC_PARAMETERS, std::size(HOMOMORPHIC_PARAMETERS), CallHomomorphic, nullptr,
+     SIDE_LIMITS},
     {"inverse", "FreqDIBInverse", "HGLOBAL hDegraded, HGLOBAL hPsf, int nTransformKind, int nScale",
      nullptr, "undoes a blur, noise or not", BLUR_DETAILS, 2, DEPTHS, INVERSE_PARAMETERS,
-     std::size(INVERSE_PARAMETERS), CallRestoration<Inverse, 0>},
+     std::size(INVERSE_PARAMETERS), CallRestoration<Inverse, 0>, nullptr, PAIR_LIMITS},
     {"wiener", "FreqDIBWiener",
      "HGLOBAL hDegraded, HGLOBAL hPsf, double noiseK, int nTransformKind, int nScale", nullptr,
      "undoes a blur and spares the noise", BLUR_DETAILS, 2, DEPTHS, WIENER_PARAMETERS,
-     std::size(WIENER_PARAMETERS), CallRestoration<Wiener, 1>},
+     std::size(WIENER_PARAMETERS), CallRestoration<Wiener, 1>, nullptr, PAIR_LIMITS},
 };
 
 const CatalogueFamily FREQUENCY_FAMILY = {"frequency", "Frequency domain", FILTERS,

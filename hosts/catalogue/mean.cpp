@@ -3,6 +3,7 @@
 
 #include <iterator>
 #include <limits.h>
+#include <stdio.h>
 
 static constexpr double LARGEST_SIZE = 2147483647;
 
@@ -58,6 +59,24 @@ static const FilterParameter MMSE_PARAMETERS[] = {
      "sharpened.",
      nullptr, 0},
 };
+
+static bool AcceptsOrder(const ParameterValue *p, char *why, size_t size)
+{
+    if (p[1].nValue == 0) {
+        snprintf(why, size, "--order 0 has no root; 1 is the plain mean");
+        return false;
+    }
+    return true;
+}
+
+static bool AcceptsWindows(const ParameterValue *p, char *why, size_t size)
+{
+    if (p[0].nValue > p[1].nValue) {
+        snprintf(why, size, "--small %d is above --large %d", p[0].nValue, p[1].nValue);
+        return false;
+    }
+    return true;
+}
 
 static HGLOBAL CallGeometric(const CatalogueCall *call)
 {
@@ -127,7 +146,7 @@ static const CatalogueFilter FILTERS[] = {
      "removes dark specks (or bright ones) with a mean of powers",
      "With an order below 0 a window with a black pixel gives black. Pixels whose window leaves "
      "the picture stay as they are.",
-     1, DEPTHS, YP_PARAMETERS, std::size(YP_PARAMETERS), CallYp},
+     1, DEPTHS, YP_PARAMETERS, std::size(YP_PARAMETERS), CallYp, AcceptsOrder},
     {"weighted-mean", "FilterWeightedMean",
      "HGLOBAL hDib, const FilterMask *pMask, UINT mode, HWND hParent", "WMeanFilterUI",
      "blurs with a mean weighted by a mask",
@@ -137,7 +156,7 @@ static const CatalogueFilter FILTERS[] = {
     {"dwmtm", "FilterAdaptiveDWMTM",
      "HGLOBAL hDib, int nSmallSize, int nLargeSize, int nTrimLevel, UINT mode, HWND hParent",
      "ADWMTMUI", "smooths noise but not edges: the mean of the pixels near a median", BORDER, 1,
-     DEPTHS, DWMTM_PARAMETERS, std::size(DWMTM_PARAMETERS), CallDwmtm},
+     DEPTHS, DWMTM_PARAMETERS, std::size(DWMTM_PARAMETERS), CallDwmtm, AcceptsWindows},
     {"mmse", "FilterAdaptiveMMSE",
      "HGLOBAL hDib, int nSize, int nNoiseVariance, UINT mode, HWND hParent", "AMMSEUI",
      "smooths flat areas more than busy ones, for noise of a known variance",

@@ -161,19 +161,29 @@ static const char SIGNED_DETAILS[] =
     "and 100 make 44. docs/point.md tells which.";
 
 static const CatalogueFilter FILTERS[] = {
-    {"arithmetic", "ArithmeticDIB",
-     "int nOperation, HGLOBAL hFirst, HGLOBAL hSecond, UINT mode, HWND hParent", "ARITHUI",
-     "combines two pictures of the same size and depth", SIGNED_DETAILS, 2, ALL_DEPTHS,
-     PAIR_PARAMETERS, std::size(PAIR_PARAMETERS), CallArithmetic},
+    {"arithmetic",
+     "ArithmeticDIB",
+     "int nOperation, HGLOBAL hFirst, HGLOBAL hSecond, UINT mode, HWND hParent",
+     "ARITHUI",
+     "combines two pictures of the same size and depth",
+     SIGNED_DETAILS,
+     2,
+     ALL_DEPTHS,
+     PAIR_PARAMETERS,
+     std::size(PAIR_PARAMETERS),
+     CallArithmetic,
+     nullptr,
+     {0, 65535, 65535, true, true}},
     {"arithmetic-const", "ArithmeticDIBConst",
      "int nOperation, HGLOBAL hImage, int nConstant, UINT mode, HWND hParent", "ARITHCONSTUI",
      "combines a picture with a constant", SIGNED_DETAILS, 1, ALL_DEPTHS, CONSTANT_PARAMETERS,
-     std::size(CONSTANT_PARAMETERS), CallArithmeticConst},
+     std::size(CONSTANT_PARAMETERS), CallArithmeticConst, nullptr, SIXTEEN_BIT_LIMITS},
     {"brightness", "ApplyLUT", "HGLOBAL hDib, HGLOBAL hTable, int bMakeCopy, int *pError", nullptr,
      "changes brightness and contrast about the picture's mean",
      "The result is gray. Made by ComputeHistogram, moved over the whole picture, ComputeLUT and "
      "ApplyLUT.",
-     1, DEPTH_8, BRIGHTNESS_PARAMETERS, std::size(BRIGHTNESS_PARAMETERS), CallBrightness},
+     1, DEPTH_8, BRIGHTNESS_PARAMETERS, std::size(BRIGHTNESS_PARAMETERS), CallBrightness, nullptr,
+     SIXTEEN_BIT_LIMITS},
 };
 
 const CatalogueFamily POINT_FAMILY = {"point", "Point operations", FILTERS, std::size(FILTERS)};

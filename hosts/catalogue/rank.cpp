@@ -3,6 +3,8 @@
 
 #include <iterator>
 
+#include <stdio.h>
+
 static const unsigned DEPTHS = DEPTH_1 | DEPTH_8 | DEPTH_24;
 static const double LARGEST_SIZE = 2147483647;
 static const char SIZE_ARGUMENTS[] = "HGLOBAL hDib, int nSize, UINT mode, HWND hParent";
@@ -32,6 +34,18 @@ static const FilterParameter TRIM_PARAMETERS[] = {
 static const FilterParameter MEDIAN_MASK_PARAMETERS[] = {
     {"mask", PARAMETER_MASK, 0, 255, 0, MASK_MEANING, nullptr, 0, "1,3,1;1,3,1;1,3,1"},
 };
+
+static bool AcceptsTrim(const ParameterValue *p, char *why, size_t size)
+{
+    const long long samples = (long long)p[0].nValue * p[0].nValue;
+    if (p[1].nValue >= samples / 2) {
+        snprintf(why, size,
+                 "--trim %d takes all of the %lld samples of --size %d: %lld at the most",
+                 p[1].nValue, samples, p[0].nValue, samples / 2 - 1);
+        return false;
+    }
+    return true;
+}
 
 static HGLOBAL CallMinimum(const CatalogueCall *call)
 {
@@ -91,7 +105,7 @@ static const CatalogueFilter FILTERS[] = {
      SIZE_PARAMETERS, std::size(SIZE_PARAMETERS), CallRange},
     {"trimmed-mean", "FilterAlphaTrimmedMean", TRIM_ARGUMENTS, "AlphaFilterUI",
      "averages a window without its darkest and brightest pixels", WINDOW_DETAILS, 1, DEPTHS,
-     TRIM_PARAMETERS, std::size(TRIM_PARAMETERS), CallTrimmedMean},
+     TRIM_PARAMETERS, std::size(TRIM_PARAMETERS), CallTrimmedMean, AcceptsTrim},
     {"weighted-median", "FilterWeightedMedian", MASK_ARGUMENTS, "WMedianFilterUI",
      "takes the median where some pixels count more than once",
      "The first pixel that counts, column by column, is left out once. A pixel is computed when "

@@ -3,6 +3,8 @@
 
 #include <iterator>
 
+#include <stdio.h>
+
 static const NamedValue CHANNELS[] = {
     {"all", 0, 1, "blue, green and red, each by its own levels"},
     {"blue", 1, 1, "only blue"},
@@ -34,8 +36,11 @@ static const FilterParameter LEVELS_PARAMETERS[] = {
     {"in-low", PARAMETER_INTEGER, 0, 255, 0, "What is not above this goes to out-low.", nullptr, 0},
     {"in-high", PARAMETER_INTEGER, 0, 255, 255,
      "What is not below this goes to out-high. Not below in-low.", nullptr, 0},
-    {"in-mid", PARAMETER_INTEGER, 0, 255, 128,
-     "Goes to the middle between out-low and out-high. From in-low to in-high.", nullptr, 0},
+    {"in-mid", PARAMETER_INTEGER, -1, 255, -1,
+     "Goes to the middle between out-low and out-high. From in-low to in-high; -1: half way "
+     "between "
+     "them.",
+     nullptr, 0},
     {"out-low", PARAMETER_INTEGER, 0, 255, 0, "The darkest level of the result.", nullptr, 0},
     {"out-high", PARAMETER_INTEGER, 0, 255, 255,
      "The brightest level of the result. Not below out-low.", nullptr, 0},
@@ -75,10 +80,31 @@ static HGLOBAL CallPosterizing(const CatalogueCall *call)
     return FilterPosterizing(call->pImages[0], call->pValues[0].nValue, call->mode, call->hParent);
 }
 
+static int MiddlePoint(const ParameterValue *p)
+{
+    return p[2].nValue >= 0 ? p[2].nValue : (p[0].nValue + p[1].nValue + 1) / 2;
+}
+
+static bool AcceptsLevels(const ParameterValue *p, char *why, size_t size)
+{
+    const int low = p[0].nValue, high = p[1].nValue, middle = MiddlePoint(p);
+    if (low > high) {
+        snprintf(why, size, "--in-low %d is above --in-high %d", low, high);
+    } else if (middle < low || middle > high) {
+        snprintf(why, size, "--in-mid %d does not lie from --in-low %d to --in-high %d", middle,
+                 low, high);
+    } else if (p[3].nValue > p[4].nValue) {
+        snprintf(why, size, "--out-low %d is above --out-high %d", p[3].nValue, p[4].nValue);
+    } else {
+        return true;
+    }
+    return false;
+}
+
 static HGLOBAL CallLevels(const CatalogueCall *call)
 {
     const ParameterValue *p = call->pValues;
-    return FilterLevels(call->pImages[0], p[0].nValue, p[1].nValue, p[2].nValue, p[3].nValue,
+    return FilterLevels(call->pImages[0], p[0].nValue, p[1].nValue, MiddlePoint(p), p[3].nValue,
                         p[4].nValue, p[5].nValue, call->mode, call->hParent);
 }
 
@@ -119,7 +145,7 @@ static const CatalogueFilter FILTERS[] = {
      "UINT mode, HWND hParent",
      "LEVELSUI", "moves the black, middle and white point",
      "The levels that occur between the points are spread evenly, by their rank.", 1, DEPTHS,
-     LEVELS_PARAMETERS, std::size(LEVELS_PARAMETERS), CallLevels},
+     LEVELS_PARAMETERS, std::size(LEVELS_PARAMETERS), CallLevels, AcceptsLevels},
     {"auto-levels", "FilterAutoLevels", "HGLOBAL hDib, int nClipPercent, UINT mode, HWND hParent",
      "AUTOLEVELSUI", "chooses the black and white point from the picture",
      "The levels that occur between the points are spread evenly, by their rank; the brightest of "

@@ -55,6 +55,55 @@ static ExitCode ReadInput(const CommandOptions *options, const std::string &path
                     .c_str());
 }
 
+static BITMAPINFOHEADER HeaderOf(HGLOBAL hDib)
+{
+    BITMAPINFOHEADER header = *static_cast<const BITMAPINFOHEADER *>(GlobalLock(hDib));
+    GlobalUnlock(hDib);
+    return header;
+}
+
+static std::string SizeText(HGLOBAL hDib)
+{
+    const BITMAPINFOHEADER header = HeaderOf(hDib);
+    return Text("%d x %d pixels of %d bit%s", int(header.biWidth), int(header.biHeight),
+                int(header.biBitCount), header.biBitCount == 1 ? "" : "s");
+}
+
+// What is wrong with the pictures' sizes; empty: nothing.
+static std::string Misfit(const CatalogueFilter *filter, const std::string *paths,
+                          const HGLOBAL *images)
+{
+    const PictureLimits *limits = &filter->limits;
+    for (int i = 0; i < filter->nImages; i++) {
+        const BITMAPINFOHEADER header = HeaderOf(images[i]);
+        const long long rowBytes = ((long long)header.biWidth * header.biBitCount + 31) / 32 * 4;
+        if (limits->nMostWidth && header.biWidth > limits->nMostWidth) {
+            return Text("%s: %s takes pictures of up to %d columns, and this one has %d",
+                        paths[i].c_str(), filter->pName, limits->nMostWidth, int(header.biWidth));
+        }
+        if (limits->nMostHeight && header.biHeight > limits->nMostHeight) {
+            return Text("%s: %s takes pictures of up to %d rows, and this one has %d",
+                        paths[i].c_str(), filter->pName, limits->nMostHeight, int(header.biHeight));
+        }
+        if (limits->nMostRowBytes && rowBytes > limits->nMostRowBytes) {
+            return Text("%s: %s takes rows of up to %d bytes, and those of this picture have %lld",
+                        paths[i].c_str(), filter->pName, limits->nMostRowBytes, rowBytes);
+        }
+    }
+    if (filter->nImages < 2) {
+        return "";
+    }
+    const BITMAPINFOHEADER a = HeaderOf(images[0]), b = HeaderOf(images[1]);
+    const bool bSides = a.biWidth == b.biWidth && a.biHeight == b.biHeight;
+    const bool bDepth = a.biBitCount == b.biBitCount;
+    if ((limits->bSameSides && !bSides) || (limits->bSameDepth && !bDepth)) {
+        return Text("%s takes two pictures of the same %s: %s has %s, %s has %s", filter->pName,
+                    limits->bSameSides ? "size and depth" : "depth", paths[0].c_str(),
+                    SizeText(images[0]).c_str(), paths[1].c_str(), SizeText(images[1]).c_str());
+    }
+    return "";
+}
+
 static HGLOBAL ApplyFilter(const CommandOptions *options, const HGLOBAL *images, const char *label)
 {
     bool bDraw = options->nProgress == PROGRESS_ALWAYS ||
@@ -74,17 +123,11 @@ static HGLOBAL ApplyFilter(const CommandOptions *options, const HGLOBAL *images,
     return hResult;
 }
 
-// Null results have no reason; size and parameters are what is left after the checks before.
+// Null results have no reason; what a filter may refuse was looked at before.
 static std::string NoResult(const CommandOptions *options, HGLOBAL hDib)
 {
-    const BITMAPINFOHEADER *header = static_cast<const BITMAPINFOHEADER *>(GlobalLock(hDib));
-    std::string sentence =
-        Text("%s gave no result: memory ran out, or it refuses %s %d x %d pixels of %d bits",
-             options->pFilter->pName,
-             options->pFilter->nParameters > 0 ? "these parameters for" : "a picture of",
-             int(header->biWidth), int(header->biHeight), int(header->biBitCount));
-    GlobalUnlock(hDib);
-    return sentence;
+    return Text("%s gave no result for %s: memory ran out", options->pFilter->pName,
+                SizeText(hDib).c_str());
 }
 
 static ExitCode WriteOutput(const CommandOptions *options, const std::string &path, HGLOBAL hDib,
@@ -118,6 +161,11 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
     }
     if (code == EXIT_DONE && WasInterrupted()) {
         code = EXIT_INTERRUPTED;
+    }
+    std::string misfit = code == EXIT_DONE ? Misfit(options->pFilter, inputs, images) : "";
+    if (!misfit.empty()) {
+        Say("%s", misfit.c_str());
+        code = EXIT_USAGE;
     }
     if (code == EXIT_DONE) {
         hResult = ApplyFilter(options, images, BaseName(inputs[0]).c_str());

@@ -404,6 +404,11 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
     if (!ShareNames(&names, options)) {
         return false;
     }
+    char why[200];
+    if (options->pFilter->Accepts && !options->pFilter->Accepts(options->values, why, sizeof why)) {
+        Say("%s: %s", options->pFilter->pName, why);
+        return false;
+    }
     if (!options->bFolder && options->nFormat == IMAGE_UNKNOWN && options->output != "-") {
         options->nFormat = ImageFormatOfName(options->output.c_str());
     }
