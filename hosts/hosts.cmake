@@ -2,6 +2,7 @@
 
 set(VEXA_HOST_SOURCES
   hosts/catalogue/catalogue.cpp
+  hosts/catalogue/conversion.cpp
   hosts/catalogue/convolution.cpp
   hosts/catalogue/effects.cpp
   hosts/catalogue/frequency.cpp
@@ -22,6 +23,7 @@ set(VEXA_HOST_SOURCES
   hosts/imagefile/bmp_read.cpp
   hosts/imagefile/bmp_runs.cpp
   hosts/imagefile/bmp_write.cpp
+  hosts/imagefile/convert.cpp
   hosts/imagefile/dib.cpp
   hosts/imagefile/imagefile.cpp
   hosts/imagefile/metadata.cpp)

@@ -70,6 +70,8 @@ static const DirectCall CALLS[] = {
     {"ArithmeticDIB", {8}, CALL { (void)v; return ArithmeticDIB(n[0], h[0], h[1], mode, NULL); }},
     {"ArithmeticDIBConst", {8, 77}, CALL { (void)v; return ArithmeticDIBConst(n[0], h[0], n[1], mode, NULL); }},
     {"ApplyLUT", {30, 60}, NULL},  // made of three exports
+    {"ConvertMonoDibToGrayScale", {2}, NULL},  // of other depths, too
+    {"Convert8bitto24", {}, NULL},             // the same
     {"FilterAutoContrast", {}, CALL { (void)v, (void)n; return FilterAutoContrast(h[0], mode, NULL); }},
     {"FilterParabolaTransformation", {1}, CALL { (void)v; return FilterParabolaTransformation(h[0], (UINT)n[0], mode, NULL); }},
     {"FilterSolarizing", {99}, CALL { (void)v; return FilterSolarizing(h[0], n[0], mode, NULL); }},

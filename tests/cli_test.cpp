@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -393,6 +394,11 @@ TEST(Catalogue, RowsAreSound)
             const CatalogueFilter *filter = &families[i]->pFilters[j];
             SCOPED_TRACE(filter->pName);
             EXPECT_TRUE(names.insert(filter->pName).second);
+            std::istringstream aliases(filter->pAliases ? filter->pAliases : "");
+            for (std::string alias; aliases >> alias;) {
+                EXPECT_TRUE(names.insert(alias).second) << alias;
+                EXPECT_EQ(FindCatalogueFilter(alias.c_str()), filter) << alias;
+            }
             EXPECT_EQ(FindCatalogueFilter(filter->pExport), filter);
             EXPECT_TRUE(filter->pSummary && filter->pDetails && filter->pArguments && filter->Run);
             EXPECT_TRUE(filter->nDepths && filter->nImages >= 1 &&
@@ -448,6 +454,83 @@ TEST(CommandLine, APuzzleOfOneTileIsThePicture)
         GlobalFree(hIn);
         GlobalFree(hOut);
     }
+}
+
+// A picture of 2 x 1 pixels with the colours of a table of that many bits.
+static std::string MakeTablePicture(const std::string &path, int bits, RGBQUAD first,
+                                    RGBQUAD second)
+{
+    ImageMessages messages;
+    HGLOBAL hDib = MakeDib(2, 1, bits);
+    BYTE *block = static_cast<BYTE *>(GlobalLock(hDib));
+    memset(block + 40, 99, size_t(4) << bits);  // gray
+    memcpy(block + 40, &first, 4);
+    memcpy(block + 44, &second, 4);
+    block[40 + (size_t(4) << bits)] = bits == 1 ? 0x40 : bits == 4 ? 0x01 : 0;
+    block[41 + (size_t(4) << bits)] = bits == 8;
+    GlobalUnlock(hDib);
+    EXPECT_TRUE(WriteImageFile(hDib, path.c_str(), IMAGE_BMP, 90, false, &messages));
+    GlobalFree(hDib);
+    return path;
+}
+
+// The depth, and blue, green, red or the level of both pixels.
+static std::vector<int> Pixels(const std::string &path)
+{
+    ImageMessages messages;
+    HGLOBAL hDib = ReadImageFile(path.c_str(), nullptr, &messages);
+    std::vector<int> values;
+    if (hDib) {
+        const BYTE *block = static_cast<const BYTE *>(GlobalLock(hDib));
+        values.push_back(block[14]);
+        const size_t first = block[14] == 24 ? 40 : 40 + (size_t(4) << block[14]);
+        for (size_t i = 0; i < (block[14] == 24 ? 6 : 2); i++) {
+            values.push_back(block[first + i]);
+        }
+        GlobalUnlock(hDib);
+        GlobalFree(hDib);
+    }
+    return values;
+}
+
+// Filters on stored values see the picture, not the numbers of its colours, unless told otherwise.
+TEST(CommandLine, ColourTablesAreLookedThrough)
+{
+    const std::string folder = Folder(), out = folder + "out.bmp";
+    const RGBQUAD red = {10, 20, 200, 0}, green = {0, 250, 40, 0}, dark = {60, 60, 60, 0},
+                  light = {180, 180, 180, 0}, black = {0, 0, 0, 0}, white = {255, 255, 255, 0};
+    const std::vector<int> negative = {24, 245, 235, 55, 255, 5, 215};
+    for (int bits : {1, 4, 8}) {
+        const std::string color = MakeTablePicture(folder + "c.bmp", bits, red, green);
+        const std::string gray = MakeTablePicture(folder + "g.bmp", bits, light, dark);
+        EXPECT_EQ(Call({"invert", color, out}).code, 0);
+        EXPECT_EQ(Pixels(out), negative) << bits;
+        EXPECT_EQ(Call({"complement", gray, out}).code, 0);
+        EXPECT_EQ(Pixels(out), (std::vector<int>{8, 75, 195})) << bits;
+        EXPECT_EQ(Call({"arithmetic", gray, color, out, "--operation", "xor"}).code, 0);
+        EXPECT_EQ(Pixels(out),
+                  (std::vector<int>{24, 180 ^ 10, 180 ^ 20, 180 ^ 200, 60, 60 ^ 250, 60 ^ 40}))
+            << bits;
+        EXPECT_EQ(Call({"grayscale", color, out}).code, 0);
+        EXPECT_EQ(Pixels(out), (std::vector<int>{8, 73, 159})) << bits;
+        EXPECT_EQ(Call({"to-24", color, out}).code, 0);
+        EXPECT_EQ(Pixels(out), (std::vector<int>{24, 10, 20, 200, 0, 250, 40})) << bits;
+        EXPECT_EQ(Call({"multiply", color, out, "--tenths=10"}).code, 0);
+        EXPECT_EQ(Pixels(out), (std::vector<int>{24, 10, 20, 200, 0, 250, 40})) << bits;
+        EXPECT_EQ(Call({"average", color, out, "--size=2"}).code, 0);
+        EXPECT_EQ(Pixels(out)[0], 24) << bits;
+        EXPECT_EQ(Call({"brightness", color, out, "--brightness=5"}).code, 0);
+        EXPECT_EQ(Pixels(out), (std::vector<int>{24, 15, 25, 205, 5, 255, 45})) << bits;
+    }
+    const std::string color = MakeTablePicture(folder + "c.bmp", 8, red, green);
+    EXPECT_EQ(Call({"complement", color, out, "--stored-values"}).code, 0);
+    EXPECT_EQ(Pixels(out), (std::vector<int>{8, 255, 254}));
+    const std::string page = MakeTablePicture(folder + "p.bmp", 1, black, white);
+    EXPECT_EQ(Call({"gray", page, out}).code, 0);
+    EXPECT_EQ(Pixels(out), (std::vector<int>{8, 0, 255}));
+    Outcome refused = Call({"gray-dilate", color, out});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.error.find("gray pictures"), std::string::npos) << refused.error;
 }
 
 TEST(Catalogue, RectanglesAreReadStrictly)

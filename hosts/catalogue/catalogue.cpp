@@ -12,8 +12,9 @@
 #include <strings.h>
 
 static const CatalogueFamily *const FAMILIES[] = {
-    &CONVOLUTION_FAMILY, &POINT_FAMILY,      &TONAL_FAMILY,     &HISTOGRAM_FAMILY, &RANK_FAMILY,
-    &MEAN_FAMILY,        &MORPHOLOGY_FAMILY, &FREQUENCY_FAMILY, &EFFECTS_FAMILY,   &REDEYE_FAMILY,
+    &CONVOLUTION_FAMILY, &POINT_FAMILY,  &TONAL_FAMILY,      &HISTOGRAM_FAMILY,
+    &RANK_FAMILY,        &MEAN_FAMILY,   &MORPHOLOGY_FAMILY, &FREQUENCY_FAMILY,
+    &EFFECTS_FAMILY,     &REDEYE_FAMILY, &CONVERSION_FAMILY,
 };
 
 const CatalogueFamily *const *CatalogueFamilies(size_t *count)
@@ -22,12 +23,26 @@ const CatalogueFamily *const *CatalogueFamilies(size_t *count)
     return FAMILIES;
 }
 
+static bool IsAlias(const CatalogueFilter *filter, const char *name)
+{
+    const size_t length = strlen(name);
+    for (const char *word = filter->pAliases; word && *word;) {
+        const size_t end = strcspn(word, " ");
+        if (end == length && strncasecmp(word, name, end) == 0) {
+            return true;
+        }
+        word += end + strspn(word + end, " ");
+    }
+    return false;
+}
+
 const CatalogueFilter *FindCatalogueFilter(const char *name)
 {
     for (const CatalogueFamily *family : FAMILIES) {
         for (size_t i = 0; i < family->nFilters; i++) {
             const CatalogueFilter *filter = &family->pFilters[i];
-            if (strcasecmp(name, filter->pName) == 0 || strcasecmp(name, filter->pExport) == 0) {
+            if (strcasecmp(name, filter->pName) == 0 || strcasecmp(name, filter->pExport) == 0 ||
+                IsAlias(filter, name)) {
                 return filter;
             }
         }

@@ -102,6 +102,8 @@ struct CatalogueFilter {
     // Values that are in range each by itself may not go together: false after it has written why.
     bool (*Accepts)(const ParameterValue *values, char *why, size_t size) = nullptr;
     PictureLimits limits = {0, 0, 0, false, false};
+    bool bStoredValues = false;  // works on the values as they are stored, whatever their colours
+    const char *pAliases = nullptr;  // words that people try, with blanks between
 };
 
 // The rows are counted in 16 bits, and the bytes of a row.
@@ -169,6 +171,7 @@ extern const CatalogueFamily MEAN_FAMILY;
 extern const CatalogueFamily RANK_FAMILY;
 extern const CatalogueFamily MORPHOLOGY_FAMILY;
 extern const CatalogueFamily FREQUENCY_FAMILY;
+extern const CatalogueFamily CONVERSION_FAMILY;
 extern const CatalogueFamily EFFECTS_FAMILY;
 extern const CatalogueFamily REDEYE_FAMILY;
 

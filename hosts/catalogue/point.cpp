@@ -1,5 +1,6 @@
 // Arithmetic, and brightness and contrast.
 #include "catalogue.h"
+#include "hosts/imagefile/imagefile.h"
 
 #include <iterator>
 
@@ -137,18 +138,44 @@ static bool CountPicture(HGLOBAL hDib, HGLOBAL hHistogram)
     return error == 0;
 }
 
+// Every byte of a colour picture through the table.
+static HGLOBAL MapColours(HGLOBAL hDib, HGLOBAL hTable)
+{
+    const HGLOBAL hResult = ConvertDib(hDib, 24);
+    if (hResult) {
+        const BYTE *table = static_cast<const BYTE *>(GlobalLock(hTable));
+        BYTE *block = static_cast<BYTE *>(GlobalLock(hResult));
+        const size_t size = GlobalSize(hResult);
+        for (size_t i = sizeof(BITMAPINFOHEADER); i < size; i++) {
+            block[i] = table[block[i]];
+        }
+        GlobalUnlock(hResult);
+        GlobalUnlock(hTable);
+    }
+    return hResult;
+}
+
+// The mean is that of the luminance.
 static HGLOBAL CallBrightness(const CatalogueCall *call)
 {
-    HGLOBAL hHistogram = ComputeHistogram(nullptr, LUT_CREATE, nullptr, nullptr, nullptr);
-    HGLOBAL hTable = ComputeLUT(nullptr, LUT_CREATE, nullptr, 0, 0, nullptr);
+    const HGLOBAL hDib = call->pImages[0];
+    const BITMAPINFOHEADER *header = static_cast<const BITMAPINFOHEADER *>(GlobalLock(hDib));
+    const int bits = header ? header->biBitCount : 0;
+    GlobalUnlock(hDib);
+    const HGLOBAL hGray = bits == 24 ? ConvertDib(hDib, 8) : hDib;
+    const HGLOBAL hHistogram = ComputeHistogram(nullptr, LUT_CREATE, nullptr, nullptr, nullptr);
+    const HGLOBAL hTable = ComputeLUT(nullptr, LUT_CREATE, nullptr, 0, 0, nullptr);
     HGLOBAL hResult = nullptr;
-    if (hHistogram && hTable && CountPicture(call->pImages[0], hHistogram)) {
+    if (hGray && hHistogram && hTable && CountPicture(hGray, hHistogram)) {
         ComputeLUT(hHistogram, LUT_COMPUTE, hTable, call->pValues[0].nValue,
                    call->pValues[1].nValue, nullptr);
-        hResult = ApplyLUT(call->pImages[0], hTable, 1, nullptr);
+        hResult = bits == 24 ? MapColours(hDib, hTable) : ApplyLUT(hDib, hTable, 1, nullptr);
     }
     ComputeLUT(nullptr, LUT_FREE, hTable, 0, 0, nullptr);
     ComputeHistogram(nullptr, LUT_FREE, hHistogram, nullptr, nullptr);
+    if (hGray && hGray != hDib) {
+        GlobalFree(hGray);
+    }
     return hResult;
 }
 
@@ -173,17 +200,18 @@ static const CatalogueFilter FILTERS[] = {
      std::size(PAIR_PARAMETERS),
      CallArithmetic,
      nullptr,
-     {0, 65535, 65535, true, true}},
+     {0, 65535, 65535, true, true},
+     true},
     {"arithmetic-const", "ArithmeticDIBConst",
      "int nOperation, HGLOBAL hImage, int nConstant, UINT mode, HWND hParent", "ARITHCONSTUI",
      "combines a picture with a constant", SIGNED_DETAILS, 1, ALL_DEPTHS, CONSTANT_PARAMETERS,
-     std::size(CONSTANT_PARAMETERS), CallArithmeticConst, nullptr, SIXTEEN_BIT_LIMITS},
+     std::size(CONSTANT_PARAMETERS), CallArithmeticConst, nullptr, SIXTEEN_BIT_LIMITS, true},
     {"brightness", "ApplyLUT", "HGLOBAL hDib, HGLOBAL hTable, int bMakeCopy, int *pError", nullptr,
      "changes brightness and contrast about the picture's mean",
-     "The result is gray. Made by ComputeHistogram, moved over the whole picture, ComputeLUT and "
-     "ApplyLUT.",
-     1, DEPTH_8, BRIGHTNESS_PARAMETERS, std::size(BRIGHTNESS_PARAMETERS), CallBrightness, nullptr,
-     SIXTEEN_BIT_LIMITS},
+     "Made by ComputeHistogram, moved over the whole picture, ComputeLUT and ApplyLUT. In a colour "
+     "picture every channel goes through the same table, which turns about the mean luminance.",
+     1, DEPTH_8 | DEPTH_24, BRIGHTNESS_PARAMETERS, std::size(BRIGHTNESS_PARAMETERS), CallBrightness,
+     nullptr, SIXTEEN_BIT_LIMITS, true, "contrast"},
 };
 
 const CatalogueFamily POINT_FAMILY = {"point", "Point operations", FILTERS, std::size(FILTERS)};

@@ -18,7 +18,6 @@ static ExitCode Fail(ExitCode code, const std::string &path, const char *sentenc
     return code;
 }
 
-// The DIB, widened if it has 4 bits and the filter takes 8 only.
 static ExitCode ReadInput(const CommandOptions *options, const std::string &path, HGLOBAL *hDib,
                           ImageFormat *format)
 {
@@ -30,29 +29,7 @@ static ExitCode ReadInput(const CommandOptions *options, const std::string &path
     if (*messages.szNotice && !options->bQuiet) {
         Say("%s: %s", path.c_str(), messages.szNotice);
     }
-
-    const BITMAPINFOHEADER *header = static_cast<const BITMAPINFOHEADER *>(GlobalLock(*hDib));
-    int bits = header->biBitCount;
-    GlobalUnlock(*hDib);
-    unsigned depths = options->pFilter->nDepths;
-    if (bits == 4 && !(depths & DEPTH_4) && (depths & DEPTH_8)) {
-        HGLOBAL hWide = WidenDib4To8(*hDib);
-        if (!hWide) {
-            return Fail(EXIT_FAILED, path, "not enough memory");
-        }
-        GlobalFree(*hDib);
-        *hDib = hWide;
-        return EXIT_DONE;
-    }
-    if (depths & DepthBit(bits)) {
-        return EXIT_DONE;
-    }
-    char accepted[80];
-    DescribeDepths(depths, accepted, sizeof accepted);
-    return Fail(EXIT_FAILED, path,
-                Text("%s takes %s pictures, and this one has %d bit%s a pixel",
-                     options->pFilter->pName, accepted, bits, bits == 1 ? "" : "s")
-                    .c_str());
+    return EXIT_DONE;
 }
 
 static BITMAPINFOHEADER HeaderOf(HGLOBAL hDib)
@@ -60,6 +37,80 @@ static BITMAPINFOHEADER HeaderOf(HGLOBAL hDib)
     BITMAPINFOHEADER header = *static_cast<const BITMAPINFOHEADER *>(GlobalLock(hDib));
     GlobalUnlock(hDib);
     return header;
+}
+
+// Whether the filter shows what people see: some work on stored values, which in a picture with a
+// colour table are numbers of colours, and all take a 1-bit picture for black and white.
+static bool IsAsSeen(const CatalogueFilter *filter, int bits, DibValues values)
+{
+    return filter->bStoredValues ? values == VALUES_ARE_LEVELS
+                                 : bits != 1 || values <= VALUES_ARE_REVERSED;
+}
+
+// The depth that a picture is brought to before the filter; 0: it stays. 24 bits are never reduced.
+static int DepthFor(const CommandOptions *options, HGLOBAL hDib)
+{
+    const CatalogueFilter *filter = options->pFilter;
+    const int bits = HeaderOf(hDib).biBitCount;
+    const DibValues values = ValuesOfDib(hDib);
+    const bool bTaken = (filter->nDepths & DepthBit(bits)) != 0;
+    const bool bTakes8 = (filter->nDepths & DEPTH_8) != 0;
+    const bool bTakes24 = (filter->nDepths & DEPTH_24) != 0;
+    if (options->bStoredValues) {
+        return bits == 4 && !bTaken && bTakes8 ? 8 : 0;
+    }
+    if (bits == 24 || (bTaken && IsAsSeen(filter, bits, values))) {
+        return 0;
+    }
+    return bTakes24 && (values == VALUES_NAME_COLOURS || !bTakes8) ? 24 : bTakes8 ? 8 : 0;
+}
+
+// Of two pictures both get the depth that one needs.
+static ExitCode ConvertInputs(const CommandOptions *options, const std::string *paths,
+                              HGLOBAL *images)
+{
+    int needs[FILTER_IMAGES_MOST] = {}, depth = 0;
+    for (int i = 0; i < options->pFilter->nImages; i++) {
+        needs[i] = DepthFor(options, images[i]);
+        depth = needs[i] > depth ? needs[i] : depth;
+    }
+    for (int i = 0; i < options->pFilter->nImages; i++) {
+        if (depth == 0 || (needs[i] == 0 && HeaderOf(images[i]).biBitCount >= depth)) {
+            continue;
+        }
+        const HGLOBAL hConverted =
+            options->bStoredValues ? WidenDib4To8(images[i]) : ConvertDib(images[i], depth);
+        if (!hConverted) {
+            return Fail(EXIT_FAILED, paths[i], "not enough memory");
+        }
+        GlobalFree(images[i]);
+        images[i] = hConverted;
+    }
+    return EXIT_DONE;
+}
+
+static ExitCode CheckDepth(const CommandOptions *options, const std::string &path, HGLOBAL hDib)
+{
+    const CatalogueFilter *filter = options->pFilter;
+    const int bits = HeaderOf(hDib).biBitCount;
+    const bool bGrayOnly = !(filter->nDepths & DEPTH_24) && !filter->bStoredValues;
+    char accepted[80];
+    if (bits == 8 && bGrayOnly && ValuesOfDib(hDib) == VALUES_NAME_COLOURS) {
+        return Fail(
+            EXIT_FAILED, path,
+            Text("%s takes gray pictures, and this one has colours; 'vexafilter gray' makes "
+                 "them gray",
+                 filter->pName)
+                .c_str());
+    }
+    if (filter->nDepths & DepthBit(bits)) {
+        return EXIT_DONE;
+    }
+    DescribeDepths(filter->nDepths, accepted, sizeof accepted);
+    return Fail(EXIT_FAILED, path,
+                Text("%s takes %s pictures, and this one has %d bit%s a pixel", filter->pName,
+                     accepted, bits, bits == 1 ? "" : "s")
+                    .c_str());
 }
 
 static std::string SizeText(HGLOBAL hDib)
@@ -161,6 +212,12 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
     }
     if (code == EXIT_DONE && WasInterrupted()) {
         code = EXIT_INTERRUPTED;
+    }
+    if (code == EXIT_DONE) {
+        code = ConvertInputs(options, inputs, images);
+    }
+    for (int i = 0; i < options->pFilter->nImages && code == EXIT_DONE; i++) {
+        code = CheckDepth(options, inputs[i], images[i]);
     }
     std::string misfit = code == EXIT_DONE ? Misfit(options->pFilter, inputs, images) : "";
     if (!misfit.empty()) {

@@ -40,7 +40,7 @@ struct CommandOptions {
     bool bFolder;
     ImageFormat nFormat;  // IMAGE_UNKNOWN: by the output's name
     int nQuality;
-    bool bQuiet, bKeepExisting;
+    bool bQuiet, bKeepExisting, bStoredValues;
     ProgressWish nProgress;
 };
 

@@ -36,6 +36,12 @@ static bool ApplyNoClobber(CommandOptions *options, const char *)
     return true;
 }
 
+static bool ApplyStoredValues(CommandOptions *options, const char *)
+{
+    options->bStoredValues = true;
+    return true;
+}
+
 static bool ApplyOutput(CommandOptions *options, const char *value)
 {
     options->output = value;
@@ -86,6 +92,9 @@ const CommonOption COMMON_OPTIONS[] = {
      "a whole number from 1 to 100", ApplyQuality},
     {"progress", 0, "WHEN", "show a progress bar: auto (on a terminal), always or never",
      "auto, always or never", ApplyProgress},
+    {"stored-values", 0, nullptr,
+     "hand pictures with colour tables to the filter as a host would, not as people see them",
+     nullptr, ApplyStoredValues},
     {"quiet", 'q', nullptr, "no notices and no progress bar, errors only", nullptr, ApplyQuiet},
     {"help", 'h', nullptr, "this text, or behind a filter's name all about that filter", nullptr,
      ApplyHelp},

@@ -64,4 +64,13 @@ void SetImageStop(bool (*Stop)());
 // else the same table. Null: not a 4-bit DIB, or no memory.
 HGLOBAL WidenDib4To8(HGLOBAL hDib);
 
+// What the stored values of a DIB are: levels, from black to white; one bit the other way round; or
+// numbers of a colour table, all of whose colours are gray, or not.
+enum DibValues { VALUES_ARE_LEVELS, VALUES_ARE_REVERSED, VALUES_NAME_GRAYS, VALUES_NAME_COLOURS };
+DibValues ValuesOfDib(HGLOBAL hDib);
+
+// The same picture as a new DIB: of 8 bits, whose values are levels and where colours become their
+// luminance, or of 24. Null: not a DIB, or no memory.
+HGLOBAL ConvertDib(HGLOBAL hDib, int bits);
+
 #endif
