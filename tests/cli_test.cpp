@@ -161,6 +161,7 @@ TEST(CommandLine, WrongCommandLinesSayWhyAndDoNothing)
         {{}, "--help"},
         {{"gaus", in, out}, "did you mean 'gauss'?"},
         {{"xyzzyxyzzy", in, out}, "vexafilter list"},
+        {{in, out, "gauss"}, "the filter comes first: vexafilter gauss"},
         {{"gauss"}, "vexafilter gauss IN OUT"},
         {{"gauss", in}, "vexafilter gauss IN OUT"},
         {{"gauss", in, in, out}, "-o DIR"},
@@ -278,6 +279,18 @@ TEST(CommandLine, SeveralPicturesGoOnAfterAFailure)
     EXPECT_EQ(Names(results).count("a.jpg"), 1u);
 }
 
+TEST(CommandLine, AFolderIsMadeForAResultOnly)
+{
+    std::string folder = Folder(), results = folder + "results";
+    std::string bad = MakeFile(folder + "bad.png", "no picture");
+    EXPECT_EQ(Call({"gauss", bad, "-o", results}).code, 3);
+    EXPECT_EQ(Call({"gauss", bad, folder + "none.png", "-o", results}).code, 1);
+    EXPECT_EQ(Names(folder), std::set<std::string>{"bad.png"});
+    EXPECT_EQ(Call({"gauss", bad, "-o", bad}).code, 2);
+    const std::string file = MakeFile(folder + "file", "");
+    EXPECT_EQ(Call({"gauss", MakePicture(folder + "a.png", 8), "-o", file}).code, 1);
+}
+
 TEST(CommandLine, ExistingFilesAreReplacedOrKept)
 {
     std::string folder = Folder();
@@ -325,7 +338,7 @@ TEST(CommandLine, AnInterruptStopsTheFilterAndLeavesNothingBehind)
     EXPECT_EQ(Call({"gauss", in, folder + "out.png"}).code, 130);
     ForgetInterrupt();
     EXPECT_EQ(Call({"gauss", in, folder + "out.png"}).code, 0);
-    EXPECT_EQ(Names(folder), (std::set<std::string>{"in.bmp", "out.png", "results"}));
+    EXPECT_EQ(Names(folder), (std::set<std::string>{"in.bmp", "out.png"}));
 }
 
 TEST(CommandLine, BarIsDrawnOnStandardErrorAndWiped)

@@ -392,11 +392,9 @@ static const unsigned DEPTHS = DEPTH_4 | DEPTH_8 | DEPTH_24;
 static const char PASS_ARGUMENTS[] =
     "HGLOBAL hDib, int nCutoff, int nFilterType, int nTransformKind, int bShowDialog";
 static const char LEVEL_DETAILS[] =
-    "The stored values are filtered, in an 8-bit picture the numbers of the colours. What leaves "
-    "the range wraps around.";
+    "What leaves the range wraps around.";
 static const char MIDDLE_DETAILS[] =
-    "The mean becomes the middle gray. The stored values are filtered, in an 8-bit picture the "
-    "numbers of the colours. What leaves the range wraps around.";
+    "The mean becomes the middle gray. What leaves the range wraps around.";
 static const char BLUR_DETAILS[] =
     "The second picture, of the same depth, is what the blur makes of a point in the bottom left "
     "corner; its values up to 127 count. The result may be shifted by as much as its middle is "

@@ -177,6 +177,10 @@ static HGLOBAL ApplyFilter(const CommandOptions *options, const HGLOBAL *images,
 // Null results have no reason; what a filter may refuse was looked at before.
 static std::string NoResult(const CommandOptions *options, HGLOBAL hDib)
 {
+    static const int COLOURS_MISSING = -2;
+    if (GetLastFilterError() == COLOURS_MISSING) {
+        return "the colour library, VexaImage, is not there: it belongs beside VexaFilter";
+    }
     return Text("%s gave no result for %s: memory ran out", options->pFilter->pName,
                 SizeText(hDib).c_str());
 }
@@ -187,6 +191,9 @@ static ExitCode WriteOutput(const CommandOptions *options, const std::string &pa
     ImageMessages messages;
     if (WasInterrupted()) {
         return EXIT_INTERRUPTED;
+    }
+    if (options->bFolder && !MakeFolder(options->output.c_str())) {
+        return Fail(EXIT_FAILED, options->output, strerror(errno));
     }
     if (!WriteImageFile(hDib, path.c_str(), format, options->nQuality, options->bKeepExisting,
                         &messages)) {
@@ -260,8 +267,9 @@ static ExitCode RunIntoFolder(const CommandOptions *options)
 {
     ExitCode worst = EXIT_DONE;
     std::vector<std::string> outputs;
-    if (!MakeFolder(options->output.c_str())) {
-        return Fail(EXIT_FAILED, options->output, strerror(errno));
+    // Made with the first result: no folder is left behind when there is none.
+    if (KindOfPath(options->output.c_str()) == PATH_FILE) {
+        return Fail(EXIT_FAILED, options->output, strerror(ENOTDIR));
     }
     for (const std::string &input : options->inputs) {
         std::string output = NameInFolder(options, input);

@@ -144,6 +144,32 @@ static void PrintCall(const CatalogueFilter *filter, const char *names,
     PrintWrapped((names + parameters).c_str(), 6, start.size());
 }
 
+// With the filter's first parameter, if it has one, at its default.
+static void PrintExample(const CatalogueFilter *filter)
+{
+    std::string line = Text("  vexafilter %s %s", filter->pName,
+                            filter->nImages == 2 ? "one.png two.png out.png" : "photo.png out.png");
+    if (filter->nParameters > 0) {
+        char standard[200];
+        ParameterValue value;
+        DefaultParameterValue(&filter->pParameters[0], &value);
+        DescribeValue(&filter->pParameters[0], &value, standard, sizeof standard);
+        const char *quote = filter->pParameters[0].nType == PARAMETER_MASK ? "'" : "";
+        line += Text(" --%s %s%s%s", filter->pParameters[0].pName, quote, standard, quote);
+    }
+    Print("\nExample\n%s\n", line.c_str());
+}
+
+// "Also: blur, soften."
+static std::string OtherNames(const CatalogueFilter *filter)
+{
+    std::string names = filter->pAliases ? filter->pAliases : "";
+    for (size_t blank = names.find(' '); blank != names.npos; blank = names.find(' ', blank + 2)) {
+        names.insert(blank, ",");
+    }
+    return names.empty() ? "" : " Also called " + names + ".";
+}
+
 void PrintFilterHelp(const CatalogueFilter *filter)
 {
     char depths[80];
@@ -160,12 +186,13 @@ void PrintFilterHelp(const CatalogueFilter *filter)
         PrintCall(filter, "IN... -o DIR", parameters);
     }
     Print("\n");
-    std::string details = Text("%s Takes %s pictures. In the library: %s.", filter->pDetails,
-                               depths, filter->pExport);
+    std::string details = Text("%s Takes %s pictures. In the library: %s.%s", filter->pDetails,
+                               depths, filter->pExport, OtherNames(filter).c_str());
     PrintWrapped(details.c_str(), 0, 0);
     for (size_t i = 0; i < filter->nParameters; i++) {
         PrintParameter(&filter->pParameters[i]);
     }
+    PrintExample(filter);
     Print("\n'vexafilter --help' lists the options that all filters share.\n");
 }
 

@@ -186,6 +186,18 @@ static int FindFirstName(int argc, char **argv)
     return argc;
 }
 
+// Words in another order.
+static bool RefuseOrder(int argc, char **argv)
+{
+    for (int i = 1; i < argc; i++) {
+        if (argv[i][0] != '-' && FindCatalogueFilter(argv[i])) {
+            Say("the filter comes first: vexafilter %s IN OUT", argv[i]);
+            return true;
+        }
+    }
+    return false;
+}
+
 static bool RefuseFilter(const char *name)
 {
     std::vector<const char *> names = {"list", "help"};
@@ -379,7 +391,7 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
     bool bList = strcmp(word, "list") == 0, bHelp = strcmp(word, "help") == 0;
     options->pFilter = *word && !bList && !bHelp ? FindCatalogueFilter(word) : nullptr;
     if (*word && !bList && !bHelp && !options->pFilter) {
-        return RefuseFilter(word);
+        return !RefuseOrder(argc, argv) && RefuseFilter(word);
     }
     for (size_t i = 0; options->pFilter && i < options->pFilter->nParameters; i++) {
         DefaultParameterValue(&options->pFilter->pParameters[i], &options->values[i]);
