@@ -161,6 +161,11 @@ TEST(CommandLine, WrongCommandLinesSayWhyAndDoNothing)
         {{}, "--help"},
         {{"gaus", in, out}, "did you mean 'gauss'?"},
         {{"xyzzyxyzzy", in, out}, "vexafilter list"},
+        {{"gauss", "+", in, out}, "there is no filter"},
+        {{"gauss", in, out, "+"}, "behind '+'"},
+        {{"gauss", "+", "arithmetic", in, in, out}, "can only come first"},
+        {{"gauss", "+", "yp-mean", "--order", "0", in, out}, "--order 0"},
+        {{"gauss", "+", "median", "--trim", "0", in, out}, "median has no option"},
         {{in, out, "gauss"}, "the filter comes first: vexafilter gauss"},
         {{"gauss"}, "vexafilter gauss IN OUT"},
         {{"gauss", in}, "vexafilter gauss IN OUT"},
@@ -277,6 +282,30 @@ TEST(CommandLine, SeveralPicturesGoOnAfterAFailure)
     EXPECT_NE(outcome.error.find("2 of 4"), std::string::npos) << outcome.error;
     EXPECT_EQ(Call({"gauss", a, "-o", results, "--format", "jpg"}).code, 0);
     EXPECT_EQ(Names(results).count("a.jpg"), 1u);
+}
+
+TEST(CommandLine, FiltersOneAfterTheOtherAreTheFiltersInTurn)
+{
+    const std::string folder = Folder(), one = folder + "1.bmp", two = folder + "2.bmp",
+                      three = folder + "3.bmp", all = folder + "all.bmp";
+    const std::string in = MakePicture(folder + "in.bmp", 24),
+                      other = MakePicture(folder + "o.bmp", 24);
+    EXPECT_EQ(Call({"arithmetic", in, other, one, "--operation=xor"}).code, 0);
+    EXPECT_EQ(Call({"multiply", one, two, "--tenths", "13"}).code, 0);
+    EXPECT_EQ(Call({"gray", two, three}).code, 0);
+    EXPECT_EQ(Call({"arithmetic", "--operation=xor", "+", "multiply", "--tenths", "13", "+", "gray",
+                    in, other, all})
+                  .code,
+              0);
+    EXPECT_EQ(Content(three), Content(all));
+    EXPECT_EQ(Call({"arithmetic", in, other, "--operation=xor", "+", "--tenths=13", "multiply", "+",
+                    "gray", two, "-n"})
+                  .code,
+              1);
+    EXPECT_EQ(Call({"gauss", "+", "gauss", in, one, "-o", folder + "both"}).code, 0);
+    EXPECT_EQ(Names(folder + "both"), (std::set<std::string>{"1.bmp", "in.bmp"}));
+    const std::string large = MakePicture(folder + "large.bmp", 8, 4, 65536);
+    EXPECT_EQ(Call({"gauss", "+", "slide", large, all}).code, 2);
 }
 
 TEST(CommandLine, AFolderIsMadeForAResultOnly)

@@ -202,12 +202,53 @@ static ExitCode WriteOutput(const CommandOptions *options, const std::string &pa
     return EXIT_DONE;
 }
 
+// The filter on pictures, which are freed. Null after it has said why, and the code.
+static HGLOBAL RunStep(const CommandOptions *options, const std::string *inputs, HGLOBAL *images,
+                       ExitCode *code)
+{
+    HGLOBAL hResult = nullptr;
+    *code = ConvertInputs(options, inputs, images);
+    for (int i = 0; i < options->pFilter->nImages && *code == EXIT_DONE; i++) {
+        *code = CheckDepth(options, inputs[i], images[i]);
+    }
+    std::string misfit = *code == EXIT_DONE ? Misfit(options->pFilter, inputs, images) : "";
+    if (!misfit.empty()) {
+        Say("%s", misfit.c_str());
+        *code = EXIT_USAGE;
+    }
+    if (*code == EXIT_DONE) {
+        hResult = ApplyFilter(options, images, BaseName(inputs[0]).c_str());
+        if (!hResult) {
+            *code = Fail(EXIT_FAILED, inputs[0], NoResult(options, images[0]).c_str());
+        }
+    }
+    for (int i = 0; i < options->pFilter->nImages; i++) {
+        GlobalFree(images[i]);
+    }
+    return hResult;
+}
+
+// The filters behind the first, one on what the other has made.
+static HGLOBAL RunFurther(const CommandOptions *options, const std::string *inputs, HGLOBAL hResult,
+                          ExitCode *code)
+{
+    CommandOptions step = *options;
+    for (size_t i = 0; i < options->further.size() && hResult; i++) {
+        HGLOBAL images[FILTER_IMAGES_MOST] = {hResult};
+        step.pFilter = options->further[i].pFilter;
+        for (size_t j = 0; j < FILTER_PARAMETERS_MOST; j++) {
+            step.values[j] = options->further[i].values[j];
+        }
+        hResult = RunStep(&step, inputs, images, code);
+    }
+    return hResult;
+}
+
 // inputs: as many as the filter takes. format IMAGE_UNKNOWN: the first input's.
 static ExitCode RunPicture(const CommandOptions *options, const std::string *inputs,
                            const std::string &output, ImageFormat format)
 {
     HGLOBAL images[FILTER_IMAGES_MOST] = {};
-    HGLOBAL hResult = nullptr;
     ImageFormat found[FILTER_IMAGES_MOST] = {};
     ExitCode code = EXIT_DONE;
     // Asked early, so that no work is done in vain; the writing asks again.
@@ -220,28 +261,16 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
     if (code == EXIT_DONE && WasInterrupted()) {
         code = EXIT_INTERRUPTED;
     }
-    if (code == EXIT_DONE) {
-        code = ConvertInputs(options, inputs, images);
-    }
-    for (int i = 0; i < options->pFilter->nImages && code == EXIT_DONE; i++) {
-        code = CheckDepth(options, inputs[i], images[i]);
-    }
-    std::string misfit = code == EXIT_DONE ? Misfit(options->pFilter, inputs, images) : "";
-    if (!misfit.empty()) {
-        Say("%s", misfit.c_str());
-        code = EXIT_USAGE;
-    }
-    if (code == EXIT_DONE) {
-        hResult = ApplyFilter(options, images, BaseName(inputs[0]).c_str());
-        if (!hResult) {
-            code = Fail(EXIT_FAILED, inputs[0], NoResult(options, images[0]).c_str());
+    if (code != EXIT_DONE) {
+        for (HGLOBAL hDib : images) {
+            if (hDib) {
+                GlobalFree(hDib);
+            }
         }
+        return code;
     }
-    for (HGLOBAL hDib : images) {
-        if (hDib) {
-            GlobalFree(hDib);
-        }
-    }
+    HGLOBAL hResult = RunStep(options, inputs, images, &code);
+    hResult = RunFurther(options, inputs, hResult, &code);
     if (hResult) {
         code = WriteOutput(options, output, hResult, format ? format : found[0]);
         GlobalFree(hResult);

@@ -31,10 +31,17 @@ enum Action { ACTION_RUN, ACTION_HELP, ACTION_LIST, ACTION_VERSION };
 
 enum ProgressWish { PROGRESS_AUTO, PROGRESS_ALWAYS, PROGRESS_NEVER };
 
+// A filter behind a "+": it gets what the one before has made.
+struct FilterStep {
+    const CatalogueFilter *pFilter;
+    ParameterValue values[FILTER_PARAMETERS_MOST];
+};
+
 struct CommandOptions {
     Action nAction;
     const CatalogueFilter *pFilter;  // may be null unless the action is to run one
     ParameterValue values[FILTER_PARAMETERS_MOST];
+    std::vector<FilterStep> further;
     std::vector<std::string> inputs;  // expanded
     std::string output;               // a file, or the folder of -o
     bool bFolder;

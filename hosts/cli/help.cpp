@@ -60,6 +60,7 @@ void PrintUsage()
     Print("vexafilter applies one filter to pictures (BMP, PNG, JPEG).\n\n"
           "  vexafilter FILTER IN OUT [--PARAMETER VALUE]...\n"
           "  vexafilter FILTER IN... -o DIR [--PARAMETER VALUE]...\n"
+          "  vexafilter FILTER ... + FILTER ... IN OUT    one filter after the other\n"
           "  vexafilter FILTER --help    the filter's parameters, ranges and defaults\n"
           "  vexafilter list             all filters\n\n"
           "IN and OUT may be - for standard input and output. The ending of OUT chooses its\n"

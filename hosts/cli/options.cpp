@@ -382,23 +382,96 @@ static bool CheckOutput(const CommandOptions *options)
     return true;
 }
 
+// The arguments up to each "+", every part with the program's name in front. Behind "--" a "+" is a
+// name.
+static std::vector<std::vector<char *>> SplitSteps(int argc, char **argv)
+{
+    std::vector<std::vector<char *>> steps(1);
+    bool bNamesOnly = false;
+    for (int i = 0; i < argc; i++) {
+        bNamesOnly = bNamesOnly || strcmp(argv[i], "--") == 0;
+        if (i > 0 && !bNamesOnly && strcmp(argv[i], "+") == 0) {
+            steps.push_back({argv[0]});
+        } else {
+            steps.back().push_back(argv[i]);
+        }
+    }
+    return steps;
+}
+
+static void SetDefaults(CommandOptions *options)
+{
+    for (size_t i = 0; options->pFilter && i < options->pFilter->nParameters; i++) {
+        DefaultParameterValue(&options->pFilter->pParameters[i], &options->values[i]);
+    }
+}
+
+static bool CheckValues(const CommandOptions *options)
+{
+    char why[200];
+    const CatalogueFilter *filter = options->pFilter;
+    if (filter->Accepts && !filter->Accepts(options->values, why, sizeof why)) {
+        Say("%s: %s", filter->pName, why);
+        return false;
+    }
+    return true;
+}
+
+// A filter behind a "+", and the names that stand behind it.
+static bool ParseStep(std::vector<char *> *step, CommandOptions *options,
+                      std::vector<std::string> *names)
+{
+    const int argc = int(step->size());
+    const int first = FindFirstName(argc, step->data());
+    std::vector<std::string> found;
+    CommandOptions parsed = *options;
+    parsed.pFilter = first < argc ? FindCatalogueFilter((*step)[size_t(first)]) : nullptr;
+    if (!parsed.pFilter) {
+        if (first < argc) {
+            return RefuseFilter((*step)[size_t(first)]);
+        }
+        Say("name a filter behind '+'");
+        return false;
+    }
+    if (parsed.pFilter->nImages != 1) {
+        Say("%s takes two pictures and can only come first", parsed.pFilter->pName);
+        return false;
+    }
+    SetDefaults(&parsed);
+    if (!WalkArguments(argc, step->data(), &parsed, &found) || !CheckValues(&parsed)) {
+        return false;
+    }
+    FilterStep further;
+    further.pFilter = parsed.pFilter;
+    for (size_t i = 0; i < FILTER_PARAMETERS_MOST; i++) {
+        further.values[i] = parsed.values[i];
+        parsed.values[i] = options->values[i];
+    }
+    parsed.pFilter = options->pFilter;
+    *options = parsed;
+    options->further.push_back(further);
+    names->insert(names->end(), found.begin() + 1, found.end());
+    return true;
+}
+
 bool ParseOptions(int argc, char **argv, CommandOptions *options)
 {
+    std::vector<std::vector<char *>> steps = SplitSteps(argc, argv);
+    std::vector<char *> &head = steps[0];
+    const int headCount = int(head.size());
     options->nAction = ACTION_RUN;
     options->nQuality = JPEG_QUALITY_DEFAULT;
-    int first = FindFirstName(argc, argv);
-    const char *word = first < argc ? argv[first] : "";
+    int first = FindFirstName(headCount, head.data());
+    const char *word = first < headCount ? head[size_t(first)] : "";
     bool bList = strcmp(word, "list") == 0, bHelp = strcmp(word, "help") == 0;
     options->pFilter = *word && !bList && !bHelp ? FindCatalogueFilter(word) : nullptr;
     if (*word && !bList && !bHelp && !options->pFilter) {
         return !RefuseOrder(argc, argv) && RefuseFilter(word);
     }
-    for (size_t i = 0; options->pFilter && i < options->pFilter->nParameters; i++) {
-        DefaultParameterValue(&options->pFilter->pParameters[i], &options->values[i]);
-    }
+    SetDefaults(options);
 
     std::vector<std::string> names;
-    if (!WalkArguments(argc, argv, options, &names)) {
+    if (!WalkArguments(headCount, head.data(), options, &names)) {
         return false;
     }
     if (bHelp && names.size() > 1) {
@@ -422,12 +495,15 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
         return false;
     }
     names.erase(names.begin());
-    if (!ShareNames(&names, options)) {
-        return false;
+    for (size_t i = 1; i < steps.size(); i++) {
+        if (!ParseStep(&steps[i], options, &names)) {
+            return false;
+        }
     }
-    char why[200];
-    if (options->pFilter->Accepts && !options->pFilter->Accepts(options->values, why, sizeof why)) {
-        Say("%s: %s", options->pFilter->pName, why);
+    if (options->nAction != ACTION_RUN) {
+        return true;
+    }
+    if (!ShareNames(&names, options) || !CheckValues(options)) {
         return false;
     }
     if (!options->bFolder && options->nFormat == IMAGE_UNKNOWN && options->output != "-") {
