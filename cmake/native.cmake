@@ -28,15 +28,13 @@ file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/vexafilter.map
   CONTENT "{ global: @VEXA_EXPORT_LIST@; local: *; };\n" @ONLY)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS library/VexaFilter.def)
 
-# Bare names of modules are looked for beside the library.
 function(vexa_make_shared_library target)
   target_sources(${target} PRIVATE platform/posix/attach.cpp)
   target_compile_definitions(${target} PRIVATE VEXA_MODULE_NAME="VexaFilter.dll")
   target_link_options(${target} PRIVATE
     -Wl,--version-script=${CMAKE_BINARY_DIR}/vexafilter.map -Wl,--no-undefined)
   set_target_properties(${target} PROPERTIES
-    LINK_DEPENDS "${CMAKE_BINARY_DIR}/vexafilter.map"
-    BUILD_RPATH "$ORIGIN;$ORIGIN/.." INSTALL_RPATH "$ORIGIN")
+    LINK_DEPENDS "${CMAKE_BINARY_DIR}/vexafilter.map")
 endfunction()
 
 vexa_make_shared_library(vexafilter_library)
@@ -55,7 +53,6 @@ target_link_libraries(vexafilter_tested
   PRIVATE ${VEXA_PARTS} ${VEXA_KERNELS} vexa_flags
   PUBLIC vexaposix)
 vexa_make_shared_library(vexafilter_tested)
-set_target_properties(vexaposix PROPERTIES BUILD_RPATH "$ORIGIN;$ORIGIN/..")
 set_target_properties(vexafilter_tested PROPERTIES OUTPUT_NAME vexafilter)
 set_target_properties(vexaposix vexafilter_tested PROPERTIES
   LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)

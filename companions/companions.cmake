@@ -18,6 +18,3 @@ else()
 endif()
 # Whoever builds the library gets what it loads.
 add_dependencies(vexafilter_library vexaimage)
-if(NOT WIN32)
-  add_dependencies(vexafilter_tested vexaimage)
-endif()

@@ -9,12 +9,20 @@ endforeach()
 # A test program and its registration. ctest runs it in its own folder.
 function(vexa_add_tests name)
   add_executable(${name} ${ARGN})
+  add_dependencies(${name} vexa_tests_image)
   target_include_directories(${name} PRIVATE tests)
   target_link_libraries(${name} PRIVATE vexa_flags)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
+
+# What the tested library loads, beside it.
+set(VEXA_TESTED_IMAGE ${CMAKE_BINARY_DIR}/tests/$<TARGET_FILE_NAME:vexaimage>)
+add_custom_target(vexa_tests_image ALL
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/tests
+  COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:vexaimage> ${VEXA_TESTED_IMAGE}
+  DEPENDS vexaimage VERBATIM)
 
 # The library as a host sees it.
 vexa_add_tests(vexafilter_tests
@@ -56,11 +64,8 @@ if(WIN32)
     COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:vexafilter_library>
       ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll
     DEPENDS vexafilter_library VERBATIM)
-  add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/tests/VexaImage.dll
-    COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:vexaimage> ${CMAKE_BINARY_DIR}/tests/VexaImage.dll
-    DEPENDS vexaimage VERBATIM)
   add_custom_target(vexa_tests_dll ALL
-    DEPENDS ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll ${CMAKE_BINARY_DIR}/tests/VexaImage.dll)
+    DEPENDS ${CMAKE_BINARY_DIR}/tests/VexaFilter.dll)
 else()
   target_sources(vexafilter_tests PRIVATE tests/host_posix.cpp)
   target_link_libraries(vexafilter_tests PRIVATE vexaposix)

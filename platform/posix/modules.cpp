@@ -1,11 +1,11 @@
 // Modules: Windows module names over dlopen.
 //
 // Promised: "\dir\Name.dll" is /dir/libName.so (or the same in small letters), a bare "Name.dll" is
-// found by the loader's own search; GetModuleFileNameA gives a path with backslashes that
-// LoadLibraryA takes back; names compare without regard to case; a library whose DllMain refuses to
-// attach cannot be loaded; kernel32, user32, gdi32 and comctl32 are this library itself.
-// Left out: drives, paths with a backslash of their own, ordinals, libraries that are named in
-// another way, and counting of links: FreeLibrary undoes LoadLibraryA only.
+// looked for beside this library, then by the loader's own search; GetModuleFileNameA gives a path
+// with backslashes that LoadLibraryA takes back; names compare without regard to case; a library
+// whose DllMain refuses to attach cannot be loaded; kernel32, user32, gdi32 and comctl32 are this
+// library itself. Left out: drives, paths with a backslash of their own, ordinals, libraries that
+// are named in another way, and counting of links: FreeLibrary undoes LoadLibraryA only.
 //
 // loaderLock guards the table and is held while a DllMain runs, as on Windows; it is not held over
 // dlopen and dlclose, which have a lock of their own and run constructors that come back here.
@@ -315,10 +315,24 @@ DWORD WINAPI GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize)
 
 // ---- loading -------------------------------------------------------------------------------
 
-// Opens the library that stands for the Windows name: libName.so, then libname.so.
+// Opens a file, or the one whose name is the same in small letters.
+static void *OpenFile(char *path)
+{
+    void *library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    char *slash = strrchr(path, '/');
+    for (char *c = slash != nullptr ? slash : path; library == nullptr && *c != '\0'; c++) {
+        if (*c >= 'A' && *c <= 'Z') {
+            *c = static_cast<char>(*c - 'A' + 'a');
+        }
+    }
+    return library != nullptr ? library : dlopen(path, RTLD_NOW | RTLD_LOCAL);
+}
+
+// Opens the library that stands for the Windows name: libName.so, then libname.so. A bare name is
+// looked for beside this library first.
 static void *OpenLibrary(const char *name)
 {
-    char path[PATH_MAX];
+    char path[PATH_MAX], beside[PATH_MAX];
     const char *base = BaseName(name);
     size_t stem = strlen(base);
     if (stem > 4 && strcasecmp(base + stem - 4, ".dll") == 0) {
@@ -330,13 +344,19 @@ static void *OpenLibrary(const char *name)
         return nullptr;
     }
     Translate(path, '\\', '/');
-    void *library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    for (char *c = path + (base - name); library == nullptr && *c != '\0'; c++) {
-        if (*c >= 'A' && *c <= 'Z') {
-            *c = static_cast<char>(*c - 'A' + 'a');
+    Dl_info info;
+    void *library = nullptr;
+    if (base == name && dladdr(modules, &info) != 0) {
+        char *file = ResolveFile(info.dli_fname);
+        length = file == nullptr ? -1
+                                 : snprintf(beside, sizeof beside, "%.*s%s",
+                                            static_cast<int>(BaseName(file) - file), file, path);
+        free(file);
+        if (length >= 0 && static_cast<size_t>(length) < sizeof beside) {
+            library = OpenFile(beside);
         }
     }
-    return library != nullptr ? library : dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    return library != nullptr ? library : OpenFile(path);
 }
 
 // The Windows path of an open library: the folder that it came from, the name that was asked for.

@@ -9,6 +9,10 @@ foreach(group effects frequency morphology neighbourhood statistics point tonal)
   target_compile_options(${group}_fuzz PRIVATE -fsanitize=fuzzer)
   target_link_options(${group}_fuzz PRIVATE -fsanitize=fuzzer)
 endforeach()
+# Beside vexaposix, which loads it.
+add_custom_command(TARGET effects_fuzz POST_BUILD
+  COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:vexaimage> ${CMAKE_BINARY_DIR}/tests/$<TARGET_FILE_NAME:vexaimage>
+  VERBATIM)
 add_dependencies(effects_fuzz vexaimage)
 # The sanitizers' run-time library is in the program, not in the shared libraries.
 target_link_options(vexafilter_library PRIVATE -Wl,-z,undefs)

@@ -43,7 +43,7 @@ static int LevelAt(const Work &work, int x, int y)
 static int Smeared(const Work &work, int x, int y)
 {
     const int L = work.call.p[1], width = work.pSource->width, height = work.pSource->height;
-    const double theta = (360 - work.call.p[0]) * 0.01745277777777778;
+    const double theta = (double)(360 - (long long)work.call.p[0]) * 0.01745277777777778;
     double sum = 0, weight = 0;
     for (int t = -(L / 2); t <= L - L / 2 - 1; t++, weight += 1.0) {
         double px = t * cos(theta) + x, py = t * sin(theta) + y;
