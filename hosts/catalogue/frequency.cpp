@@ -391,8 +391,7 @@ static HGLOBAL CallHomomorphic(const CatalogueCall *call)
 static const unsigned DEPTHS = DEPTH_4 | DEPTH_8 | DEPTH_24;
 static const char PASS_ARGUMENTS[] =
     "HGLOBAL hDib, int nCutoff, int nFilterType, int nTransformKind, int bShowDialog";
-static const char LEVEL_DETAILS[] =
-    "What leaves the range wraps around.";
+static const char LEVEL_DETAILS[] = "What leaves the range wraps around.";
 static const char MIDDLE_DETAILS[] =
     "The mean becomes the middle gray. What leaves the range wraps around.";
 static const char BLUR_DETAILS[] =

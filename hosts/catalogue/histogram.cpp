@@ -61,9 +61,9 @@ static HGLOBAL CallEqualization(const CatalogueCall *call)
 
 static const unsigned DEPTHS = DEPTH_4 | DEPTH_8 | DEPTH_24;
 static const char PLAIN_ARGUMENTS[] = "HGLOBAL hDib, UINT mode, HWND hParent";
-static const char VALUES[] =
-    "A picture with a colour table becomes gray or 24 bits before; with --stored-values the numbers "
-    "of its colours are changed.";
+static const char VALUES[] = "A picture with a colour table becomes gray or 24 bits before; with "
+                             "--stored-values the numbers "
+                             "of its colours are changed.";
 
 static const CatalogueFilter FILTERS[] = {
     {"slide", "HistDIBSlide",

@@ -183,8 +183,10 @@ static HGLOBAL CallBrightness(const CatalogueCall *call)
 
 static const unsigned ALL_DEPTHS = DEPTH_1 | DEPTH_4 | DEPTH_8 | DEPTH_24;
 static const char SIGNED_DETAILS[] =
-    "A picture with a colour table becomes gray or 24 bits before; with --stored-values the numbers "
-    "of its colours are combined. Values from 128 on count as negative in some operations and depths: there a sum below 0 is white, and 200 "
+    "A picture with a colour table becomes gray or 24 bits before; with --stored-values the "
+    "numbers "
+    "of its colours are combined. Values from 128 on count as negative in some operations and "
+    "depths: there a sum below 0 is white, and 200 "
     "and 100 make 44. docs/point.md tells which.";
 
 static const CatalogueFilter FILTERS[] = {
