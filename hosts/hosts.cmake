@@ -25,6 +25,7 @@ set(VEXA_HOST_SOURCES
   hosts/imagefile/bmp_write.cpp
   hosts/imagefile/convert.cpp
   hosts/imagefile/dib.cpp
+  hosts/imagefile/extras.cpp
   hosts/imagefile/imagefile.cpp
   hosts/imagefile/metadata.cpp)
 if(WIN32)
@@ -37,6 +38,7 @@ if(WIN32)
   set(VEXA_HOST_LIBRARIES ole32 oleaut32 uuid windowscodecs gdi32 user32 shell32)
 else()
   find_package(PNG REQUIRED)
+  find_package(ZLIB REQUIRED)
   find_package(JPEG REQUIRED)
   list(APPEND VEXA_HOST_SOURCES
     hosts/catalogue/posix/seed.cpp
@@ -45,7 +47,7 @@ else()
     hosts/imagefile/posix/codec_png.cpp
     hosts/imagefile/posix/filesystem.cpp)
   set(VEXA_HOST_MAIN hosts/cli/posix/main.cpp)
-  set(VEXA_HOST_LIBRARIES PNG::PNG JPEG::JPEG)
+  set(VEXA_HOST_LIBRARIES PNG::PNG ZLIB::ZLIB JPEG::JPEG)
 endif()
 
 add_library(vexa_hosts OBJECT ${VEXA_HOST_SOURCES})

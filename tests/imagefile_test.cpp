@@ -623,3 +623,174 @@ TEST(ImageFile, FormatsAreKnownByNameAndByContent)
     EXPECT_FALSE(Decode({}, 0, &messages));
     ExpectSentence(&messages, "empty");
 }
+
+// ---- what stands beside the pixels -----------------------------------------------------------
+
+static Bytes Text(const char *text, size_t length)
+{
+    return Bytes(text, text + length);
+}
+
+// A TIFF structure whose only entry is an orientation.
+static Bytes Exif(bool bBig, BYTE orientation)
+{
+    return bBig ? Bytes{'M',  'M', 0, 42, 0, 0, 0, 8, 0,           1, 1,
+                        0x12, 0,   3, 0,  0, 0, 1, 0, orientation, 0, 0}
+                : Bytes{'I', 'I', 42, 0, 8, 0, 0, 0,           1, 0, 0x12,
+                        1,   3,   0,  1, 0, 0, 0, orientation, 0, 0, 0};
+}
+
+static Bytes Join(Bytes first, const Bytes &second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+// Two segments, the second first.
+static ImageExtras JpegExtras(int channels, bool bBig)
+{
+    const Bytes head = Text("\xE2ICC_PROFILE\0", 13);
+    Bytes first = Join(head, {1, 2}), second = Join(head, {2, 2});
+    for (int i = 0; i < 60000; i++) {
+        first.push_back(BYTE(i * i >> 3));
+        second.push_back(BYTE(i >> 2));
+    }
+    return {IMAGE_JPEG,
+            channels,
+            {{EXTRA_EXIF, Join(Text("\xE1"
+                                    "Exif\0\0",
+                                    7),
+                               Exif(bBig, 6))},
+             {EXTRA_PROFILE, second},
+             {EXTRA_PROFILE, first},
+             {EXTRA_TEXT, Text("\xFEmade by hand", 13)},
+             {EXTRA_TEXT, Text("\xE1http://ns.adobe.com/xap/1.0/\0<x/>", 34)}}};
+}
+
+static std::vector<Bytes> Blocks(const ImageExtras &extras, int kind)
+{
+    std::vector<Bytes> blocks;
+    for (const ImageExtra &extra : extras.list) {
+        if (extra.nKind == kind) {
+            blocks.push_back(extra.block);
+        }
+    }
+    return blocks;
+}
+
+// Writes a picture with extras and reads both again.
+static ImageExtras Carry(const ImageExtras &extras, ImageFormat format, int bits,
+                         std::string *notice)
+{
+    const std::string path = testing::TempDir() + "vexafilter-extras" + ImageFormatEnding(format);
+    ImageMessages messages;
+    ImageExtras found = {};
+    HGLOBAL hDib = RandomDib(9, 7, bits, TABLE_RAMP, 5);
+    EXPECT_TRUE(WriteImageFile(hDib, path.c_str(), format, 90, false, &messages, &extras))
+        << messages.szError;
+    *notice = messages.szNotice;
+    GlobalFree(hDib);
+    HGLOBAL hRead = ReadImageFile(path.c_str(), nullptr, &messages, &found);
+    EXPECT_TRUE(hRead) << messages.szError;
+    EXPECT_STREQ("", messages.szNotice);
+    GlobalFree(hRead);
+    return found;
+}
+
+TEST(ImageFile, ProfileExifAndTextsGoFromFileToFile)
+{
+    for (bool bBig : {false, true}) {
+        std::string notice;
+        const ImageExtras source = JpegExtras(3, bBig);
+        const ImageExtras jpeg = Carry(source, IMAGE_JPEG, 24, &notice);
+        EXPECT_EQ("", notice);
+        EXPECT_EQ(3, jpeg.nChannels);
+        EXPECT_EQ(Blocks(source, EXTRA_PROFILE), Blocks(jpeg, EXTRA_PROFILE));
+        EXPECT_EQ(Blocks(source, EXTRA_TEXT), Blocks(jpeg, EXTRA_TEXT));
+        EXPECT_EQ((std::vector<Bytes>{Join(Text("\xE1"
+                                                "Exif\0\0",
+                                                7),
+                                           Exif(bBig, 1))}),
+                  Blocks(jpeg, EXTRA_EXIF));
+
+        const ImageExtras png = Carry(source, IMAGE_PNG, 24, &notice);
+        EXPECT_EQ("", notice);
+        EXPECT_EQ((std::vector<Bytes>{Join(Text("eXIf", 4), Exif(bBig, 1))}),
+                  Blocks(png, EXTRA_EXIF));
+        EXPECT_EQ((std::vector<Bytes>{Text("tEXtComment\0made by hand", 24),
+                                      Text("iTXtXML:com.adobe.xmp\0\0\0\0\0<x/>", 30)}),
+                  Blocks(png, EXTRA_TEXT));
+        const ImageExtras again = Carry(png, IMAGE_PNG, 24, &notice);
+        EXPECT_EQ(png.list.size(), again.list.size());
+        EXPECT_EQ(Blocks(png, EXTRA_PROFILE), Blocks(again, EXTRA_PROFILE));
+
+        const ImageExtras back = Carry(png, IMAGE_JPEG, 24, &notice);
+        EXPECT_EQ(Blocks(jpeg, EXTRA_TEXT), Blocks(back, EXTRA_TEXT));
+        EXPECT_EQ(Blocks(jpeg, EXTRA_EXIF), Blocks(back, EXTRA_EXIF));
+#ifndef _WIN32
+        EXPECT_EQ("", notice);
+        Bytes whole;
+        for (const Bytes &block : Blocks(back, EXTRA_PROFILE)) {
+            whole.insert(whole.end(), block.begin() + 15, block.end());
+        }
+        const std::vector<Bytes> parts = Blocks(source, EXTRA_PROFILE);
+        EXPECT_EQ(Join(Bytes(parts[1].begin() + 15, parts[1].end()),
+                       Bytes(parts[0].begin() + 15, parts[0].end())),
+                  whole);
+#else
+        EXPECT_EQ("not kept: colour profile", notice);  // the system has no inflation
+#endif
+    }
+}
+
+TEST(ImageFile, WhatDoesNotFitAnyMoreIsDroppedAndSaid)
+{
+    std::string notice;
+    EXPECT_TRUE(Carry(JpegExtras(3, false), IMAGE_BMP, 24, &notice).list.empty());
+    EXPECT_EQ("not kept: colour profile, EXIF data, texts", notice);
+    // A gray picture has no use for a colour profile, nor has a colour one for inks.
+    EXPECT_TRUE(Blocks(Carry(JpegExtras(3, true), IMAGE_PNG, 8, &notice), EXTRA_PROFILE).empty());
+    EXPECT_EQ("not kept: colour profile", notice);
+    EXPECT_TRUE(Blocks(Carry(JpegExtras(4, true), IMAGE_JPEG, 24, &notice), EXTRA_PROFILE).empty());
+    EXPECT_FALSE(Blocks(Carry(JpegExtras(1, true), IMAGE_JPEG, 8, &notice), EXTRA_PROFILE).empty());
+    EXPECT_EQ("", notice);
+    // A text that only a PNG file can hold, and one too long for a segment.
+    const ImageExtras png = {IMAGE_PNG,
+                             3,
+                             {{EXTRA_TEXT, Text("zTXtA\0\0x", 8)},
+                              {EXTRA_TEXT, Join(Text("tEXtA\0", 6), Bytes(70000, 'x'))},
+                              {EXTRA_TEXT, Text("tEXtA\0b", 7)}}};
+    EXPECT_EQ((std::vector<Bytes>{Text("\xFE"
+                                       "A:b",
+                                       4)}),
+              Blocks(Carry(png, IMAGE_JPEG, 24, &notice), EXTRA_TEXT));
+    EXPECT_EQ("not kept: texts", notice);
+}
+
+// Cut at every length, and with every byte of the blocks changed: no harm.
+TEST(ImageFile, DamagedExtrasDoNoHarm)
+{
+    std::string notice;
+    for (ImageFormat format : {IMAGE_PNG, IMAGE_JPEG}) {
+        ImageExtras small = JpegExtras(3, true);
+        for (ImageExtra &extra : small.list) {
+            extra.block.resize(extra.block.size() < 60 ? extra.block.size() : 60);
+        }
+        const ImageExtras source = Carry(small, format, 24, &notice);
+        for (size_t i = 0; i < source.list.size(); i++) {
+            for (size_t j = 0; j < source.list[i].block.size(); j++) {
+                ImageExtras damaged = source;
+                damaged.list[i].block[j] = BYTE(damaged.list[i].block[j] + 1 + j * 37 % 255);
+                for (ImageFormat to : {IMAGE_PNG, IMAGE_JPEG}) {
+                    ImageMessages messages;
+                    HGLOBAL hDib = RandomDib(2, 2, 24, TABLE_RAMP, 5);
+                    const std::string path =
+                        testing::TempDir() + "vexafilter-damaged" + ImageFormatEnding(to);
+                    EXPECT_TRUE(
+                        WriteImageFile(hDib, path.c_str(), to, 90, false, &messages, &damaged));
+                    GlobalFree(hDib);
+                }
+            }
+        }
+    }
+}

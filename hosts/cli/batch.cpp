@@ -19,10 +19,10 @@ static ExitCode Fail(ExitCode code, const std::string &path, const char *sentenc
 }
 
 static ExitCode ReadInput(const CommandOptions *options, const std::string &path, HGLOBAL *hDib,
-                          ImageFormat *format)
+                          ImageFormat *format, ImageExtras *extras)
 {
     ImageMessages messages;
-    *hDib = ReadImageFile(path.c_str(), format, &messages);
+    *hDib = ReadImageFile(path.c_str(), format, &messages, extras);
     if (!*hDib) {
         return Fail(EXIT_UNREADABLE, path, messages.szError);
     }
@@ -186,7 +186,7 @@ static std::string NoResult(const CommandOptions *options, HGLOBAL hDib)
 }
 
 static ExitCode WriteOutput(const CommandOptions *options, const std::string &path, HGLOBAL hDib,
-                            ImageFormat format)
+                            ImageFormat format, const ImageExtras *extras)
 {
     ImageMessages messages;
     if (WasInterrupted()) {
@@ -196,8 +196,11 @@ static ExitCode WriteOutput(const CommandOptions *options, const std::string &pa
         return Fail(EXIT_FAILED, options->output, strerror(errno));
     }
     if (!WriteImageFile(hDib, path.c_str(), format, options->nQuality, options->bKeepExisting,
-                        &messages)) {
+                        &messages, extras)) {
         return Fail(EXIT_FAILED, path, messages.szError);
+    }
+    if (*messages.szNotice && !options->bQuiet) {
+        Say("%s: %s", path.c_str(), messages.szNotice);
     }
     return EXIT_DONE;
 }
@@ -250,13 +253,14 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
 {
     HGLOBAL images[FILTER_IMAGES_MOST] = {};
     ImageFormat found[FILTER_IMAGES_MOST] = {};
+    ImageExtras extras = {};
     ExitCode code = EXIT_DONE;
     // Asked early, so that no work is done in vain; the writing asks again.
     if (options->bKeepExisting && output != "-" && KindOfPath(output.c_str()) == PATH_FILE) {
         return Fail(EXIT_FAILED, output, "exists already and is kept");
     }
     for (int i = 0; i < options->pFilter->nImages && code == EXIT_DONE; i++) {
-        code = ReadInput(options, inputs[i], &images[i], &found[i]);
+        code = ReadInput(options, inputs[i], &images[i], &found[i], i == 0 ? &extras : nullptr);
     }
     if (code == EXIT_DONE && WasInterrupted()) {
         code = EXIT_INTERRUPTED;
@@ -272,7 +276,7 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
     HGLOBAL hResult = RunStep(options, inputs, images, &code);
     hResult = RunFurther(options, inputs, hResult, &code);
     if (hResult) {
-        code = WriteOutput(options, output, hResult, format ? format : found[0]);
+        code = WriteOutput(options, output, hResult, format ? format : found[0], &extras);
         GlobalFree(hResult);
     }
     return code;

@@ -88,6 +88,14 @@ bool EncodeBmp(const DibView *view, FileBytes *bytes, ImageMessages *messages);
 bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages);
 bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessages *messages);
 
+// What a file holds, and into the bytes of another.
+void ReadExtras(ImageFormat format, const BYTE *bytes, size_t length, ImageExtras *extras);
+bool AddExtras(const ImageExtras *extras, ImageFormat format, FileBytes *bytes,
+               ImageMessages *messages);
+
+// The profile in an iCCP chunk. False: damaged, or this system has no inflation.
+bool InflateChunkProfile(const std::vector<BYTE> &chunk, std::vector<BYTE> *profile);
+
 // Decodes run-length rows (4 or 8 bits per pixel) into view, whose row 0 is filled last.
 bool DecodeBmpRuns(const BYTE *bytes, size_t length, DibView *view, ImageMessages *messages);
 

@@ -215,7 +215,8 @@ static bool ReadStream(FILE *file, size_t hint, FileBytes *bytes, ImageMessages 
     return !ferror(file) || FailImage(messages, "cannot be read: %s", strerror(errno));
 }
 
-HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *messages)
+HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *messages,
+                      ImageExtras *extras)
 {
     memset(messages, 0, sizeof *messages);
     bool bStandard = strcmp(path, "-") == 0;
@@ -235,6 +236,10 @@ HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *mess
             *format = ImageFormatOfBytes(bytes.pData, bytes.nLength);
         }
         hDib = DecodeImage(bytes.pData, bytes.nLength, messages);
+        if (hDib && extras) {
+            ReadExtras(ImageFormatOfBytes(bytes.pData, bytes.nLength), bytes.pData, bytes.nLength,
+                       extras);
+        }
     }
     free(bytes.pData);
     if (!bStandard) {
@@ -278,10 +283,14 @@ static bool WriteBeside(const char *path, const FileBytes *bytes, bool bKeepExis
 }
 
 bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int quality,
-                    bool bKeepExisting, ImageMessages *messages)
+                    bool bKeepExisting, ImageMessages *messages, const ImageExtras *extras)
 {
     FileBytes bytes;
     if (!EncodeImage(hDib, format, quality, &bytes, messages)) {
+        return false;
+    }
+    if (extras && !AddExtras(extras, format, &bytes, messages)) {
+        free(bytes.pData);
         return false;
     }
     bool bDone = false;

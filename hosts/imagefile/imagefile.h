@@ -14,6 +14,8 @@
 
 #include <stddef.h>
 
+#include <vector>
+
 enum ImageFormat { IMAGE_UNKNOWN, IMAGE_BMP, IMAGE_PNG, IMAGE_JPEG };
 
 static const int JPEG_QUALITY_DEFAULT = 90;
@@ -27,6 +29,19 @@ struct ImageMessages {
 struct FileBytes {
     BYTE *pData;
     size_t nLength;
+};
+
+// What a PNG or JPEG file says beside its pixels, to be handed from the reading to the writing: the
+// colour profile, EXIF, texts.
+enum ExtraKind { EXTRA_PROFILE, EXTRA_EXIF, EXTRA_TEXT, EXTRA_KINDS };
+struct ImageExtra {
+    ExtraKind nKind;
+    std::vector<BYTE> block;  // a PNG chunk from its name on, a JPEG segment from its marker on
+};
+struct ImageExtras {
+    ImageFormat nFormat;
+    int nChannels;  // of the pixels that a profile is for: 1 gray, 3 colour, 4 inks
+    std::vector<ImageExtra> list;
 };
 
 // The format that a path's ending names, in small or capital letters: "a.png", ".JPG".
@@ -48,13 +63,17 @@ HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages);
 bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes,
                  ImageMessages *messages);
 
-// Reads a file, or standard input when path is "-". format, if not null, receives what it was.
-HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *messages);
+// Reads a file, or standard input when path is "-". format and extras, if not null, receive what it
+// was and what it says beside.
+HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *messages,
+                      ImageExtras *extras = nullptr);
 
 // Writes a file, or standard output when path is "-". The file appears under its name only when it
-// is complete, and an older one stays until then; bKeepExisting refuses to replace it.
+// is complete, and an older one stays until then; bKeepExisting refuses to replace it. Of extras, a
+// notice says what the format cannot hold, or what does not fit the picture any more.
 bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int quality,
-                    bool bKeepExisting, ImageMessages *messages);
+                    bool bKeepExisting, ImageMessages *messages,
+                    const ImageExtras *extras = nullptr);
 
 // Asked between rows while a PNG or JPEG file is read or written; true makes the call fail. Null,
 // as at the beginning: never asked. For the whole process.

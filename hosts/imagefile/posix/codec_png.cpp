@@ -7,6 +7,7 @@
 #include "../codecs.h"
 
 #include <png.h>
+#include <zlib.h>
 
 #include <stdint.h>
 #include <stdlib.h>
@@ -231,4 +232,28 @@ bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages)
     bool bDone = pass.pInfo ? WritePng(&pass) : FailImage(messages, "not enough memory");
     png_destroy_write_struct(&pass.pPng, &pass.pInfo);
     return bDone;
+}
+
+// Name, zero, method, stream. Profiles take kilobytes; one that grows past the limit is none.
+bool InflateChunkProfile(const std::vector<BYTE> &chunk, std::vector<BYTE> *profile)
+{
+    static const size_t PROFILE_MOST = 1 << 24;
+    size_t at = 4;
+    while (at < chunk.size() && chunk[at] != 0) {
+        at++;
+    }
+    if (chunk.size() < at + 2) {
+        return false;
+    }
+    for (size_t room = 1 << 16; room <= PROFILE_MOST; room *= 4) {
+        uLongf size = uLongf(room);
+        profile->resize(room);
+        const int result =
+            uncompress(profile->data(), &size, chunk.data() + at + 2, uLong(chunk.size() - at - 2));
+        profile->resize(size_t(size));
+        if (result != Z_BUF_ERROR) {
+            return result == Z_OK;
+        }
+    }
+    return false;
 }

@@ -403,3 +403,9 @@ bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessage
     Finish(&pass);
     return bDone;
 }
+
+// The system hands out no inflation of its own.
+bool InflateChunkProfile(const std::vector<BYTE> &, std::vector<BYTE> *)
+{
+    return false;
+}
