@@ -651,7 +651,7 @@ static ImageExtras JpegExtras(int channels, bool bBig)
 {
     const Bytes head = Text("\xE2ICC_PROFILE\0", 13);
     Bytes first = Join(head, {1, 2}), second = Join(head, {2, 2});
-    for (int i = 0; i < 60000; i++) {
+    for (unsigned i = 0; i < 60000; i++) {
         first.push_back(BYTE(i * i >> 3));
         second.push_back(BYTE(i >> 2));
     }
