@@ -71,9 +71,11 @@ struct ImageMetadata {
     bool bGray, bTransparent;  // of a PNG file
     bool bComplete;            // the file reaches its end mark
     unsigned nWidth, nHeight;  // of a PNG file, as it says
-    unsigned nPixelBits;
+    unsigned nPixelBits, nSampleBits;
+    int nInks;  // channels of a JPEG file
 };
 void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);
+bool IsFrameMarker(BYTE marker);
 void ReadJpegMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata);
 
 // Dots per inch from dots per metre, rounded to the nearest; 0 when unknown.

@@ -117,9 +117,7 @@ static void ReadSegments(const BYTE *bytes, size_t length, ImageExtras *extras)
             return;
         }
         const BYTE *data = bytes + at + 4;
-        const bool bFrame =
-            marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
-        if (bFrame && size >= 8) {
+        if (IsFrameMarker(marker) && size >= 8) {
             extras->nChannels = data[5];
         }
         if (KindOfSegment(marker, data, size - 2, &kind)) {

@@ -108,6 +108,12 @@ static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t le
     if (metadata.bTransparent) {
         NoteImage(messages, "the transparency was dropped");
     }
+    if (metadata.nSampleBits == 16) {
+        NoteImage(messages, "16 bits a channel became 8");
+    }
+    if (metadata.nInks == 4) {
+        NoteImage(messages, "four inks became three colours");
+    }
     BITMAPINFOHEADER *header = static_cast<BITMAPINFOHEADER *>(GlobalLock(hDib));
     header->biXPelsPerMeter = metadata.nXPelsPerMeter;
     header->biYPelsPerMeter = metadata.nYPelsPerMeter;

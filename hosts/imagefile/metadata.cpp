@@ -35,6 +35,7 @@ void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata)
         if (memcmp(chunk + 4, "IHDR", 4) == 0 && size == 13) {
             metadata->bGray = (chunk[17] & 2) == 0;  // bits: 1 palette, 2 colour, 4 transparency
             metadata->bTransparent = (chunk[17] & 4) != 0;
+            metadata->nSampleBits = chunk[16];
             metadata->nWidth = BigEndian32(chunk + 8);
             metadata->nHeight = BigEndian32(chunk + 12);
             metadata->nPixelBits = chunk[16] * ((chunk[17] & 3) == 2 ? 3u : 1u);
@@ -104,6 +105,12 @@ static void ReadExif(const BYTE *segment, size_t length, ImageMetadata *metadata
     }
 }
 
+// The header of the picture, of whichever coding: SOF0 to SOF15 but for three other markers.
+bool IsFrameMarker(BYTE marker)
+{
+    return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+}
+
 // Behind the first scan's header an end mark cannot be part of the pixels: those never hold FF
 // followed by anything but 00 or a mark.
 static bool FindEndMark(const BYTE *bytes, size_t length)
@@ -131,6 +138,9 @@ void ReadJpegMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata)
         }
         if (marker == 0xDA || marker == 0xD9 || size < 2 || size > length - at - 2) {
             return;
+        }
+        if (IsFrameMarker(marker) && size >= 8) {
+            metadata->nInks = bytes[at + 9];
         }
         if (marker == 0xE0) {
             ReadJfif(bytes + at + 4, size - 2, metadata);
