@@ -22,18 +22,18 @@ find_library(OPENCV_IMGPROC opencv_imgproc REQUIRED)
 add_executable(convolution_bench bench/convolution_bench.cpp bench/harness.cpp
   bench/kernel_rows.cpp platform/cpu.cpp)
 target_include_directories(convolution_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
-target_link_libraries(convolution_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+target_link_libraries(convolution_bench PRIVATE bench_filters vexafilter_tested ${VEXA_KERNELS}
   ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
 
 add_executable(point_bench bench/point_bench.cpp bench/harness.cpp)
 target_include_directories(point_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
-target_link_libraries(point_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+target_link_libraries(point_bench PRIVATE bench_filters vexafilter_tested ${VEXA_KERNELS}
   ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
 
 foreach(family effects tonal histogram mean rank)
   add_executable(${family}_bench bench/${family}_bench.cpp bench/harness.cpp)
   target_include_directories(${family}_bench SYSTEM PRIVATE ${OPENCV_INCLUDE})
-  target_link_libraries(${family}_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+  target_link_libraries(${family}_bench PRIVATE bench_filters vexafilter_tested ${VEXA_KERNELS}
     ${OPENCV_IMGPROC} ${OPENCV_CORE} benchmark::benchmark)
 endforeach()
 
@@ -42,7 +42,7 @@ find_path(LEPTONICA_INCLUDE allheaders.h PATH_SUFFIXES leptonica REQUIRED)
 find_library(LEPTONICA NAMES lept leptonica REQUIRED)
 add_executable(morphology_bench bench/morphology_bench.cpp bench/harness.cpp)
 target_include_directories(morphology_bench SYSTEM PRIVATE ${OPENCV_INCLUDE} ${LEPTONICA_INCLUDE})
-target_link_libraries(morphology_bench PRIVATE bench_filters vexafilter_library ${VEXA_KERNELS}
+target_link_libraries(morphology_bench PRIVATE bench_filters vexafilter_tested ${VEXA_KERNELS}
   ${OPENCV_IMGPROC} ${OPENCV_CORE} ${LEPTONICA} benchmark::benchmark)
 
 # The transforms are hidden in the library: its parts are linked straight in.
