@@ -301,6 +301,25 @@ TEST(CatalogueFrequency, PicturesAreHandedOverAsPeopleMeanThem)
     }
 }
 
+// What varies by a level or two is no noise unless a user says so.
+TEST(CatalogueMean, TheDefaultsLeaveAQuietPictureQuiet)
+{
+    const CatalogueFilter *filter = FindCatalogueFilter("mmse");
+    std::vector<double> defaults;
+    for (size_t i = 0; i < filter->nParameters; i++) {
+        defaults.push_back(filter->pParameters[i].dDefault);
+    }
+    const HGLOBAL hDib = RandomPicture(8, 3);
+    BYTE *pixels = static_cast<BYTE *>(GlobalLock(hDib)) + 40 + 1024;
+    std::mt19937 random(1);
+    for (size_t i = 0; i < GlobalSize(hDib) - 40 - 1024; i++) {
+        pixels[i] = BYTE(120 + random() % 4);
+    }
+    GlobalUnlock(hDib);
+    EXPECT_LE(MostChanged("mmse", hDib, NULL, defaults), 8);
+    GlobalFree(hDib);
+}
+
 static std::vector<const CatalogueFilter *> AllRows()
 {
     std::vector<const CatalogueFilter *> rows;

@@ -54,7 +54,7 @@ static const FilterParameter DWMTM_PARAMETERS[] = {
 
 static const FilterParameter MMSE_PARAMETERS[] = {
     WINDOW_SIZE,
-    {"noise", PARAMETER_INTEGER, INT_MIN, INT_MAX, 100,
+    {"noise", PARAMETER_INTEGER, INT_MIN, INT_MAX, 1,
      "The variance of the noise: its standard deviation in levels, squared. Below 0 the picture is "
      "sharpened.",
      nullptr, 0},
