@@ -27,6 +27,7 @@ set(VEXA_HOST_SOURCES
   hosts/imagefile/dib.cpp
   hosts/imagefile/extras.cpp
   hosts/imagefile/imagefile.cpp
+  hosts/imagefile/jpeg_coding.cpp
   hosts/imagefile/metadata.cpp)
 if(WIN32)
   list(APPEND VEXA_HOST_SOURCES

@@ -720,3 +720,73 @@ TEST(CommandLine, AMaskIsTheSameFromAFile)
         EXPECT_NE(outcome.error.find("does not hold a value of --mask"), std::string::npos) << bad;
     }
 }
+
+TEST(CommandLine, TransparencyStaysUnlessPixelsMove)
+{
+    const std::string folder = Folder(), in = folder + "in.png", out = folder + "out.png";
+    ImageMessages messages;
+    ImageExtras extras = {};
+    extras.nAlphaWidth = 20;
+    extras.nAlphaHeight = 10;
+    extras.alpha.assign(200, 90);
+    HGLOBAL hDib = MakeDib(20, 10, 24);
+    EXPECT_TRUE(WriteImageFile(hDib, in.c_str(), IMAGE_PNG, 90, false, &messages, &extras));
+    GlobalFree(hDib);
+    static const struct {
+        std::vector<std::string> words;
+        const char *pNotice;
+    } CASES[] = {
+        {{"median"}, ""},
+        {{"gray", "+", "gauss"}, ""},
+        {{"median", "+", "polar"}, "the transparency was dropped: polar moves pixels"},
+        {{"puzzle", "+", "median"}, "the transparency was dropped: puzzle moves pixels"},
+        {{"spectrum"}, "the transparency was dropped: spectrum moves pixels"},
+    };
+    for (const auto &row : CASES) {
+        std::vector<std::string> words = row.words;
+        words.insert(words.end(), {in, out});
+        const Outcome outcome = Call(words);
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        EXPECT_EQ(outcome.error,
+                  *row.pNotice ? "vexafilter: " + in + ": " + row.pNotice + "\n" : "");
+        ImageExtras found = {};
+        GlobalFree(ReadImageFile(out.c_str(), nullptr, &messages, &found));
+        EXPECT_EQ(found.alpha, *row.pNotice ? std::vector<BYTE>() : extras.alpha);
+    }
+}
+
+#ifndef _WIN32  // there a job is the program itself: scripts/check-dll runs it
+// The files, messages and codes of several at a time are those of one after the other.
+TEST(CommandLine, JobsDoTheSame)
+{
+    const std::string folder = Folder();
+    std::vector<std::string> inputs;
+    for (int i = 0; i < 9; i++) {
+        inputs.push_back(MakePicture(folder + Text("in %d.png", i), i % 2 ? 24 : 8, 20 + i, 9));
+    }
+    inputs.push_back(MakeFile(folder + "bad.png", "no picture"));
+    inputs.push_back(folder + "missing.bmp");
+    ASSERT_TRUE(MakeFolder((folder + "more").c_str()));
+    inputs.push_back(MakePicture(folder + "more/in 3.png", 8));
+    std::string errors[2];
+    for (int jobs : {1, 4}) {
+        const std::string out = folder + Text("out%d", jobs);
+        std::vector<std::string> words = {"--size",  "5",           "median",         "-o",
+                                          out,       "-j",          Text("%d", jobs), "+",
+                                          "enhance", "--format=bmp"};
+        words.insert(words.end(), inputs.begin(), inputs.end());
+        const Outcome outcome = Call(words);
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_NE(outcome.error.find("9 of 12 pictures done"), std::string::npos) << outcome.error;
+        EXPECT_NE(outcome.error.find("same name"), std::string::npos) << outcome.error;
+        errors[jobs > 1] = outcome.error;
+    }
+    EXPECT_EQ(errors[0].size(), errors[1].size());
+    EXPECT_EQ(Names(folder + "out1").size(), 9u);
+    EXPECT_EQ(Names(folder + "out1"), Names(folder + "out4"));
+    for (const std::string &name : Names(folder + "out1")) {
+        EXPECT_TRUE(Content(folder + "out1/" + name) == Content(folder + "out4/" + name)) << name;
+    }
+    EXPECT_EQ(Call({"median", "-j", "65", inputs[0], "-o", folder}).code, 2);
+}
+#endif

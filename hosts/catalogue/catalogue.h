@@ -104,6 +104,7 @@ struct CatalogueFilter {
     PictureLimits limits = {0, 0, 0, false, false};
     bool bStoredValues = false;  // works on the values as they are stored, whatever their colours
     const char *pAliases = nullptr;  // words that people try, with blanks between
+    bool bMovesPixels = false;       // what lay over a pixel does not lie over the result's
 };
 
 // The rows are counted in 16 bits, and the bytes of a row.

@@ -408,7 +408,7 @@ static const CatalogueFilter FILTERS[] = {
      "shows the logarithm of the Fourier spectrum",
      "The result is a square with a power of 2 for its side; frequency 0 lies in the middle.", 1,
      DEPTHS, SPECTRUM_PARAMETERS, std::size(SPECTRUM_PARAMETERS), CallSpectrum, nullptr,
-     SIDE_LIMITS, true, "fft"},
+     SIDE_LIMITS, true, "fft", true},
     {"lowpass", "FreqDIBLowpass", PASS_ARGUMENTS, "FFTPASSUI", "keeps the low frequencies",
      LEVEL_DETAILS, 1, DEPTHS, PASS_PARAMETERS, std::size(PASS_PARAMETERS), CallShifted<Lowpass, 3>,
      nullptr, SIDE_LIMITS, true},

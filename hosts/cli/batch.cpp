@@ -7,6 +7,8 @@
 #include <errno.h>
 #include <string.h>
 
+#include <set>
+
 // Says what happened to a file, unless it was the user who stopped the work.
 static ExitCode Fail(ExitCode code, const std::string &path, const char *sentence)
 {
@@ -155,12 +157,16 @@ static std::string Misfit(const CatalogueFilter *filter, const std::string *path
     return "";
 }
 
+static bool DrawsBar(const CommandOptions *options)
+{
+    return options->nProgress == PROGRESS_ALWAYS ||
+           (options->nProgress == PROGRESS_AUTO && !options->bQuiet && IsTerminal(stderr));
+}
+
 static HGLOBAL ApplyFilter(const CommandOptions *options, const HGLOBAL *images, const char *label)
 {
-    bool bDraw = options->nProgress == PROGRESS_ALWAYS ||
-                 (options->nProgress == PROGRESS_AUTO && !options->bQuiet && IsTerminal(stderr));
     CatalogueCall call = {images, options->values, 0, nullptr};
-    BeginProgressBar(label, bDraw);
+    BeginProgressBar(label, DrawsBar(options));
     NoteBlocks();
     call.mode = WatchFilter(StepProgressBar);
     HGLOBAL hResult = options->pFilter->Run(&call);
@@ -247,6 +253,28 @@ static HGLOBAL RunFurther(const CommandOptions *options, const std::string *inpu
     return hResult;
 }
 
+// Transparency stays where it was, so it must not where the picture does not.
+static void FitAlpha(const CommandOptions *options, const std::string &input, HGLOBAL hResult,
+                     ImageExtras *extras)
+{
+    const BITMAPINFOHEADER header = HeaderOf(hResult);
+    const CatalogueFilter *moving = options->pFilter->bMovesPixels ? options->pFilter : nullptr;
+    for (const FilterStep &step : options->further) {
+        moving = step.pFilter->bMovesPixels ? step.pFilter : moving;
+    }
+    const bool bSides =
+        header.biWidth == extras->nAlphaWidth && header.biHeight == extras->nAlphaHeight;
+    if (extras->alpha.empty() || (!moving && bSides)) {
+        return;
+    }
+    extras->alpha.clear();
+    if (!options->bQuiet) {
+        Say("%s: the transparency was dropped: %s", input.c_str(),
+            moving ? Text("%s moves pixels", moving->pName).c_str()
+                   : "the result has another size");
+    }
+}
+
 // inputs: as many as the filter takes. format IMAGE_UNKNOWN: the first input's.
 static ExitCode RunPicture(const CommandOptions *options, const std::string *inputs,
                            const std::string &output, ImageFormat format)
@@ -276,6 +304,7 @@ static ExitCode RunPicture(const CommandOptions *options, const std::string *inp
     HGLOBAL hResult = RunStep(options, inputs, images, &code);
     hResult = RunFurther(options, inputs, hResult, &code);
     if (hResult) {
+        FitAlpha(options, inputs[0], hResult, &extras);
         code = WriteOutput(options, output, hResult, format ? format : found[0], &extras);
         GlobalFree(hResult);
     }
@@ -296,46 +325,120 @@ static std::string NameInFolder(const CommandOptions *options, const std::string
     return IsPathSeparator(folder.back()) ? folder + name : folder + "/" + name;
 }
 
+// What a folder's work has come to.
+struct FolderWork {
+    const CommandOptions *pOptions;
+    std::set<std::string> outputs;  // taken by a picture that is done or in work
+    std::vector<std::string> names;
+    std::vector<ExitCode> codes;  // of each input
+    int nRunning, nEnded;
+    bool bDraw;
+};
+
+static void EndPicture(FolderWork *work, size_t index, ExitCode code)
+{
+    work->codes[index] = code;
+    if (code != EXIT_DONE) {
+        work->outputs.erase(work->names[index]);
+    }
+    if (work->bDraw) {
+        StepProgressBar(++work->nEnded, int(work->codes.size()));
+    }
+}
+
+// Waits until a job ends.
+static void EndJob(FolderWork *work)
+{
+    int index = 0, code = 0;
+    if (!WaitJob(&index, &code)) {
+        work->nRunning = 0;
+        return;
+    }
+    work->nRunning--;
+    EndPicture(work, size_t(index),
+               code == EXIT_DONE          ? EXIT_DONE
+               : code == EXIT_INTERRUPTED ? EXIT_INTERRUPTED
+                                          : EXIT_FAILED);
+}
+
+// This program again, on one of the inputs.
+static bool StartPicture(FolderWork *work, size_t index)
+{
+    std::vector<std::string> arguments = work->pOptions->shared;
+    arguments.insert(arguments.begin(), "--progress=never");
+    arguments.insert(arguments.end(), {"--", work->pOptions->inputs[index]});
+    while (work->nRunning >= work->pOptions->nJobs) {
+        EndJob(work);
+    }
+    if (WasInterrupted() || !StartJob(arguments, int(index))) {
+        return false;
+    }
+    work->nRunning++;
+    return true;
+}
+
+static void BeginPicture(FolderWork *work, size_t index)
+{
+    const CommandOptions *options = work->pOptions;
+    const std::string &input = options->inputs[index], &output = work->names[index];
+    const ImageFormat format =
+        options->nFormat ? options->nFormat : ImageFormatOfName(output.c_str());
+    ExitCode code = EXIT_FAILED;
+    if (WasInterrupted()) {
+        code = EXIT_INTERRUPTED;
+    } else if (!work->outputs.insert(output).second) {
+        Fail(code, input, "another input has the same name, and its result would be lost");
+        work->codes[index] = code;
+        return;
+    } else if (format == IMAGE_UNKNOWN) {
+        Fail(code, input, "does not end in .bmp, .png or .jpg; choose with --format");
+    } else if (options->nJobs > 1 && options->inputs.size() > 1 && StartPicture(work, index)) {
+        return;
+    } else {
+        code = WasInterrupted() ? EXIT_INTERRUPTED : RunPicture(options, &input, output, format);
+    }
+    EndPicture(work, index, code);
+}
+
 static ExitCode RunIntoFolder(const CommandOptions *options)
 {
-    ExitCode worst = EXIT_DONE;
-    std::vector<std::string> outputs;
+    const size_t count = options->inputs.size();
+    const bool bJobs = options->nJobs > 1 && count > 1;
+    FolderWork work = {};
+    work.pOptions = options;
+    work.codes.resize(count, EXIT_INTERRUPTED);
     // Made with the first result: no folder is left behind when there is none.
     if (KindOfPath(options->output.c_str()) == PATH_FILE) {
         return Fail(EXIT_FAILED, options->output, strerror(ENOTDIR));
     }
-    for (const std::string &input : options->inputs) {
-        std::string output = NameInFolder(options, input);
-        ImageFormat format =
-            options->nFormat ? options->nFormat : ImageFormatOfName(output.c_str());
-        ExitCode code = EXIT_FAILED;
-        bool bTaken = false;
-        for (const std::string &earlier : outputs) {
-            bTaken = bTaken || earlier == output;
-        }
-        if (WasInterrupted()) {
-            code = EXIT_INTERRUPTED;
-        } else if (bTaken) {
-            Fail(code, input, "another input has the same name, and its result would be lost");
-        } else if (format == IMAGE_UNKNOWN) {
-            Fail(code, input, "does not end in .bmp, .png or .jpg; choose with --format");
-        } else {
-            code = RunPicture(options, &input, output, format);
-        }
-        if (code == EXIT_DONE) {
-            outputs.push_back(output);
-        }
-        if (code == EXIT_INTERRUPTED || options->inputs.size() == 1) {
+    work.bDraw = bJobs;
+    if (bJobs) {
+        BeginProgressBar(Text("%d pictures", int(count)).c_str(), DrawsBar(options));
+    }
+    for (size_t i = 0; i < count && !WasInterrupted(); i++) {
+        work.names.push_back(NameInFolder(options, options->inputs[i]));
+        BeginPicture(&work, i);
+    }
+    while (work.nRunning > 0) {
+        EndJob(&work);
+    }
+    if (bJobs) {
+        EndProgressBar();
+    }
+    int done = 0;
+    for (ExitCode code : work.codes) {
+        if (code == EXIT_INTERRUPTED || count == 1) {
             return code;
         }
-        if (code != EXIT_DONE) {
-            worst = EXIT_FAILED;
-        }
+        done += code == EXIT_DONE;
     }
-    if (worst == EXIT_FAILED && !options->bQuiet) {
-        Say("%d of %d pictures done", int(outputs.size()), int(options->inputs.size()));
+    if (size_t(done) == count) {
+        return EXIT_DONE;
     }
-    return worst;
+    if (!options->bQuiet) {
+        Say("%d of %d pictures done", done, int(count));
+    }
+    return EXIT_FAILED;
 }
 
 int RunBatch(const CommandOptions *options)

@@ -46,7 +46,9 @@ struct CommandOptions {
     std::string output;               // a file, or the folder of -o
     bool bFolder;
     ImageFormat nFormat;  // IMAGE_UNKNOWN: by the output's name
-    int nQuality;
+    int nQuality, nJobs;
+    std::vector<std::string>
+        shared;  // of the arguments, what is not about one picture or about jobs
     bool bQuiet, bKeepExisting, bStoredValues;
     ProgressWish nProgress;
 };

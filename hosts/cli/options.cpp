@@ -55,16 +55,26 @@ static bool ApplyFormat(CommandOptions *options, const char *value)
     return options->nFormat != IMAGE_UNKNOWN;
 }
 
-static bool ApplyQuality(CommandOptions *options, const char *value)
+static bool ParseNumber(const char *value, int least, int greatest, int *number)
 {
-    static const FilterParameter QUALITY = {
-        "quality", PARAMETER_INTEGER, 1, 100, JPEG_QUALITY_DEFAULT, nullptr, nullptr, 0};
+    const FilterParameter parameter = {"", PARAMETER_INTEGER, double(least), double(greatest),
+                                       0,  nullptr,           nullptr,       0};
     ParameterValue parsed;
-    if (!ParseParameterValue(&QUALITY, value, &parsed)) {
+    if (!ParseParameterValue(&parameter, value, &parsed)) {
         return false;
     }
-    options->nQuality = parsed.nValue;
+    *number = parsed.nValue;
     return true;
+}
+
+static bool ApplyQuality(CommandOptions *options, const char *value)
+{
+    return ParseNumber(value, 1, 100, &options->nQuality);
+}
+
+static bool ApplyJobs(CommandOptions *options, const char *value)
+{
+    return ParseNumber(value, 1, JOBS_MOST, &options->nJobs);
 }
 
 static bool ApplyProgress(CommandOptions *options, const char *value)
@@ -88,7 +98,10 @@ const CommonOption COMMON_OPTIONS[] = {
     {"no-clobber", 'n', nullptr, "never replace an existing file", nullptr, ApplyNoClobber},
     {"format", 0, "FORMAT", "write bmp, png or jpeg, whatever the name ends in", "bmp, png or jpeg",
      ApplyFormat},
-    {"quality", 0, "N", "quality of a JPEG file, 1 to 100 (default 90)",
+    {"jobs", 'j', "N", "with -o: work on so many pictures at a time, 1 to 64 (default 1)",
+     "a whole number from 1 to 64", ApplyJobs},
+    {"quality", 0, "N",
+     "quality of a JPEG file, 1 to 100 (default: the input's if it is one, else 90)",
      "a whole number from 1 to 100", ApplyQuality},
     {"progress", 0, "WHEN", "show a progress bar: auto (on a terminal), always or never",
      "auto, always or never", ApplyProgress},
@@ -303,9 +316,13 @@ static bool WalkArguments(int argc, char **argv, CommandOptions *options,
         }
         Argument argument = TakeApart(argv[i], options->pFilter);
         if (bNamesOnly || !argument.bOption) {
+            if (names->empty()) {
+                options->shared.push_back(argv[i]);  // the filter's
+            }
             names->push_back(argv[i]);
             continue;
         }
+        const int start = i;
         if (!argument.pCommon && !argument.pParameter) {
             return RefuseOption(argv[i], &argument, options->pFilter);
         }
@@ -319,6 +336,9 @@ static bool WalkArguments(int argc, char **argv, CommandOptions *options,
         }
         if (!ApplyArgument(&argument, value, options)) {
             return false;
+        }
+        if (!argument.pCommon || argument.pCommon->Apply != ApplyJobs) {
+            options->shared.insert(options->shared.end(), argv + start, argv + i + 1);
         }
     }
     return true;
@@ -438,6 +458,7 @@ static bool ParseStep(std::vector<char *> *step, CommandOptions *options,
         return false;
     }
     SetDefaults(&parsed);
+    parsed.shared.push_back("+");
     if (!WalkArguments(argc, step->data(), &parsed, &found) || !CheckValues(&parsed)) {
         return false;
     }
@@ -460,7 +481,8 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
     std::vector<char *> &head = steps[0];
     const int headCount = int(head.size());
     options->nAction = ACTION_RUN;
-    options->nQuality = JPEG_QUALITY_DEFAULT;
+    options->nQuality = JPEG_QUALITY_KEPT;
+    options->nJobs = 1;
     int first = FindFirstName(headCount, head.data());
     const char *word = first < headCount ? head[size_t(first)] : "";
     bool bList = strcmp(word, "list") == 0, bHelp = strcmp(word, "help") == 0;

@@ -30,6 +30,14 @@ void ExpandName(const char *name, std::vector<std::string> *names);
 UINT WatchFilter(void (*Step)(int position, int range));
 void UnwatchFilter();
 
+// The program anew, in a process of its own: arguments without its name, as RunCommandLine takes
+// them. False when the system has no room for it. WaitJob waits until one of them ends; false: none
+// runs. StopJobs asks all to stop.
+static const int JOBS_MOST = 64;
+bool StartJob(const std::vector<std::string> &arguments, int id);
+bool WaitJob(int *id, int *code);
+void StopJobs();
+
 // Frees what a filter has left allocated since NoteBlocks, but hKeep. On Windows nobody can.
 void NoteBlocks();
 void FreeLeftBlocks(HGLOBAL hKeep);

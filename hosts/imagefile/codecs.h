@@ -4,6 +4,8 @@
 
 #include "imagefile.h"
 
+#include <stdint.h>
+
 // A locked packed DIB. Rows are bottom-up in memory.
 struct DibView {
     HGLOBAL hDib;
@@ -64,6 +66,33 @@ unsigned DibColoursInUse(const DibView *view);
 // Turns a picture upright as a camera's orientation tag (1 to 8) says; frees the DIB it was given.
 HGLOBAL OrientDib(HGLOBAL hDib, int orientation, ImageMessages *messages);
 
+inline unsigned BigEndian16(const BYTE *p)
+{
+    return unsigned(p[0]) << 8 | p[1];
+}
+
+inline uint32_t BigEndian32(const BYTE *p)
+{
+    return uint32_t(BigEndian16(p)) << 16 | BigEndian16(p + 2);
+}
+
+// A piece of a file: a PNG chunk, named by pName, or a JPEG segment, named by nMarker.
+struct FilePart {
+    const BYTE *pName;
+    BYTE nMarker;
+    const BYTE *pData;
+    size_t nSize;
+};
+
+// From *at, which starts at PNG_PARTS, to the next chunk; false at the end of those that are whole.
+static const size_t PNG_PARTS = 8;
+bool NextPngPart(const BYTE *bytes, size_t length, size_t *at, FilePart *part);
+
+// From *at, which starts at JPEG_PARTS, to the next segment before the pixels; *at is where they or
+// the damage begin when there is none.
+static const size_t JPEG_PARTS = 2;
+bool NextJpegPart(const BYTE *bytes, size_t length, size_t *at, FilePart *part);
+
 // What a PNG or JPEG file says beside its pixels. 0 is unknown.
 struct ImageMetadata {
     int nXPelsPerMeter, nYPelsPerMeter;
@@ -87,8 +116,23 @@ HGLOBAL DecodeBmp(const BYTE *bytes, size_t length, ImageMessages *messages);
 HGLOBAL DecodePng(const BYTE *bytes, size_t length, bool bGray, ImageMessages *messages);
 HGLOBAL DecodeJpeg(const BYTE *bytes, size_t length, ImageMessages *messages);
 bool EncodeBmp(const DibView *view, FileBytes *bytes, ImageMessages *messages);
-bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages);
-bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessages *messages);
+
+// alpha: of every pixel, from the top row on; or null.
+bool EncodePng(const DibView *view, const BYTE *alpha, FileBytes *bytes, ImageMessages *messages);
+
+// coding: the tables to write with, instead of a quality; or null.
+bool EncodeJpeg(const DibView *view, int quality, const JpegCoding *coding, FileBytes *bytes,
+                ImageMessages *messages);
+
+// The transparency of a PNG file that has some: of every pixel, 0 to 255, from the top row on.
+// False: the codec cannot tell.
+bool DecodePngAlpha(const BYTE *bytes, size_t length, std::vector<BYTE> *alpha);
+
+// Of a colour file in luminance and two colour differences, or of a gray one; all else is unknown.
+void ReadJpegCoding(const BYTE *bytes, size_t length, JpegCoding *coding);
+
+// The quality, 1 to 100, whose usual table comes nearest.
+int NearestJpegQuality(const JpegCoding *coding);
 
 // What a file holds, and into the bytes of another.
 void ReadExtras(ImageFormat format, const BYTE *bytes, size_t length, ImageExtras *extras);

@@ -20,16 +20,6 @@ static const char XMP_KEYWORD[] = "iTXtXML:com.adobe.xmp\0\0\0\0";  // not compr
 
 static const BYTE COMMENT = 0xFE, APP_EXIF = 0xE1, APP_PROFILE = 0xE2;
 
-static unsigned Big16(const BYTE *p)
-{
-    return unsigned(p[0]) << 8 | p[1];
-}
-
-static uint32_t Big32(const BYTE *p)
-{
-    return uint32_t(Big16(p)) << 16 | Big16(p + 2);
-}
-
 static void PutBig32(uint32_t value, std::vector<BYTE> *out)
 {
     for (int shift = 24; shift >= 0; shift -= 8) {
@@ -69,20 +59,15 @@ static bool KindOfChunk(const BYTE *name, ExtraKind *kind)
 
 static void ReadChunks(const BYTE *bytes, size_t length, ImageExtras *extras)
 {
-    for (size_t at = 8; at < length && length - at >= 12;) {
-        const BYTE *chunk = bytes + at;
-        const size_t size = Big32(chunk);
+    FilePart part;
+    for (size_t at = PNG_PARTS; NextPngPart(bytes, length, &at, &part);) {
         ExtraKind kind;
-        if (size > length - at - 12) {
-            return;
+        if (memcmp(part.pName, "IHDR", 4) == 0 && part.nSize == 13) {
+            extras->nChannels = part.pData[9] == 0 || part.pData[9] == 4 ? 1 : 3;
         }
-        if (memcmp(chunk + 4, "IHDR", 4) == 0 && size == 13) {
-            extras->nChannels = chunk[17] == 0 || chunk[17] == 4 ? 1 : 3;
+        if (KindOfChunk(part.pName, &kind)) {
+            extras->list.push_back({kind, std::vector<BYTE>(part.pName, part.pData + part.nSize)});
         }
-        if (KindOfChunk(chunk + 4, &kind)) {
-            extras->list.push_back({kind, std::vector<BYTE>(chunk + 4, chunk + 8 + size)});
-        }
-        at += 12 + size;
     }
 }
 
@@ -105,27 +90,17 @@ static bool KindOfSegment(BYTE marker, const BYTE *data, size_t size, ExtraKind 
 
 static void ReadSegments(const BYTE *bytes, size_t length, ImageExtras *extras)
 {
-    for (size_t at = 2; at < length && length - at >= 4 && bytes[at] == 0xFF;) {
-        const BYTE marker = bytes[at + 1];
-        const size_t size = Big16(bytes + at + 2);
+    FilePart part;
+    for (size_t at = JPEG_PARTS; NextJpegPart(bytes, length, &at, &part);) {
         ExtraKind kind;
-        if (marker == 0xFF) {  // fill byte
-            at++;
-            continue;
+        if (IsFrameMarker(part.nMarker) && part.nSize >= 6) {
+            extras->nChannels = part.pData[5];
         }
-        if (marker == 0xDA || marker == 0xD9 || size < 2 || size > length - at - 2) {
-            return;
-        }
-        const BYTE *data = bytes + at + 4;
-        if (IsFrameMarker(marker) && size >= 8) {
-            extras->nChannels = data[5];
-        }
-        if (KindOfSegment(marker, data, size - 2, &kind)) {
-            std::vector<BYTE> block(1, marker);
-            Put(data, size - 2, &block);
+        if (KindOfSegment(part.nMarker, part.pData, part.nSize, &kind)) {
+            std::vector<BYTE> block(1, part.nMarker);
+            Put(part.pData, part.nSize, &block);
             extras->list.push_back({kind, block});
         }
-        at += 2 + size;
     }
 }
 
@@ -134,10 +109,12 @@ void ReadExtras(ImageFormat format, const BYTE *bytes, size_t length, ImageExtra
     extras->nFormat = format;
     extras->nChannels = 0;
     extras->list.clear();
+    extras->jpeg = {};
     if (format == IMAGE_PNG) {
         ReadChunks(bytes, length, extras);
     } else if (format == IMAGE_JPEG) {
         ReadSegments(bytes, length, extras);
+        ReadJpegCoding(bytes, length, &extras->jpeg);
     }
 }
 
@@ -148,12 +125,13 @@ static void ResetOrientation(BYTE *tiff, size_t size)
 {
     const bool bBig = size > 0 && tiff[0] == 'M';
     const auto Word = [=](size_t at) {
-        return bBig ? Big16(tiff + at) : unsigned(tiff[at + 1]) << 8 | tiff[at];
+        return bBig ? BigEndian16(tiff + at) : unsigned(tiff[at + 1]) << 8 | tiff[at];
     };
     if (size < 8) {
         return;
     }
-    const uint32_t directory = bBig ? Big32(tiff + 4) : uint32_t(Word(6)) << 16 | uint32_t(Word(4));
+    const uint32_t directory =
+        bBig ? BigEndian32(tiff + 4) : uint32_t(Word(6)) << 16 | uint32_t(Word(4));
     if (directory > size || size - directory < 2) {
         return;
     }
@@ -342,10 +320,10 @@ static bool PutJoinedProfile(const ImageExtras *extras, std::vector<BYTE> *out)
     return true;
 }
 
-static void NoteDropped(const bool *dropped, ImageMessages *messages)
+static void NoteDropped(const bool *dropped, bool bAlpha, ImageMessages *messages)
 {
     static const char *const NAMES[] = {"colour profile", "EXIF data", "texts"};
-    std::string list;
+    std::string list = bAlpha ? "transparency" : "";
     for (int kind = 0; kind < EXTRA_KINDS; kind++) {
         if (dropped[kind]) {
             list += (list.empty() ? "" : ", ") + std::string(NAMES[kind]);
@@ -366,7 +344,9 @@ bool AddExtras(const ImageExtras *extras, ImageFormat format, FileBytes *bytes,
     ReadExtras(format, bytes->pData, bytes->nLength, &result);
     for (const ImageExtra &extra : extras->list) {
         const bool bProfile = extra.nKind == EXTRA_PROFILE;
-        if (format == IMAGE_BMP || (bProfile && extras->nChannels != result.nChannels)) {
+        const bool bBound =
+            bProfile && (extras->nFormat == IMAGE_JPEG || StartsWith(extra.block, "iCCP", 4));
+        if (format == IMAGE_BMP || (bBound && extras->nChannels != result.nChannels)) {
             dropped[extra.nKind] = true;
         } else if (bProfile && extras->nFormat == IMAGE_JPEG && format == IMAGE_PNG) {
             dropped[extra.nKind] |= !bJoined && !PutJoinedProfile(extras, &insert);
@@ -375,12 +355,12 @@ bool AddExtras(const ImageExtras *extras, ImageFormat format, FileBytes *bytes,
             dropped[extra.nKind] |= !PutExtra(extras, extra, format, &insert);
         }
     }
-    NoteDropped(dropped, messages);
+    NoteDropped(dropped, !extras->alpha.empty() && format != IMAGE_PNG, messages);
     // Behind the header: PNG's, or JPEG's with the density.
     const bool bDensity = format == IMAGE_JPEG && bytes->nLength > 6 && bytes->pData[2] == 0xFF &&
                           bytes->pData[3] == 0xE0;
     const size_t place = format == IMAGE_PNG ? PNG_HEAD
-                         : bDensity          ? 4 + size_t(Big16(bytes->pData + 4))
+                         : bDensity          ? 4 + size_t(BigEndian16(bytes->pData + 4))
                                              : 2;
     if (insert.empty() || place > bytes->nLength) {
         return true;

@@ -83,7 +83,7 @@ static bool CanHoldPng(const ImageMetadata *metadata, size_t length)
 
 // A PNG or JPEG file, by the codec of the system. What the pixels do not tell is read beside it.
 static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t length,
-                                ImageMessages *messages)
+                                ImageMessages *messages, ImageExtras *extras)
 {
     ImageMetadata metadata = {};
     if (format == IMAGE_PNG) {
@@ -105,7 +105,10 @@ static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t le
     if (!hDib) {
         return nullptr;
     }
-    if (metadata.bTransparent) {
+    if (metadata.bTransparent && extras && DecodePngAlpha(bytes, length, &extras->alpha)) {
+        extras->nAlphaWidth = int(metadata.nWidth);
+        extras->nAlphaHeight = int(metadata.nHeight);
+    } else if (metadata.bTransparent) {
         NoteImage(messages, "the transparency was dropped");
     }
     if (metadata.nSampleBits == 16) {
@@ -121,22 +124,40 @@ static HGLOBAL DecodeCompressed(ImageFormat format, const BYTE *bytes, size_t le
     return OrientDib(hDib, metadata.nOrientation, messages);
 }
 
-HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages)
+HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages, ImageExtras *extras)
 {
     memset(messages, 0, sizeof *messages);
     ImageFormat format = ImageFormatOfBytes(bytes, length);
+    if (extras) {
+        *extras = {};
+        ReadExtras(format, bytes, length, extras);
+    }
     if (format == IMAGE_BMP) {
         return DecodeBmp(bytes, length, messages);
     }
     if (format != IMAGE_UNKNOWN) {
-        return DecodeCompressed(format, bytes, length, messages);
+        return DecodeCompressed(format, bytes, length, messages, extras);
     }
     FailImage(messages, length > 0 ? "it is not a BMP, PNG or JPEG file" : "the file is empty");
     return nullptr;
 }
 
+// The tables of the file that a picture comes from, if they can be those of this one.
+static const JpegCoding *CodingFor(const DibView *view, const ImageExtras *extras)
+{
+    const int components = HasGrayTable(view) ? 1 : 3;
+    return extras && extras->jpeg.nComponents >= components ? &extras->jpeg : nullptr;
+}
+
+static const BYTE *AlphaFor(const DibView *view, const ImageExtras *extras)
+{
+    const bool bFits = extras && !extras->alpha.empty() && extras->nAlphaWidth == view->nWidth &&
+                       extras->nAlphaHeight == view->nHeight;
+    return bFits ? extras->alpha.data() : nullptr;
+}
+
 bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes,
-                 ImageMessages *messages)
+                 ImageMessages *messages, const ImageExtras *extras)
 {
     memset(messages, 0, sizeof *messages);
     memset(bytes, 0, sizeof *bytes);
@@ -144,21 +165,24 @@ bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes
     if (!OpenDib(hDib, &view, messages)) {
         return false;
     }
+    const JpegCoding *coding = quality == JPEG_QUALITY_KEPT ? CodingFor(&view, extras) : nullptr;
     bool bDone = false;
     switch (format) {
     case IMAGE_BMP:
         bDone = EncodeBmp(&view, bytes, messages);
         break;
     case IMAGE_PNG:
-        bDone = EncodePng(&view, bytes, messages);
+        bDone = EncodePng(&view, AlphaFor(&view, extras), bytes, messages);
         break;
     case IMAGE_JPEG:
-        bDone = EncodeJpeg(&view, quality, bytes, messages);
+        bDone = EncodeJpeg(&view, quality == JPEG_QUALITY_KEPT ? JPEG_QUALITY_DEFAULT : quality,
+                           coding, bytes, messages);
         break;
     default:
         FailImage(messages, "no format was chosen");
     }
     CloseDib(&view);
+    bDone = bDone && (!extras || AddExtras(extras, format, bytes, messages));
     if (!bDone) {
         free(bytes->pData);
         memset(bytes, 0, sizeof *bytes);
@@ -241,11 +265,7 @@ HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *mess
         if (format) {
             *format = ImageFormatOfBytes(bytes.pData, bytes.nLength);
         }
-        hDib = DecodeImage(bytes.pData, bytes.nLength, messages);
-        if (hDib && extras) {
-            ReadExtras(ImageFormatOfBytes(bytes.pData, bytes.nLength), bytes.pData, bytes.nLength,
-                       extras);
-        }
+        hDib = DecodeImage(bytes.pData, bytes.nLength, messages, extras);
     }
     free(bytes.pData);
     if (!bStandard) {
@@ -292,11 +312,7 @@ bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int qual
                     bool bKeepExisting, ImageMessages *messages, const ImageExtras *extras)
 {
     FileBytes bytes;
-    if (!EncodeImage(hDib, format, quality, &bytes, messages)) {
-        return false;
-    }
-    if (extras && !AddExtras(extras, format, &bytes, messages)) {
-        free(bytes.pData);
+    if (!EncodeImage(hDib, format, quality, &bytes, messages, extras)) {
         return false;
     }
     bool bDone = false;

@@ -13,11 +13,14 @@
 #include <windows.h>
 
 #include <stddef.h>
+#include <stdint.h>
 
 #include <vector>
 
 enum ImageFormat { IMAGE_UNKNOWN, IMAGE_BMP, IMAGE_PNG, IMAGE_JPEG };
 
+// As the JPEG file was that the extras are from; without one, the default.
+static const int JPEG_QUALITY_KEPT = 0;
 static const int JPEG_QUALITY_DEFAULT = 90;
 
 struct ImageMessages {
@@ -31,8 +34,18 @@ struct FileBytes {
     size_t nLength;
 };
 
+// How a JPEG file holds its components: the steps that each one's coefficients are rounded to, in
+// the order of the file, and the components' sampling. nComponents 0: unknown.
+struct JpegCoding {
+    int nComponents;
+    struct {
+        int nAcross, nDown, nTable;
+    } components[3];
+    uint16_t tables[4][64];
+};
+
 // What a PNG or JPEG file says beside its pixels, to be handed from the reading to the writing: the
-// colour profile, EXIF, texts.
+// colour profile, EXIF, texts, transparency, and how a JPEG file was coded.
 enum ExtraKind { EXTRA_PROFILE, EXTRA_EXIF, EXTRA_TEXT, EXTRA_KINDS };
 struct ImageExtra {
     ExtraKind nKind;
@@ -42,6 +55,9 @@ struct ImageExtras {
     ImageFormat nFormat;
     int nChannels;  // of the pixels that a profile is for: 1 gray, 3 colour, 4 inks
     std::vector<ImageExtra> list;
+    JpegCoding jpeg;
+    int nAlphaWidth, nAlphaHeight;
+    std::vector<BYTE> alpha;  // of every pixel, 255 opaque, from the top row on; empty: none
 };
 
 // The format that a path's ending names, in small or capital letters: "a.png", ".JPG".
@@ -56,12 +72,15 @@ const char *ImageFormatTitle(ImageFormat format);
 // The usual ending with its dot: ".png".
 const char *ImageFormatEnding(ImageFormat format);
 
-// A new DIB that the caller frees with GlobalFree, or null.
-HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages);
+// A new DIB that the caller frees with GlobalFree, or null. extras, if not null, receive what the
+// file says beside; without them transparency is dropped, with a notice.
+HGLOBAL DecodeImage(const BYTE *bytes, size_t length, ImageMessages *messages,
+                    ImageExtras *extras = nullptr);
 
-// The file's bytes, or false. quality, 1 to 100, counts for JPEG only.
+// The file's bytes, or false. quality, 1 to 100 or JPEG_QUALITY_KEPT, counts for JPEG only. Of
+// extras, a notice says what the format cannot hold, or what does not fit the picture any more.
 bool EncodeImage(HGLOBAL hDib, ImageFormat format, int quality, FileBytes *bytes,
-                 ImageMessages *messages);
+                 ImageMessages *messages, const ImageExtras *extras = nullptr);
 
 // Reads a file, or standard input when path is "-". format and extras, if not null, receive what it
 // was and what it says beside.
@@ -69,8 +88,7 @@ HGLOBAL ReadImageFile(const char *path, ImageFormat *format, ImageMessages *mess
                       ImageExtras *extras = nullptr);
 
 // Writes a file, or standard output when path is "-". The file appears under its name only when it
-// is complete, and an older one stays until then; bKeepExisting refuses to replace it. Of extras, a
-// notice says what the format cannot hold, or what does not fit the picture any more.
+// is complete, and an older one stays until then; bKeepExisting refuses to replace it.
 bool WriteImageFile(HGLOBAL hDib, const char *path, ImageFormat format, int quality,
                     bool bKeepExisting, ImageMessages *messages,
                     const ImageExtras *extras = nullptr);

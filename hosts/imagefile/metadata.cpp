@@ -9,48 +9,66 @@
 
 static const uint64_t PER_METER_MOST = 0x7FFFFFFF;
 
-static unsigned BigEndian16(const BYTE *p)
+bool NextPngPart(const BYTE *bytes, size_t length, size_t *at, FilePart *part)
 {
-    return unsigned(p[0]) << 8 | p[1];
+    if (*at >= length || length - *at < 12) {  // length, name, data, checksum
+        return false;
+    }
+    const BYTE *chunk = bytes + *at;
+    const uint32_t size = BigEndian32(chunk);
+    if (size > length - *at - 12) {
+        return false;
+    }
+    *part = {chunk + 4, 0, chunk + 8, size};
+    *at += 12 + size_t(size);
+    return true;
 }
 
-static uint32_t BigEndian32(const BYTE *p)
+bool NextJpegPart(const BYTE *bytes, size_t length, size_t *at, FilePart *part)
 {
-    return uint32_t(BigEndian16(p)) << 16 | BigEndian16(p + 2);
+    while (*at + 1 < length && bytes[*at] == 0xFF && bytes[*at + 1] == 0xFF) {  // fill bytes
+        (*at)++;
+    }
+    if (*at >= length || length - *at < 4 || bytes[*at] != 0xFF) {
+        return false;
+    }
+    const BYTE *segment = bytes + *at;
+    const size_t size = BigEndian16(segment + 2);
+    if (segment[1] == 0xDA || segment[1] == 0xD9 || size < 2 || size > length - *at - 2) {
+        return false;
+    }
+    *part = {nullptr, segment[1], segment + 4, size - 2};
+    *at += 2 + size;
+    return true;
 }
 
 void ReadPngMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata)
 {
-    size_t at = 8;  // behind the signature; a chunk is length, name, data, checksum
-    while (at < length && length - at >= 12) {
-        const BYTE *chunk = bytes + at;
-        uint32_t size = BigEndian32(chunk);
-        if (size > length - at - 12) {
-            return;
-        }
-        if (memcmp(chunk + 4, "IEND", 4) == 0) {
+    FilePart part;
+    for (size_t at = PNG_PARTS; NextPngPart(bytes, length, &at, &part);) {
+        const BYTE *data = part.pData;
+        if (memcmp(part.pName, "IEND", 4) == 0) {
             metadata->bComplete = true;
             return;
         }
-        if (memcmp(chunk + 4, "IHDR", 4) == 0 && size == 13) {
-            metadata->bGray = (chunk[17] & 2) == 0;  // bits: 1 palette, 2 colour, 4 transparency
-            metadata->bTransparent = (chunk[17] & 4) != 0;
-            metadata->nSampleBits = chunk[16];
-            metadata->nWidth = BigEndian32(chunk + 8);
-            metadata->nHeight = BigEndian32(chunk + 12);
-            metadata->nPixelBits = chunk[16] * ((chunk[17] & 3) == 2 ? 3u : 1u);
+        if (memcmp(part.pName, "IHDR", 4) == 0 && part.nSize == 13) {
+            metadata->bGray = (data[9] & 2) == 0;  // bits: 1 palette, 2 colour, 4 transparency
+            metadata->bTransparent = (data[9] & 4) != 0;
+            metadata->nSampleBits = data[8];
+            metadata->nWidth = BigEndian32(data);
+            metadata->nHeight = BigEndian32(data + 4);
+            metadata->nPixelBits = data[8] * ((data[9] & 3) == 2 ? 3u : 1u);
         }
-        if (memcmp(chunk + 4, "tRNS", 4) == 0) {
+        if (memcmp(part.pName, "tRNS", 4) == 0) {
             metadata->bTransparent = true;
         }
-        if (memcmp(chunk + 4, "pHYs", 4) == 0 && size == 9 && chunk[16] == 1) {
-            uint32_t x = BigEndian32(chunk + 8), y = BigEndian32(chunk + 12);
+        if (memcmp(part.pName, "pHYs", 4) == 0 && part.nSize == 9 && data[8] == 1) {
+            uint32_t x = BigEndian32(data), y = BigEndian32(data + 4);
             if (x <= PER_METER_MOST && y <= PER_METER_MOST) {
                 metadata->nXPelsPerMeter = int(x);
                 metadata->nYPelsPerMeter = int(y);
             }
         }
-        at += 12 + size_t(size);
     }
 }
 
@@ -125,29 +143,20 @@ static bool FindEndMark(const BYTE *bytes, size_t length)
 
 void ReadJpegMetadata(const BYTE *bytes, size_t length, ImageMetadata *metadata)
 {
-    size_t at = 2;  // behind the start marker; a segment is FF, marker, length, data
-    while (at < length && length - at >= 4 && bytes[at] == 0xFF) {
-        if (bytes[at + 1] == 0xFF) {  // fill byte
-            at++;
-            continue;
+    FilePart part;
+    size_t at = JPEG_PARTS;
+    while (NextJpegPart(bytes, length, &at, &part)) {
+        if (IsFrameMarker(part.nMarker) && part.nSize >= 6) {
+            metadata->nInks = part.pData[5];
         }
-        BYTE marker = bytes[at + 1];
-        unsigned size = BigEndian16(bytes + at + 2);
-        if (marker == 0xDA) {
-            metadata->bComplete = FindEndMark(bytes + at, length - at);
+        if (part.nMarker == 0xE0) {
+            ReadJfif(part.pData, part.nSize, metadata);
         }
-        if (marker == 0xDA || marker == 0xD9 || size < 2 || size > length - at - 2) {
-            return;
+        if (part.nMarker == 0xE1) {
+            ReadExif(part.pData, part.nSize, metadata);
         }
-        if (IsFrameMarker(marker) && size >= 8) {
-            metadata->nInks = bytes[at + 9];
-        }
-        if (marker == 0xE0) {
-            ReadJfif(bytes + at + 4, size - 2, metadata);
-        }
-        if (marker == 0xE1) {
-            ReadExif(bytes + at + 4, size - 2, metadata);
-        }
-        at += 2 + size;
+    }
+    if (at + 1 < length && bytes[at] == 0xFF && bytes[at + 1] == 0xDA) {
+        metadata->bComplete = FindEndMark(bytes + at, length - at);
     }
 }

@@ -1,12 +1,15 @@
 // The command line's system side on Linux. The progress comes from the observer of the headless
 // dialogs, so every filter runs with its progress on: that is also what makes it cancellable.
+#include "../commandline.h"
 #include "../system.h"
 
 #include <headless.h>
 
 #include <VexaFilter.h>
 
+#include <errno.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 static volatile sig_atomic_t g_bInterrupted;
@@ -78,6 +81,70 @@ UINT WatchFilter(void (*Step)(int position, int range))
 void UnwatchFilter()
 {
     SetProgressObserver(nullptr, nullptr);
+}
+
+// ---- jobs ------------------------------------------------------------------------------------
+
+static struct {
+    pid_t nProcess;  // 0: free
+    int nId;
+} g_Jobs[JOBS_MOST];
+
+bool StartJob(const std::vector<std::string> &arguments, int id)
+{
+    for (auto &job : g_Jobs) {
+        if (job.nProcess != 0) {
+            continue;
+        }
+        fflush(nullptr);
+        job.nId = id;
+        job.nProcess = fork();
+        if (job.nProcess == 0) {
+            std::vector<std::string> texts = arguments;
+            std::vector<char *> argv = {const_cast<char *>("vexafilter")};
+            for (std::string &text : texts) {
+                argv.push_back(&text[0]);
+            }
+            const int code = RunCommandLine(int(argv.size()), argv.data());
+            fflush(nullptr);
+            _exit(code);
+        }
+        job.nProcess = job.nProcess < 0 ? 0 : job.nProcess;
+        return job.nProcess != 0;
+    }
+    return false;
+}
+
+void StopJobs()
+{
+    for (const auto &job : g_Jobs) {
+        if (job.nProcess != 0) {
+            kill(job.nProcess, SIGTERM);
+        }
+    }
+}
+
+bool WaitJob(int *id, int *code)
+{
+    for (;;) {
+        int status = 0;
+        const pid_t process = waitpid(-1, &status, 0);
+        if (process < 0 && errno == EINTR) {
+            StopJobs();
+            continue;
+        }
+        if (process < 0) {
+            return false;
+        }
+        for (auto &job : g_Jobs) {
+            if (job.nProcess == process) {
+                job.nProcess = 0;
+                *id = job.nId;
+                *code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+                return true;
+            }
+        }
+    }
 }
 
 // ---- blocks ----------------------------------------------------------------------------------

@@ -161,6 +161,87 @@ void UnwatchFilter()
     g_Watch.hHook = nullptr;
 }
 
+// ---- jobs --------------------------------------------------------------------------------------
+
+static struct {
+    HANDLE hProcess;  // null: free
+    int nId;
+} g_Jobs[JOBS_MOST];
+
+// An argument as CommandLineToArgvW reads it: a backslash counts twice before a quotation mark.
+static void Quote(const std::string &argument, std::wstring *line)
+{
+    size_t slashes = 0;
+    *line += L" \"";
+    for (wchar_t letter : WideText(argument.c_str())) {
+        if (letter == L'"') {
+            line->append(slashes + 1, L'\\');
+        }
+        slashes = letter == L'\\' ? slashes + 1 : 0;
+        *line += letter;
+    }
+    line->append(slashes, L'\\');
+    *line += L'"';
+}
+
+bool StartJob(const std::vector<std::string> &arguments, int id)
+{
+    wchar_t program[32768];
+    STARTUPINFOW startup = {};
+    PROCESS_INFORMATION process;
+    std::wstring line = L"vexafilter";
+    startup.cb = sizeof startup;
+    for (const std::string &argument : arguments) {
+        Quote(argument, &line);
+    }
+    for (auto &job : g_Jobs) {
+        if (job.hProcess) {
+            continue;
+        }
+        if (!GetModuleFileNameW(nullptr, program, DWORD(sizeof program / sizeof *program)) ||
+            !CreateProcessW(program, &line[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                            &startup, &process)) {
+            return false;
+        }
+        CloseHandle(process.hThread);
+        job.hProcess = process.hProcess;
+        job.nId = id;
+        return true;
+    }
+    return false;
+}
+
+// The console has told every process.
+void StopJobs()
+{
+}
+
+bool WaitJob(int *id, int *code)
+{
+    HANDLE handles[JOBS_MOST];
+    DWORD count = 0, status = 0;
+    for (const auto &job : g_Jobs) {
+        if (job.hProcess) {
+            handles[count++] = job.hProcess;
+        }
+    }
+    if (count == 0) {
+        return false;
+    }
+    const DWORD ended = WaitForMultipleObjects(count, handles, FALSE, INFINITE);
+    for (auto &job : g_Jobs) {
+        if (ended < WAIT_OBJECT_0 + count && job.hProcess == handles[ended - WAIT_OBJECT_0]) {
+            GetExitCodeProcess(job.hProcess, &status);
+            CloseHandle(job.hProcess);
+            job.hProcess = nullptr;
+            *id = job.nId;
+            *code = int(status);
+            return true;
+        }
+    }
+    return false;
+}
+
 void NoteBlocks()
 {
 }

@@ -1,6 +1,6 @@
 // JPEG files through libjpeg. Gray files become 8-bit gray DIBs, all others 24-bit ones. A DIB
 // whose colours are all gray is written as gray, all others in colour with libjpeg's usual
-// subsampling.
+// subsampling, or with the tables of the file that they came from.
 //
 // Data that end too early are refused; other damage is repaired as libjpeg does and noted. Files
 // with an Adobe marker store inks inverted.
@@ -146,8 +146,29 @@ static void SetDensity(jpeg_compress_struct *jpeg, const BITMAPINFOHEADER *heade
     jpeg->Y_density = UINT16(y);
 }
 
-static bool WriteJpeg(JpegPass *pass, jpeg_compress_struct *jpeg, int quality, BYTE **out,
-                      unsigned long *length)
+// The place of each step of a file's table among the rows of its block.
+static const int ZIGZAG[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                               12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                               35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                               58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+
+static void SetCoding(jpeg_compress_struct *jpeg, const JpegCoding *coding)
+{
+    for (int i = 0; i < jpeg->num_components; i++) {
+        const auto &component = coding->components[i];
+        unsigned steps[64];
+        for (int j = 0; j < 64; j++) {
+            steps[ZIGZAG[j]] = coding->tables[component.nTable][j];
+        }
+        jpeg_add_quant_table(jpeg, component.nTable, steps, 100, FALSE);
+        jpeg->comp_info[i].quant_tbl_no = component.nTable;
+        jpeg->comp_info[i].h_samp_factor = jpeg->num_components == 1 ? 1 : component.nAcross;
+        jpeg->comp_info[i].v_samp_factor = jpeg->num_components == 1 ? 1 : component.nDown;
+    }
+}
+
+static bool WriteJpeg(JpegPass *pass, jpeg_compress_struct *jpeg, int quality,
+                      const JpegCoding *coding, BYTE **out, unsigned long *length)
 {
     if (setjmp(pass->leave)) {
         return false;
@@ -161,7 +182,11 @@ static bool WriteJpeg(JpegPass *pass, jpeg_compress_struct *jpeg, int quality, B
     jpeg->input_components = bGray ? 1 : 3;
     jpeg->in_color_space = bGray ? JCS_GRAYSCALE : JCS_EXT_BGR;
     jpeg_set_defaults(jpeg);
-    jpeg_set_quality(jpeg, quality, TRUE);
+    if (coding) {
+        SetCoding(jpeg, coding);
+    } else {
+        jpeg_set_quality(jpeg, quality, TRUE);
+    }
     SetDensity(jpeg, view->pHeader);
     jpeg_start_compress(jpeg, TRUE);
     MakeLine(reinterpret_cast<j_common_ptr>(jpeg), size_t(view->nWidth) * 3);
@@ -177,7 +202,8 @@ static bool WriteJpeg(JpegPass *pass, jpeg_compress_struct *jpeg, int quality, B
     return true;
 }
 
-bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessages *messages)
+bool EncodeJpeg(const DibView *view, int quality, const JpegCoding *coding, FileBytes *bytes,
+                ImageMessages *messages)
 {
     if (view->nWidth > JPEG_MAX_DIMENSION || view->nHeight > JPEG_MAX_DIMENSION) {
         return FailImage(messages, "a JPEG file holds at most %d pixels a side",
@@ -188,7 +214,7 @@ bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessage
     unsigned long length = 0;
     pass.view = *view;
     jpeg.err = StartErrors(&pass, messages);
-    bool bDone = WriteJpeg(&pass, &jpeg, quality, &bytes->pData, &length);
+    bool bDone = WriteJpeg(&pass, &jpeg, quality, coding, &bytes->pData, &length);
     jpeg_destroy_compress(&jpeg);
     free(pass.pLine);
     bytes->nLength = length;

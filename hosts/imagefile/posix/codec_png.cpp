@@ -1,6 +1,6 @@
 // PNG files through libpng. Rows go straight between the file and the DIB: gray of 1 bit, palettes
 // of 1, 4 and 8 bits, gray of 8 bits and colour stay what they are; gray of 2 and 4 bits and
-// palettes of 2 bits become 8 bits, 16-bit samples are rounded to 8, transparency is dropped.
+// palettes of 2 bits become 8 bits, 16-bit samples are rounded to 8, transparency is read apart.
 //
 // libpng leaves a failed call by longjmp, so each pass is one function without cleanup of its own,
 // and the caller releases what the record holds.
@@ -20,7 +20,9 @@ struct PngPass {
     png_structp pPng;
     png_infop pInfo;
     DibView view;
-    const BYTE *pNext;  // reading: what is left of the file
+    const BYTE *pAlpha;  // writing: of the pixels, or null
+    BYTE *pLine;         // writing: a row with it
+    const BYTE *pNext;   // reading: what is left of the file
     size_t nLeft;
     FileBytes *pBytes;  // writing: what was made so far
     size_t nRoom;
@@ -175,6 +177,26 @@ HGLOBAL DecodePng(const BYTE *bytes, size_t length, bool, ImageMessages *message
     return bDone ? pass.view.hDib : nullptr;
 }
 
+bool DecodePngAlpha(const BYTE *bytes, size_t length, std::vector<BYTE> *alpha)
+{
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_memory(&image, bytes, length)) {
+        return false;
+    }
+    image.format = PNG_FORMAT_RGBA;
+    const size_t pixels = size_t(image.width) * image.height;
+    BYTE *rows = pixels < (size_t(1) << 29) ? static_cast<BYTE *>(malloc(pixels * 4)) : nullptr;
+    const bool bDone = rows && png_image_finish_read(&image, nullptr, rows, 0, nullptr);
+    png_image_free(&image);
+    alpha->clear();
+    for (size_t i = 0; bDone && i < pixels; i++) {
+        alpha->push_back(rows[i * 4 + 3]);
+    }
+    free(rows);
+    return bDone;
+}
+
 // The table reaches to the highest index that a pixel holds: PNG has no colours past its palette.
 static void WritePalette(PngPass *pass)
 {
@@ -187,6 +209,21 @@ static void WritePalette(PngPass *pass)
     png_set_PLTE(pass->pPng, pass->pInfo, colours, int(count));
 }
 
+// The samples of row y with their transparency behind each pixel's.
+static void MixAlpha(const PngPass *pass, int y, bool bGray)
+{
+    const size_t width = size_t(pass->view.nWidth), samples = bGray ? 1 : 3;
+    BYTE *plain = pass->pLine + width * (samples + 1), *out = pass->pLine;
+    const BYTE *alpha = pass->pAlpha + width * size_t(y);
+    ExpandRow(&pass->view, y, bGray, plain);
+    for (size_t x = 0; x < width; x++) {
+        for (size_t i = 0; i < samples; i++) {
+            *out++ = *plain++;
+        }
+        *out++ = alpha[x];
+    }
+}
+
 static bool WritePng(PngPass *pass)
 {
     if (setjmp(png_jmpbuf(pass->pPng))) {
@@ -197,12 +234,14 @@ static bool WritePng(PngPass *pass)
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
     png_set_write_fn(png, pass, PngWrite, PngFlush);
     png_set_write_status_fn(png, PngRowDone);
-    int type = view->nBitCount == 24 ? PNG_COLOR_TYPE_RGB
-               : HasGrayRamp(view)   ? PNG_COLOR_TYPE_GRAY
-                                     : PNG_COLOR_TYPE_PALETTE;
-    png_set_IHDR(png, pass->pInfo, unsigned(view->nWidth), unsigned(view->nHeight),
-                 view->nBitCount == 24 ? 8 : view->nBitCount, type, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    const bool bGray = HasGrayTable(view);
+    int type = pass->pAlpha ? bGray ? PNG_COLOR_TYPE_GRAY_ALPHA : PNG_COLOR_TYPE_RGB_ALPHA
+               : view->nBitCount == 24 ? PNG_COLOR_TYPE_RGB
+               : HasGrayRamp(view)     ? PNG_COLOR_TYPE_GRAY
+                                       : PNG_COLOR_TYPE_PALETTE;
+    int bits = view->nBitCount == 24 || pass->pAlpha ? 8 : view->nBitCount;
+    png_set_IHDR(png, pass->pInfo, unsigned(view->nWidth), unsigned(view->nHeight), bits, type,
+                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(png, COMPRESSION_LEVEL);
     if (type == PNG_COLOR_TYPE_PALETTE) {
         WritePalette(pass);
@@ -215,22 +254,32 @@ static bool WritePng(PngPass *pass)
     png_write_info(png, pass->pInfo);
     png_set_bgr(png);
     for (int y = 0; y < view->nHeight; y++) {
-        png_write_row(png, DibRow(view, y));
+        if (pass->pAlpha) {
+            MixAlpha(pass, y, bGray);
+        }
+        png_write_row(png, pass->pAlpha ? pass->pLine : DibRow(view, y));
     }
     png_write_end(png, nullptr);
     return true;
 }
 
-bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages)
+bool EncodePng(const DibView *view, const BYTE *alpha, FileBytes *bytes, ImageMessages *messages)
 {
+    static const size_t MOST_SAMPLES = 3 + 4;  // plain, and with the transparency
     PngPass pass = {};
     pass.view = *view;
+    pass.pAlpha = alpha;
+    pass.pLine = alpha ? static_cast<BYTE *>(malloc(size_t(view->nWidth) * MOST_SAMPLES)) : nullptr;
+    if (alpha && !pass.pLine) {
+        return FailImage(messages, "not enough memory");
+    }
     pass.pBytes = bytes;
     pass.pMessages = messages;
     pass.pPng = png_create_write_struct(PNG_LIBPNG_VER_STRING, &pass, PngFailed, PngWarned);
     pass.pInfo = pass.pPng ? png_create_info_struct(pass.pPng) : nullptr;
     bool bDone = pass.pInfo ? WritePng(&pass) : FailImage(messages, "not enough memory");
     png_destroy_write_struct(&pass.pPng, &pass.pInfo);
+    free(pass.pLine);
     return bDone;
 }
 

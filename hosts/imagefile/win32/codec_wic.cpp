@@ -254,6 +254,39 @@ HGLOBAL DecodeJpeg(const BYTE *bytes, size_t length, ImageMessages *messages)
     return Decode(bytes, length, false, messages);
 }
 
+bool DecodePngAlpha(const BYTE *bytes, size_t length, std::vector<BYTE> *alpha)
+{
+    WicPass pass;
+    ImageMessages messages;
+    IWICFormatConverter *pConverter = nullptr;
+    UINT width = 0, height = 0;
+    BYTE *data = const_cast<BYTE *>(bytes);  // only read
+    bool bDone =
+        Start(&pass, &messages) && Done(pass.pFactory->CreateStream(&pass.pInput), &pass) &&
+        Done(pass.pInput->InitializeFromMemory(data, DWORD(length)), &pass) &&
+        Done(pass.pFactory->CreateDecoderFromStream(pass.pInput, nullptr,
+                                                    WICDecodeMetadataCacheOnDemand, &pass.pDecoder),
+             &pass) &&
+        Done(pass.pDecoder->GetFrame(0, &pass.pSource), &pass) &&
+        Done(pass.pSource->GetSize(&width, &height), &pass) &&
+        Done(pass.pFactory->CreateFormatConverter(&pConverter), &pass) &&
+        Done(pConverter->Initialize(pass.pSource, GUID_WICPixelFormat32bppBGRA,
+                                    WICBitmapDitherTypeNone, nullptr, 0,
+                                    WICBitmapPaletteTypeCustom),
+             &pass);
+    const ULONGLONG size = ULONGLONG(width) * height * 4;
+    pass.pRows = bDone && size < 0x7FFFFFFF ? static_cast<BYTE *>(malloc(size_t(size))) : nullptr;
+    bDone = pass.pRows &&
+            Done(pConverter->CopyPixels(nullptr, width * 4, UINT(size), pass.pRows), &pass);
+    alpha->clear();
+    for (size_t i = 0; bDone && i < size; i += 4) {
+        alpha->push_back(pass.pRows[i + 3]);
+    }
+    Release(pConverter);
+    Finish(&pass);
+    return bDone;
+}
+
 // ---- writing -----------------------------------------------------------------------------------
 
 static bool WritePalette(WicPass *pass)
@@ -294,16 +327,30 @@ static bool OpenOutput(WicPass *pass, const GUID *container)
            Done(pass->pEncoder->CreateNewFrame(&pass->pTarget, &pass->pProperties), pass);
 }
 
-static bool SetQuality(WicPass *pass, int quality)
+// coding: the component takes no tables of others; the nearest quality and the sampling come close.
+static bool SetQuality(WicPass *pass, int quality, const JpegCoding *coding)
 {
-    static WCHAR NAME[] = L"ImageQuality";
+    static WCHAR QUALITY[] = L"ImageQuality", SAMPLING[] = L"JpegYCrCbSubsampling";
+    static const BYTE SAMPLINGS[2][2] = {{WICJpegYCrCbSubsampling444, WICJpegYCrCbSubsampling440},
+                                         {WICJpegYCrCbSubsampling422, WICJpegYCrCbSubsampling420}};
     PROPBAG2 option = {};
-    option.pstrName = NAME;
     VARIANT value;
     VariantInit(&value);
+    option.pstrName = QUALITY;
     value.vt = VT_R4;
-    value.fltVal = float(quality) / 100.0f;
-    return Done(pass->pProperties->Write(1, &option, &value), pass);
+    value.fltVal = float(coding ? NearestJpegQuality(coding) : quality) / 100.0f;
+    if (!Done(pass->pProperties->Write(1, &option, &value), pass)) {
+        return false;
+    }
+    if (coding && coding->nComponents == 3) {
+        const auto &luminance = coding->components[0], &difference = coding->components[1];
+        option.pstrName = SAMPLING;
+        value.vt = VT_UI1;
+        value.bVal =
+            SAMPLINGS[luminance.nAcross > difference.nAcross][luminance.nDown > difference.nDown];
+        pass->pProperties->Write(1, &option, &value);  // what cannot be had is the usual one
+    }
+    return true;
 }
 
 // bWholeDots: the file holds whole dots per inch, and the component would cut off a fraction.
@@ -349,11 +396,27 @@ static bool FinishOutput(WicPass *pass, FileBytes *bytes)
     return true;
 }
 
-// bExpand: rows are written as gray or 24-bit colour, whatever the DIB holds.
-static bool WriteRows(WicPass *pass, bool bExpand, bool bGray)
+// Blue, green, red, transparency.
+static void MixAlpha(const DibView *view, int y, const BYTE *alpha, BYTE *out)
+{
+    BYTE *plain = out + size_t(view->nWidth);  // moves up, never behind what it becomes
+    ExpandRow(view, y, false, plain);
+    for (int x = 0; x < view->nWidth; x++, out += 4, plain += 3) {
+        out[0] = plain[0];
+        out[1] = plain[1];
+        out[2] = plain[2];
+        out[3] = alpha[size_t(view->nWidth) * unsigned(y) + unsigned(x)];
+    }
+}
+
+// bExpand: rows are written as gray or 24-bit colour, whatever the DIB holds; with alpha, if not
+// null, as 32-bit colour.
+static bool WriteRows(WicPass *pass, bool bExpand, bool bGray, const BYTE *alpha)
 {
     const DibView *view = &pass->view;
-    UINT stride = bExpand ? UINT(DibStride(view->nWidth, bGray ? 8 : 24)) : UINT(view->nStride);
+    UINT stride = alpha     ? UINT(view->nWidth) * 4
+                  : bExpand ? UINT(DibStride(view->nWidth, bGray ? 8 : 24))
+                            : UINT(view->nStride);
     pass->pRows = static_cast<BYTE *>(calloc(1, stride));
     if (!pass->pRows) {
         return Done(E_OUTOFMEMORY, pass);
@@ -362,10 +425,12 @@ static bool WriteRows(WicPass *pass, bool bExpand, bool bGray)
         if (ImageStopped(pass->pMessages)) {
             return false;
         }
-        if (bExpand) {
+        if (alpha) {
+            MixAlpha(view, y, alpha, pass->pRows);
+        } else if (bExpand) {
             ExpandRow(view, y, bGray, pass->pRows);
         }
-        BYTE *row = bExpand ? pass->pRows : DibRow(view, y);
+        BYTE *row = bExpand || alpha ? pass->pRows : DibRow(view, y);
         if (!Done(pass->pTarget->WritePixels(1, stride, stride, row), pass)) {
             return false;
         }
@@ -373,21 +438,26 @@ static bool WriteRows(WicPass *pass, bool bExpand, bool bGray)
     return true;
 }
 
-bool EncodePng(const DibView *view, FileBytes *bytes, ImageMessages *messages)
+bool EncodePng(const DibView *view, const BYTE *alpha, FileBytes *bytes, ImageMessages *messages)
 {
     WicPass pass;
     bool bIndexed = false;
     const GUID *format = PngFormat(view, &bIndexed);
+    if (alpha) {
+        format = &GUID_WICPixelFormat32bppBGRA;
+        bIndexed = false;
+    }
     bool bDone = Start(&pass, messages);
     pass.view = *view;
     bDone = bDone && OpenOutput(&pass, &GUID_ContainerFormatPng) &&
             StartTarget(&pass, format, false) && (!bIndexed || WritePalette(&pass)) &&
-            WriteRows(&pass, false, false) && FinishOutput(&pass, bytes);
+            WriteRows(&pass, false, false, alpha) && FinishOutput(&pass, bytes);
     Finish(&pass);
     return bDone;
 }
 
-bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessages *messages)
+bool EncodeJpeg(const DibView *view, int quality, const JpegCoding *coding, FileBytes *bytes,
+                ImageMessages *messages)
 {
     if (view->nWidth > JPEG_SIDE_MOST || view->nHeight > JPEG_SIDE_MOST) {
         return FailImage(messages, "a JPEG file holds at most %d pixels a side", JPEG_SIDE_MOST);
@@ -397,9 +467,9 @@ bool EncodeJpeg(const DibView *view, int quality, FileBytes *bytes, ImageMessage
     const GUID *format = bGray ? &GUID_WICPixelFormat8bppGray : &GUID_WICPixelFormat24bppBGR;
     bool bDone = Start(&pass, messages);
     pass.view = *view;
-    bDone = bDone && OpenOutput(&pass, &GUID_ContainerFormatJpeg) && SetQuality(&pass, quality) &&
-            StartTarget(&pass, format, true) && WriteRows(&pass, true, bGray) &&
-            FinishOutput(&pass, bytes);
+    bDone = bDone && OpenOutput(&pass, &GUID_ContainerFormatJpeg) &&
+            SetQuality(&pass, quality, coding) && StartTarget(&pass, format, true) &&
+            WriteRows(&pass, true, bGray, nullptr) && FinishOutput(&pass, bytes);
     Finish(&pass);
     return bDone;
 }
