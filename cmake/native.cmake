@@ -6,6 +6,7 @@ add_library(posix OBJECT
   platform/posix/bench_state.cpp
   platform/posix/blocks.cpp
   platform/posix/clock.cpp
+  platform/posix/gdi.cpp
   platform/posix/memory.cpp
   platform/posix/modules.cpp
   platform/posix/threads.cpp

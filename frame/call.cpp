@@ -116,8 +116,8 @@ int HasDialogs(const FilterCall *pCall)
 }
 
 // The system's own cursor: its handle never changes. To ask for it costs more than to filter a
-// small picture. Returns the cursor that was shown.
-static HCURSOR ShowWaitCursor(void)
+// small picture.
+HCURSOR ShowWaitCursor(void)
 {
     static HCURSOR hWait;
     HCURSOR hKnown = __atomic_load_n(&hWait, __ATOMIC_RELAXED);

@@ -51,6 +51,9 @@ int IsNestedInProgress(const RunningCall *pCall);
 void NoteProgressDialog(void);
 void KeepQuitMessage(WPARAM nQuitCode);
 
+// Returns the cursor that was shown.
+HCURSOR ShowWaitCursor(void);
+
 // ---- the record of a filter ---------------------------------------------------------------------
 
 // An argument list from the first parameter on, in the words of 32 bits that a 32-bit host pushes:

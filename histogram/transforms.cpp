@@ -27,8 +27,9 @@
 // and the source locked.
 
 #include "VexaFilter.h"
+
+#include "counts.h"
 #include "frame/intops.h"
-#include "frame/levels.h"
 #include "frame/rows.h"
 
 #include <math.h>
@@ -152,16 +153,6 @@ static void MakeLevelTable(TransformPlan *pPlan, const void *pArguments)
     }
 }
 
-// Counts of bytes as counts of their two nibbles.
-static void SplitCounts(const DWORD *bytes, DWORD *nibbles)
-{
-    memset(nibbles, 0, GRAY_LEVELS * sizeof *nibbles);
-    for (int i = 0; i < GRAY_LEVELS; i++) {
-        nibbles[i >> 4] += bytes[i];
-        nibbles[i & 15] += bytes[i];
-    }
-}
-
 static BYTE ShareLevel(const TransformPlan *pPlan, double share)
 {
     const int bitCount = pPlan->pSource->shape.bitCount;
@@ -211,23 +202,19 @@ static int IsByChannel(const TransformPlan *pPlan)
     return pPlan->pSource->shape.bitCount == 24 && pPlan->pTransform->MapShare != NULL;
 }
 
-// Without bytes behind the last whole pixel the channels go on from row to row.
 static void CountRows(void *pContext, unsigned nFirst, unsigned nRows)
 {
     TransformPlan *pPlan = (TransformPlan *)pContext;
     const size_t stride = pPlan->pSource->shape.stride;
     const BYTE *src = pPlan->pSource->pBits + nFirst * stride;
-    const size_t nBytes = nRows * stride;
-    const size_t run = stride % COLOR_CHANNELS == 0 ? nBytes : stride;
-    if (!IsByChannel(pPlan)) {
-        CountBytes(src, nBytes, pPlan->counts[0]);
-        return;
-    }
-    for (size_t i = 0; i < nBytes; i += run) {
-        CountPixels(src + i, run - run % COLOR_CHANNELS, pPlan->counts);
+    if (IsByChannel(pPlan)) {
+        CountChannels(src, nRows, stride, pPlan->counts);
+    } else {
+        CountBytes(src, nRows * stride, pPlan->counts[0]);
     }
 }
 
+// Without bytes behind the last whole pixel the channels go on from row to row.
 static void MapRows(void *pContext, unsigned nFirst, unsigned nRows)
 {
     const TransformPlan *pPlan = (const TransformPlan *)pContext;

@@ -2,6 +2,7 @@
 
 set(VEXA_HOST_SOURCES
   hosts/catalogue/catalogue.cpp
+  hosts/catalogue/chart.cpp
   hosts/catalogue/conversion.cpp
   hosts/catalogue/convolution.cpp
   hosts/catalogue/effects.cpp
@@ -15,6 +16,7 @@ set(VEXA_HOST_SOURCES
   hosts/catalogue/redeye.cpp
   hosts/catalogue/tonal.cpp
   hosts/cli/batch.cpp
+  hosts/cli/counts.cpp
   hosts/cli/help.cpp
   hosts/cli/options.cpp
   hosts/cli/progress.cpp

@@ -64,6 +64,19 @@ typedef struct FilterMask {
     int originRow;
 } FilterMask;
 
+/*
+ * How often each level occurs, filled in by HistDIBCreate. Of the arrays the first nChannels rows
+ * are in use, and of counts the first nLevels columns. At 24 bits channel 0 is blue, 1 green, 2
+ * red.
+ */
+typedef struct HistogramRecord {
+    UINT nChannels;
+    UINT nLevels;
+    UINT minCount[3];
+    UINT maxCount[3];
+    UINT counts[3][256];
+} HistogramRecord;
+
 /* ---- state --------------------------------------------------------------------------------- */
 
 /*
@@ -482,6 +495,42 @@ HGLOBAL VEXAFILTER_API HistDIBModify(HGLOBAL hDib, UINT mode, HWND hParent);
 
 /* Spreads the levels by their share of the picture, evenly. */
 HGLOBAL VEXAFILTER_API HistDIBEqualization(HGLOBAL hDib, UINT mode, HWND hParent);
+
+/* ---- histograms to look at: docs/histogram.md ------------------------------------------------ */
+
+/*
+ * Counts the stored values of an image of 1, 4, 8 or 24 bits (palette indices, whatever their
+ * colours) into a record of the caller's: 1 channel of 2, 16 or 256 levels, or 3 of 256. Every byte
+ * of a row counts, its padding, too. 1, or 0: no record, the image is null or cannot be locked (the
+ * record is not touched), or it is of another depth or not what its header says (nChannels is 1 and
+ * all counts are 0 then).
+ */
+int VEXAFILTER_API HistDIBCreate(HGLOBAL hDib, HistogramRecord *pRecord);
+
+/*
+ * Draws a record as white bars over a base line with ticks, on whatever is there. pRect: its sides
+ * only, the chart begins at (10, 20). channel: 1 blue, 2 green, 3 red, any other number their sum;
+ * of no account where there is one channel. 1 when the chart was drawn; 0: something is null, the
+ * rectangle is not wider than the number of levels by 20 pixels, or a record has no levels or more
+ * than 256.
+ */
+int VEXAFILTER_API HistDispToDC(HDC hdc, const HistogramRecord *pRecord, const RECT *pRect,
+                                int channel);
+
+/*
+ * The same into a window's client area, to be called on WM_PAINT, which it answers (BeginPaint,
+ * EndPaint). Always 0.
+ */
+int VEXAFILTER_API HistDispWmPain(HWND hWnd, const HistogramRecord *pRecord, int channel);
+
+/*
+ * Counts an image and draws a white line for each level straight into a window; the result is a
+ * copy of the image. Levels of 128 and more are lumped at 255. channel: at 24 bits 1 blue, 2 green,
+ * 3 red; any other number draws nothing. A window that is null or not wider than the top level by
+ * 20 pixels is not drawn into. Null: the image cannot be locked or is not what its header says, or
+ * memory ran out.
+ */
+HGLOBAL VEXAFILTER_API HistDIBGen(HGLOBAL hDib, HWND hWnd, int channel);
 
 /* ---- effects: docs/effects.md -------------------------------------------------------------- */
 

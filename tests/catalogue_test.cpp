@@ -2,6 +2,7 @@
 // the same values, the depths that the export takes, the dialog entry that it asks for.
 
 #include "hosts/catalogue/catalogue.h"
+#include "hosts/catalogue/chart.h"
 
 #include "platform/posix/testing.h"
 
@@ -116,6 +117,7 @@ static const DirectCall CALLS[] = {
     {"FreqDIBHomomorphic", {6, 3, 1.75, 0.5, 0, 1}, CALL { return FreqDIBHomomorphic(h[0], n[0], n[1], (float)v[2].dValue, (float)v[3].dValue, n[4], mode & MODE_DIALOG); }},
     {"FreqDIBInverse", {0, 700, 1}, CALL { (void)v, (void)mode; return FreqDIBInverse(h[0], h[1], n[0], n[1]); }},
     {"FreqDIBWiener", {2.5, 0, 700, 1}, CALL { (void)mode; return FreqDIBWiener(h[0], h[1], v[0].dValue, n[1], n[2]); }},
+    {"HistDispToDC", {2, 300, 90}, NULL},  // in a context of its own
     {"HistDIBEqualization", {}, CALL { (void)v, (void)n; return HistDIBEqualization(h[0], mode, NULL); }},
 };
 // clang-format on
@@ -337,3 +339,21 @@ INSTANTIATE_TEST_SUITE_P(All, CatalogueRow, testing::ValuesIn(AllRows()),
                          [](const testing::TestParamInfo<const CatalogueFilter *> &row) {
                              return std::string(row.param->pExport);
                          });
+
+// The chart and the counts leave a row's padding out.
+TEST(CatalogueHistogram, PaddingDoesNotCount)
+{
+    for (int bits : {1, 4, 8, 24}) {
+        const HGLOBAL hDib = RandomPicture(bits, 3);
+        HistogramRecord record;
+        ASSERT_TRUE(CountPicture(hDib, &record));
+        for (UINT channel = 0; channel < record.nChannels; channel++) {
+            UINT sum = 0;
+            for (UINT count : record.counts[channel]) {
+                sum += count;
+            }
+            EXPECT_EQ(21u * 17u, sum) << bits << " bits, channel " << channel;
+        }
+        GlobalFree(hDib);
+    }
+}

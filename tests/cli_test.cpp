@@ -721,6 +721,18 @@ TEST(CommandLine, AMaskIsTheSameFromAFile)
     }
 }
 
+TEST(CommandLine, CountsAreATable)
+{
+    const std::string folder = Folder();
+    Outcome outcome = Call({"counts", MakePicture(folder + "in.png", 1, 5, 3)});
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_EQ(outcome.out, "level,count\n0,15\n1,0\n");
+    outcome = Call({"counts", MakePicture(folder + "in.png", 24, 5, 3)});
+    EXPECT_EQ(outcome.out.substr(0, 30), "level,red,green,blue\n0,1,1,2\n1");
+    EXPECT_EQ(Call({"counts", folder + "missing.png"}).code, 3);
+    EXPECT_EQ(Call({"counts"}).code, 2);
+}
+
 TEST(CommandLine, TransparencyStaysUnlessPixelsMove)
 {
     const std::string folder = Folder(), in = folder + "in.png", out = folder + "out.png";

@@ -105,6 +105,11 @@ extern const int DIALOG_TURNS;
 // A top-level window; OnMessage is called for WM_APP, posted or sent.
 HWND NewWindow(void (*OnMessage)(HWND));
 
+// A black window without a frame, all of it to be painted. What it shows, row by row: whether each
+// pixel is white.
+HWND NewCanvasWindow(int width, int height);
+std::vector<bool> ReadCanvasWindow(HWND hWnd);
+
 // ---- all of it ----------------------------------------------------------------------------------
 
 // Once, before the first test.

@@ -200,6 +200,37 @@ static void OnWindowMessage(HWND hWnd, UINT message, WPARAM, LPARAM, void *pCont
 
 const int DIALOG_TURNS = 30;
 
+// The bitmap of the canvas window; the tests have one at a time.
+static HBITMAP g_hCanvas;
+static const BYTE *g_pCanvas;
+static int g_nCanvasWidth, g_nCanvasHeight;
+
+HWND NewCanvasWindow(int width, int height)
+{
+    BITMAPINFO info = {};
+    void *bits = NULL;
+    info.bmiHeader = {40, width, -height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+    const HWND hWnd = CreatePlainWindow();
+    DeleteObject(g_hCanvas);
+    g_hCanvas = CreateDIBSection(NULL, &info, DIB_RGB_COLORS, &bits, NULL, 0);
+    g_pCanvas = (const BYTE *)bits;
+    g_nCanvasWidth = width;
+    g_nCanvasHeight = height;
+    SetPlainWindowBitmap(hWnd, g_hCanvas);
+    return hWnd;
+}
+
+std::vector<bool> ReadCanvasWindow(HWND)
+{
+    std::vector<bool> white;
+    for (int y = 0; y < g_nCanvasHeight; y++) {
+        for (int x = 0; x < g_nCanvasWidth; x++) {
+            white.push_back(g_pCanvas[(g_nCanvasWidth * 3 + 3) / 4 * 4 * y + x * 3] == 255);
+        }
+    }
+    return white;
+}
+
 HWND NewWindow(void (*OnMessage)(HWND))
 {
     const HWND hWnd = CreatePlainWindow();

@@ -392,9 +392,41 @@ HWND NewWindow(void (*OnMessage)(HWND))
     return hWnd;
 }
 
+HWND NewCanvasWindow(int width, int height)
+{
+    const HWND hWnd = CreateWindowA("VexaTestCanvas", "canvas", WS_POPUP | WS_VISIBLE, 0, 0, width,
+                                    height, NULL, NULL, GetModuleHandleA(NULL), NULL);
+    const HDC hdc = GetDC(hWnd);
+    PatBlt(hdc, 0, 0, width, height, BLACKNESS);
+    ReleaseDC(hWnd, hdc);
+    InvalidateRect(hWnd, NULL, TRUE);
+    return hWnd;
+}
+
+std::vector<bool> ReadCanvasWindow(HWND hWnd)
+{
+    RECT client;
+    GetClientRect(hWnd, &client);
+    std::vector<bool> white;
+    const HDC hdc = GetDC(hWnd);
+    for (int y = 0; y < client.bottom; y++) {
+        for (int x = 0; x < client.right; x++) {
+            white.push_back(GetPixel(hdc, x, y) == RGB(255, 255, 255));
+        }
+    }
+    ReleaseDC(hWnd, hdc);
+    return white;
+}
+
 void StartHost(void)
 {
     WNDCLASSA wndClass = {};
+    wndClass.lpfnWndProc = DefWindowProcA;
+    wndClass.hInstance = GetModuleHandleA(NULL);
+    wndClass.lpszClassName = "VexaTestCanvas";
+    wndClass.hbrBackground = (HBRUSH)GetStockObject(BLACK_BRUSH);
+    RegisterClassA(&wndClass);
+    wndClass.hbrBackground = NULL;
     wndClass.lpfnWndProc = HostWindowProc;
     wndClass.hInstance = GetModuleHandleA(NULL);
     wndClass.lpszClassName = "VexaTestHost";

@@ -37,6 +37,7 @@ vexa_add_tests(vexafilter_tests
   tests/reference/rank.cpp
   tests/reference/tonal.cpp
   tests/reference/windows.cpp
+  tests/display_test.cpp
   tests/effects_test.cpp
   tests/exports_test.cpp
   tests/frame_test.cpp

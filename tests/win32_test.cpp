@@ -166,6 +166,10 @@ static const DWORD ONE[] = {0, 0x3ff00000};  // double precision
 
 static const LONG RECTANGLE[] = {1, 2, 30, 7};
 
+static HistogramRecord g_record = {1, 2, {0, 0, 0}, {9, 0, 0}, {{9, 4}}};
+static const LONG CANVAS[] = {0, 0, 30, 70};
+static const DWORD RECORD = (DWORD)(UINT_PTR)&g_record;
+
 // Every export once.
 static const StackCall STACK_CALLS[] = {
     {"GetLastFilterError", {}},
@@ -234,6 +238,11 @@ static const StackCall STACK_CALLS[] = {
     {"HistDIBComplement", {DIB, 0, 0}},
     {"HistDIBModify", {DIB, 0, 0}},
     {"HistDIBEqualization", {DIB, 0, 0}},
+    {"HistDIBCreate", {DIB, RECORD}},
+    {"HistDispToDC",
+     {(DWORD)(UINT_PTR)CreateCompatibleDC(NULL), RECORD, (DWORD)(UINT_PTR)CANVAS, 0}},
+    {"HistDispWmPain", {0, RECORD, 0}},
+    {"HistDIBGen", {DIB, 0, 1}},
     {"FreqDIBFFT", {DIB, 0}},
     {"FreqDIBLowpass", {DIB, 9, 2, 1, 0}},
     {"FreqDIBHighpass", {DIB, 2, 0, 0, 0}},
@@ -260,8 +269,9 @@ TEST(Windows, EveryExportHasItsRowsInTheTests)
                                 [&](const StackCall &call) { return name == call.pName; }))
             << name << " is not called with the stack off";
         bool bFramed = true;
-        for (const char *pUnasked : {"Get", "Convert", "Compute", "Apply", "FreqDIBFFT",
-                                     "FreqDIBInverse", "FreqDIBWiener"}) {
+        for (const char *pUnasked :
+             {"Get", "Convert", "Compute", "Apply", "FreqDIBFFT", "FreqDIBInverse", "FreqDIBWiener",
+              "HistDisp", "HistDIBCreate", "HistDIBGen"}) {
             bFramed &= name.find(pUnasked) != 0;
         }
         EXPECT_EQ(bFramed, std::any_of(std::begin(EXPORTS), std::end(EXPORTS),
@@ -323,8 +333,9 @@ TEST(Windows, EveryExportKeepsTheRegistersAndTheStackAtAnyAlignment)
             }
             nMost = std::max(nMost, aligned.size());
         }
-        const bool bNoBlock =
-            strncmp(call.pName, "Get", 3) == 0 || strncmp(call.pName, "Compute", 7) == 0;
+        const std::string name = call.pName;
+        const bool bNoBlock = name.find("Get") == 0 || name.find("Compute") == 0 ||
+                              name.find("HistDisp") == 0 || name == "HistDIBCreate";
         EXPECT_EQ(bNoBlock ? 3u : 4u, nMost) << call.pName << ": a result, or none";
     }
 }

@@ -1,5 +1,6 @@
-// Histogram transforms.
+// Histogram transforms, and the chart.
 #include "catalogue.h"
+#include "chart.h"
 
 #include <iterator>
 
@@ -23,6 +24,30 @@ static const FilterParameter THRESHOLD_PARAMETERS[] = {
     {"threshold", PARAMETER_INTEGER, 0, 256, 128, "The lowest value that becomes white.", nullptr,
      0},
 };
+
+static const NamedValue CHANNELS[] = {
+    {"all", 0, 1, "the sum of the three"},
+    {"blue", 1, 1, "blue alone"},
+    {"green", 2, 1, "green alone"},
+    {"red", 3, 1, "red alone"},
+};
+
+static const FilterParameter CHART_PARAMETERS[] = {
+    {"channel", PARAMETER_CHOICE, 0, 3, 0, "What is drawn of a colour picture.", CHANNELS,
+     std::size(CHANNELS)},
+    {"width", PARAMETER_INTEGER, 276, 20000, 532,
+     "Of the chart; below 532 a level is a pixel wide.", nullptr, 0},
+    {"height", PARAMETER_INTEGER, 41, 20000, 300, "Of the chart.", nullptr, 0},
+};
+
+static HGLOBAL CallChart(const CatalogueCall *call)
+{
+    const ParameterValue *p = call->pValues;
+    HistogramRecord record;
+    return CountPicture(call->pImages[0], &record)
+               ? DrawChart(&record, p[1].nValue, p[2].nValue, p[0].nValue)
+               : nullptr;
+}
 
 static HGLOBAL CallSlide(const CatalogueCall *call)
 {
@@ -86,7 +111,22 @@ static const CatalogueFilter FILTERS[] = {
     {"equalize", "HistDIBEqualization", PLAIN_ARGUMENTS, "HistTransformUI",
      "spreads the values by how often they occur, evenly", VALUES, 1, DEPTHS, nullptr, 0,
      CallEqualization, nullptr, SIXTEEN_BIT_LIMITS, true, "histeq"},
+    {"histogram",
+     "HistDispToDC",
+     "HDC hdc, const HistogramRecord *pRecord, const RECT *pRect, int channel",
+     nullptr,
+     "draws how often each level occurs",
+     "The chart takes the picture's place. 'vexafilter counts IN' prints the numbers.",
+     1,
+     DEPTH_1 | DEPTHS,
+     CHART_PARAMETERS,
+     std::size(CHART_PARAMETERS),
+     CallChart,
+     nullptr,
+     {},
+     true,
+     "chart",
+     true},
 };
 
-const CatalogueFamily HISTOGRAM_FAMILY = {"histogram", "Histogram transforms", FILTERS,
-                                          std::size(FILTERS)};
+const CatalogueFamily HISTOGRAM_FAMILY = {"histogram", "Histograms", FILTERS, std::size(FILTERS)};

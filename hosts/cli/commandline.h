@@ -4,6 +4,7 @@
 //   options.cpp   arguments -> CommandOptions, by the catalogue
 //   help.cpp      --help, list, --version
 //   batch.cpp     reading, filtering, writing one picture or many
+//   counts.cpp    a picture's counts
 //   progress.cpp  the bar on standard error
 //   text.cpp      messages and small text helpers
 //   run.cpp       the whole
@@ -27,7 +28,7 @@ enum ExitCode {
     EXIT_INTERRUPTED = 130,
 };
 
-enum Action { ACTION_RUN, ACTION_HELP, ACTION_LIST, ACTION_VERSION };
+enum Action { ACTION_RUN, ACTION_HELP, ACTION_LIST, ACTION_VERSION, ACTION_COUNTS };
 
 enum ProgressWish { PROGRESS_AUTO, PROGRESS_ALWAYS, PROGRESS_NEVER };
 
@@ -77,6 +78,7 @@ void PrintFilters();
 void PrintVersion();
 
 int RunBatch(const CommandOptions *options);
+int PrintCounts(const CommandOptions *options);
 
 // label is what the bar is about. One bar at a time.
 void BeginProgressBar(const char *label, bool bDraw);

@@ -213,7 +213,7 @@ static bool RefuseOrder(int argc, char **argv)
 
 static bool RefuseFilter(const char *name)
 {
-    std::vector<const char *> names = {"list", "help"};
+    std::vector<const char *> names = {"list", "help", "counts"};
     size_t count = 0;
     const CatalogueFamily *const *families = CatalogueFamilies(&count);
     for (size_t i = 0; i < count; i++) {
@@ -486,8 +486,9 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
     int first = FindFirstName(headCount, head.data());
     const char *word = first < headCount ? head[size_t(first)] : "";
     bool bList = strcmp(word, "list") == 0, bHelp = strcmp(word, "help") == 0;
-    options->pFilter = *word && !bList && !bHelp ? FindCatalogueFilter(word) : nullptr;
-    if (*word && !bList && !bHelp && !options->pFilter) {
+    const bool bCounts = strcmp(word, "counts") == 0, bPlain = bList || bHelp || bCounts;
+    options->pFilter = *word && !bPlain ? FindCatalogueFilter(word) : nullptr;
+    if (*word && !bPlain && !options->pFilter) {
         return !RefuseOrder(argc, argv) && RefuseFilter(word);
     }
     SetDefaults(options);
@@ -511,6 +512,14 @@ bool ParseOptions(int argc, char **argv, CommandOptions *options)
     if (bList) {
         options->nAction = ACTION_LIST;
         return true;
+    }
+    if (bCounts) {
+        options->nAction = ACTION_COUNTS;
+        options->inputs.assign(names.begin() + 1, names.end());
+        if (options->inputs.size() != 1) {
+            Say("name one picture: vexafilter counts IN");
+        }
+        return options->inputs.size() == 1;
     }
     if (!options->pFilter) {
         Say("name a filter; 'vexafilter list' names them all, --help says more");

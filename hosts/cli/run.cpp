@@ -28,6 +28,8 @@ int RunCommandLine(int argc, char **argv)
     case ACTION_LIST:
         PrintFilters();
         break;
+    case ACTION_COUNTS:
+        return PrintCounts(&options);
     case ACTION_VERSION:
         PrintVersion();
         break;

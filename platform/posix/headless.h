@@ -52,6 +52,13 @@ typedef void (*PlainWindowProc)(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM 
 /* FALSE when hWnd is not a plain window. */
 VEXAPOSIX_API BOOL SetPlainWindowProc(HWND hWnd, PlainWindowProc pProc, void *pContext);
 
+/*
+ * Gives a plain window the size of a bitmap of CreateDIBSection, which then holds what is drawn
+ * into the window; null: size 0 again. The bitmap stays the caller's. FALSE when one of them is
+ * none.
+ */
+VEXAPOSIX_API BOOL SetPlainWindowBitmap(HWND hWnd, HBITMAP hBitmap);
+
 /* The movable block that was made last, by any thread; it need not live any more. */
 VEXAPOSIX_API HGLOBAL LatestGlobalBlock(void);
 

@@ -100,4 +100,12 @@ void DestroyThreadWindows(void);
 // True when hModule is alive (modules.cpp).
 bool IsModule(HMODULE hModule);
 
+// ---- drawing (gdi.cpp, windows.cpp) ---------------------------------------------------------
+
+// FALSE: no such bitmap.
+BOOL SizeOfBitmap(HBITMAP hBitmap, int *pWidth, int *pHeight);
+
+// The bitmap of a window; FALSE: no such window.
+BOOL BitmapOfWindow(HWND hWnd, HBITMAP *phBitmap);
+
 #endif

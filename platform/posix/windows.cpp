@@ -59,6 +59,7 @@ struct Window {
     DLGPROC pDialogProc;
     PlainWindowProc pPlainProc;
     void *pContext;
+    HBITMAP hBitmap;  // what is drawn into a plain window; null: it has no size
     int nLow;
     int nHigh;
     int nStep;
@@ -499,6 +500,50 @@ BOOL SetPlainWindowProc(HWND hWnd, PlainWindowProc pProc, void *pContext)
     }
     pthread_mutex_unlock(&windowLock);
     return bPlain;
+}
+
+BOOL SetPlainWindowBitmap(HWND hWnd, HBITMAP hBitmap)
+{
+    int width, height;
+    if (hBitmap != nullptr && !SizeOfBitmap(hBitmap, &width, &height)) {
+        return FALSE;
+    }
+    pthread_mutex_lock(&windowLock);
+    Window *window = FindWindowOf(hWnd);
+    BOOL bPlain = window != nullptr && window->kind == PLAIN;
+    if (bPlain) {
+        window->hBitmap = hBitmap;
+    }
+    pthread_mutex_unlock(&windowLock);
+    return bPlain;
+}
+
+BOOL BitmapOfWindow(HWND hWnd, HBITMAP *phBitmap)
+{
+    Window window;
+    if (!ReadWindow(hWnd, &window)) {
+        return FALSE;
+    }
+    *phBitmap = window.hBitmap;
+    return TRUE;
+}
+
+// A window has no frame, and its upper left corner is the screen's.
+BOOL WINAPI GetClientRect(HWND hWnd, LPRECT lpRect)
+{
+    HBITMAP hBitmap;
+    int width = 0, height = 0;
+    if (lpRect == nullptr || !BitmapOfWindow(hWnd, &hBitmap)) {
+        return FALSE;
+    }
+    SizeOfBitmap(hBitmap, &width, &height);
+    *lpRect = {0, 0, width, height};
+    return TRUE;
+}
+
+BOOL WINAPI GetWindowRect(HWND hWnd, LPRECT lpRect)
+{
+    return GetClientRect(hWnd, lpRect);
 }
 
 // A dialog that the window owns and that is not being destroyed; null: none.

@@ -76,6 +76,7 @@ typedef HINSTANCE HMODULE;
 typedef struct HICON__ *HICON;
 typedef HICON HCURSOR;
 typedef struct HDC__ *HDC;
+typedef struct HBITMAP__ *HBITMAP;
 
 typedef INT_PTR(WINAPI *FARPROC)();
 typedef INT_PTR(CALLBACK *DLGPROC)(HWND, UINT, WPARAM, LPARAM);
@@ -100,6 +101,15 @@ typedef struct tagMSG {
     DWORD time;
     POINT pt;
 } MSG, *LPMSG;
+
+typedef struct tagPAINTSTRUCT {
+    HDC hdc;
+    BOOL fErase;
+    RECT rcPaint;
+    BOOL fRestore;
+    BOOL fIncUpdate;
+    BYTE rgbReserved[32];
+} PAINTSTRUCT, *LPPAINTSTRUCT;
 
 /* ---- bitmaps ------------------------------------------------------------------------------- */
 
@@ -146,6 +156,11 @@ typedef struct tagRGBQUAD {
     BYTE rgbReserved;
 } RGBQUAD;
 
+typedef struct tagBITMAPINFO {
+    BITMAPINFOHEADER bmiHeader;
+    RGBQUAD bmiColors[1];
+} BITMAPINFO;
+
 typedef struct tagRGBTRIPLE {
     BYTE rgbtBlue;
     BYTE rgbtGreen;
@@ -168,6 +183,12 @@ _Static_assert(sizeof(RGBQUAD) == 4 && sizeof(RGBTRIPLE) == 3, "as in a packed D
 #define BI_RLE8 1
 #define BI_RLE4 2
 #define BI_BITFIELDS 3
+#define DIB_RGB_COLORS 0
+
+#define WHITE_BRUSH 0
+#define BLACK_BRUSH 4
+#define WHITE_PEN 6
+#define BLACK_PEN 7
 
 /* ---- constants ----------------------------------------------------------------------------- */
 
@@ -303,6 +324,26 @@ VEXAPOSIX_API LRESULT WINAPI DispatchMessageA(const MSG *lpMsg);
 VEXAPOSIX_API HCURSOR WINAPI SetCursor(HCURSOR hCursor);
 VEXAPOSIX_API HCURSOR WINAPI GetCursor(void);
 VEXAPOSIX_API HCURSOR WINAPI LoadCursorA(HINSTANCE hInstance, LPCSTR lpCursorName);
+VEXAPOSIX_API BOOL WINAPI GetWindowRect(HWND hWnd, LPRECT lpRect);
+VEXAPOSIX_API BOOL WINAPI GetClientRect(HWND hWnd, LPRECT lpRect);
+
+/* ---- drawing (gdi.cpp) --------------------------------------------------------------------- */
+
+VEXAPOSIX_API HDC WINAPI GetDC(HWND hWnd);
+VEXAPOSIX_API int WINAPI ReleaseDC(HWND hWnd, HDC hDC);
+VEXAPOSIX_API HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint);
+VEXAPOSIX_API BOOL WINAPI EndPaint(HWND hWnd, const PAINTSTRUCT *lpPaint);
+VEXAPOSIX_API HDC WINAPI CreateCompatibleDC(HDC hdc);
+VEXAPOSIX_API BOOL WINAPI DeleteDC(HDC hdc);
+VEXAPOSIX_API HBITMAP WINAPI CreateDIBSection(HDC hdc, const BITMAPINFO *pbmi, UINT usage,
+                                              void **ppvBits, HANDLE hSection, DWORD offset);
+VEXAPOSIX_API BOOL WINAPI DeleteObject(HGDIOBJ ho);
+VEXAPOSIX_API HGDIOBJ WINAPI GetStockObject(int i);
+VEXAPOSIX_API HGDIOBJ WINAPI SelectObject(HDC hdc, HGDIOBJ h);
+VEXAPOSIX_API BOOL WINAPI MoveToEx(HDC hdc, int x, int y, POINT *lppt);
+VEXAPOSIX_API BOOL WINAPI LineTo(HDC hdc, int x, int y);
+VEXAPOSIX_API BOOL WINAPI Rectangle(HDC hdc, int left, int top, int right, int bottom);
+VEXAPOSIX_API BOOL WINAPI GdiFlush(void);
 
 #ifdef __cplusplus
 }

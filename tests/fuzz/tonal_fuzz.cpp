@@ -17,7 +17,27 @@ static HGLOBAL CallStretch(void)
                           g_scene.hParent);
 }
 
+// Charts of honest and of wild records, into a context and into the parent window.
+static HGLOBAL CallDisplay(void)
+{
+    HistogramRecord record = {};
+    RECT rect = {NextNumber(), NextNumber(), NextNumber(), NextNumber()};
+    const int channel = NextNumber();
+    if (!HistDIBCreate(g_scene.hDib, &record)) {
+        for (size_t i = 0; i < sizeof record; i++) {
+            ((uint8_t *)&record)[i] = InputByte(i);
+        }
+        record.nLevels %= 300;
+    }
+    const HDC hdc = CreateCompatibleDC(NULL);
+    HistDispToDC(hdc, &record, &rect, channel);
+    DeleteDC(hdc);
+    HistDispWmPain(g_scene.hParent, &record, channel);
+    return HistDIBGen(g_scene.hDib, g_scene.hParent, channel);
+}
+
 const FuzzExport EXPORTS[] = {
+    {"HistDIBGen", CallDisplay},
     {"FilterAutoContrast", Call<FilterAutoContrast>, "AUTOCONTRASTUI", 1},
     {"FilterParabolaTransformation", Call<FilterParabolaTransformation, UINT>, "PARABOLAUI", 2},
     {"FilterSolarizing", Call<FilterSolarizing, int>, "SOLARIZINGUI", 2},
