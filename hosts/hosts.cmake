@@ -1,6 +1,7 @@
 # The hosts: what they share as an object library, and the command line.
 
-set(VEXA_HOST_SOURCES
+# What all hosts know of the filters; the dialogs are made from it, too.
+add_library(vexa_catalogue OBJECT
   hosts/catalogue/catalogue.cpp
   hosts/catalogue/chart.cpp
   hosts/catalogue/conversion.cpp
@@ -15,6 +16,12 @@ set(VEXA_HOST_SOURCES
   hosts/catalogue/rank.cpp
   hosts/catalogue/redeye.cpp
   hosts/catalogue/tonal.cpp
+  hosts/imagefile/convert.cpp
+  hosts/imagefile/dib.cpp
+  hosts/catalogue/$<IF:$<BOOL:${WIN32}>,win32,posix>/seed.cpp)
+target_link_libraries(vexa_catalogue PRIVATE vexa_flags)
+
+set(VEXA_HOST_SOURCES
   hosts/cli/batch.cpp
   hosts/cli/counts.cpp
   hosts/cli/help.cpp
@@ -25,15 +32,12 @@ set(VEXA_HOST_SOURCES
   hosts/imagefile/bmp_read.cpp
   hosts/imagefile/bmp_runs.cpp
   hosts/imagefile/bmp_write.cpp
-  hosts/imagefile/convert.cpp
-  hosts/imagefile/dib.cpp
   hosts/imagefile/extras.cpp
   hosts/imagefile/imagefile.cpp
   hosts/imagefile/jpeg_coding.cpp
   hosts/imagefile/metadata.cpp)
 if(WIN32)
   list(APPEND VEXA_HOST_SOURCES
-    hosts/catalogue/win32/seed.cpp
     hosts/cli/win32/system.cpp
     hosts/imagefile/win32/codec_wic.cpp
     hosts/imagefile/win32/filesystem.cpp)
@@ -44,7 +48,6 @@ else()
   find_package(ZLIB REQUIRED)
   find_package(JPEG REQUIRED)
   list(APPEND VEXA_HOST_SOURCES
-    hosts/catalogue/posix/seed.cpp
     hosts/cli/posix/system.cpp
     hosts/imagefile/posix/codec_jpeg.cpp
     hosts/imagefile/posix/codec_png.cpp
@@ -59,8 +62,8 @@ target_link_libraries(vexa_hosts
   PUBLIC ${VEXA_HOST_LIBRARIES})
 
 add_executable(vexafilter ${VEXA_HOST_MAIN})
-target_link_libraries(vexafilter PRIVATE vexa_flags vexa_hosts vexafilter_import)
+target_link_libraries(vexafilter PRIVATE vexa_flags vexa_hosts vexa_catalogue vexafilter_import)
 
 # Makes the pictures of the documentation anew.
 add_executable(docs_pictures EXCLUDE_FROM_ALL docs/pictures/make_pictures.cpp)
-target_link_libraries(docs_pictures PRIVATE vexa_flags vexa_hosts vexafilter_import)
+target_link_libraries(docs_pictures PRIVATE vexa_flags vexa_hosts vexa_catalogue vexafilter_import)

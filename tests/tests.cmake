@@ -96,12 +96,23 @@ endif()
 
 # The hosts: picture files and the command line, in-process.
 vexa_add_tests(vexafilter_host_tests tests/cli_test.cpp tests/imagefile_test.cpp)
-target_link_libraries(vexafilter_host_tests PRIVATE vexa_hosts vexafilter_tested gtest gtest_main)
+target_link_libraries(vexafilter_host_tests PRIVATE vexa_hosts vexa_catalogue vexafilter_tested gtest gtest_main)
 if(WIN32)
   add_dependencies(vexafilter_host_tests vexa_tests_dll)
 else()
   target_sources(vexafilter_host_tests PRIVATE tests/catalogue_test.cpp)
   target_link_libraries(vexafilter_host_tests PRIVATE vexaposix)
+endif()
+
+# The real dialogs, beside the real library.
+if(WIN32)
+  add_executable(vexafilter_dialog_tests tests/dialogs_test.cpp
+    companions/dialogs/bindings.cpp companions/dialogs/fields.cpp companions/dialogs/grid.cpp)
+  target_link_libraries(vexafilter_dialog_tests
+    PRIVATE vexa_flags vexa_hosts vexa_catalogue vexafilter_import gtest gtest_main comctl32)
+  add_dependencies(vexafilter_dialog_tests vexadlgs)
+  add_test(NAME vexafilter_dialog_tests COMMAND vexafilter_dialog_tests)
+  set_tests_properties(vexafilter_dialog_tests PROPERTIES TIMEOUT 600)
 endif()
 
 # The public header compiles alone, in both languages.
