@@ -5,7 +5,10 @@ include(GNUInstallDirs)
 set(VEXA_INCLUDE ${CMAKE_INSTALL_INCLUDEDIR}/vexafilter)
 set(VEXA_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/VexaFilter)
 
-install(TARGETS vexafilter_library vexaimage vexafilter
+if(WIN32)
+  set(VEXA_DIALOGS vexadlgs)
+endif()
+install(TARGETS vexafilter_library vexaimage vexafilter ${VEXA_DIALOGS}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/VexaFilter.h DESTINATION ${VEXA_INCLUDE})
