@@ -6,7 +6,7 @@ set(VEXA_INCLUDE ${CMAKE_INSTALL_INCLUDEDIR}/vexafilter)
 set(VEXA_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/VexaFilter)
 
 if(WIN32)
-  set(VEXA_DIALOGS vexadlgs)
+  set(VEXA_DIALOGS vexadlgs vexaview)
 endif()
 install(TARGETS vexafilter_library vexaimage vexafilter ${VEXA_DIALOGS}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}

@@ -6,6 +6,7 @@ add_library(vexa_catalogue OBJECT
   hosts/catalogue/chart.cpp
   hosts/catalogue/conversion.cpp
   hosts/catalogue/convolution.cpp
+  hosts/catalogue/depth.cpp
   hosts/catalogue/effects.cpp
   hosts/catalogue/frequency.cpp
   hosts/catalogue/histogram.cpp
@@ -67,3 +68,21 @@ target_link_libraries(vexafilter PRIVATE vexa_flags vexa_hosts vexa_catalogue ve
 # Makes the pictures of the documentation anew.
 add_executable(docs_pictures EXCLUDE_FROM_ALL docs/pictures/make_pictures.cpp)
 target_link_libraries(docs_pictures PRIVATE vexa_flags vexa_hosts vexa_catalogue vexafilter_import)
+
+# The example of a Windows host.
+if(WIN32)
+  add_executable(vexaview WIN32
+    hosts/viewer/canvas.cpp
+    hosts/viewer/document.cpp
+    hosts/viewer/filter.cpp
+    hosts/viewer/histogram.cpp
+    hosts/viewer/main.cpp
+    hosts/viewer/menus.cpp
+    hosts/viewer/VexaView.rc)
+  set_source_files_properties(hosts/viewer/VexaView.rc PROPERTIES
+    OBJECT_DEPENDS ${CMAKE_SOURCE_DIR}/hosts/viewer/VexaView.manifest)
+  target_link_libraries(vexaview PRIVATE
+    vexa_flags vexa_hosts vexa_catalogue vexafilter_import comctl32 comdlg32)
+  set_target_properties(vexaview PROPERTIES OUTPUT_NAME VexaView)
+  add_dependencies(vexaview vexadlgs)
+endif()

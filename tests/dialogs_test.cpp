@@ -4,6 +4,7 @@
 #include "companions/dialogs/dialog.h"
 #include "companions/dialogs/fields.h"
 #include "hosts/imagefile/codecs.h"
+#include "shots.h"
 
 #include <gtest/gtest.h>
 
@@ -65,39 +66,6 @@ static void CALLBACK LookAtScreen(HWND, UINT, UINT_PTR, DWORD)
 static void Press(HWND hDialog, int id)
 {
     PostMessageW(hDialog, WM_COMMAND, WPARAM(id), 0);
-}
-
-static void Shoot(HWND hDialog, const std::string &name)
-{
-    const char *folder = getenv("VEXA_SHOTS");
-    RECT frame;
-    BITMAPINFO info = {};
-    void *bits = nullptr;
-    if (!folder) {
-        return;
-    }
-    RedrawWindow(hDialog, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_INVALIDATE);
-    GetWindowRect(hDialog, &frame);
-    const int width = frame.right - frame.left, height = frame.bottom - frame.top;
-    info.bmiHeader = {40, width, height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
-    const HDC screen = GetDC(nullptr), memory = CreateCompatibleDC(screen);
-    const HBITMAP hBitmap = CreateDIBSection(memory, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
-    const HGDIOBJ hOld = SelectObject(memory, hBitmap);
-    BitBlt(memory, 0, 0, width, height, screen, frame.left, frame.top, SRCCOPY);
-    GdiFlush();
-    ImageMessages messages;
-    DibView view;
-    if (CreateDib(width, height, 24, 0, &view, &messages)) {
-        memcpy(view.pBits, bits, view.nStride * size_t(height));
-        CloseDib(&view);
-        const std::string path = std::string(folder) + "/" + name + ".png";
-        EXPECT_TRUE(WriteImageFile(view.hDib, path.c_str(), IMAGE_PNG, 90, false, &messages));
-        GlobalFree(view.hDib);
-    }
-    SelectObject(memory, hOld);
-    DeleteObject(hBitmap);
-    DeleteDC(memory);
-    ReleaseDC(nullptr, screen);
 }
 
 struct Dialogs : testing::TestWithParam<size_t> {
@@ -211,7 +179,7 @@ TEST_P(Dialogs, WhatIsTypedArrives)
             Type(hDialog, &filter->pParameters[i], FIELD_FIRST + i * FIELD_STEP, &typed[i]);
         }
         SendMessageW(hDialog, WM_TIMER, 1, 0);
-        Shoot(hDialog, binding->pExport);
+        ShootWindow(hDialog, binding->pExport);
         Press(hDialog, IDOK);
     };
     const CatalogueCall asked = {images, given, MODE_DIALOG, nullptr};

@@ -106,13 +106,22 @@ endif()
 
 # The real dialogs, beside the real library.
 if(WIN32)
-  add_executable(vexafilter_dialog_tests tests/dialogs_test.cpp
+  add_executable(vexafilter_dialog_tests tests/dialogs_test.cpp tests/shots.cpp
     companions/dialogs/bindings.cpp companions/dialogs/fields.cpp companions/dialogs/grid.cpp)
   target_link_libraries(vexafilter_dialog_tests
     PRIVATE vexa_flags vexa_hosts vexa_catalogue vexafilter_import gtest gtest_main comctl32)
   add_dependencies(vexafilter_dialog_tests vexadlgs)
   add_test(NAME vexafilter_dialog_tests COMMAND vexafilter_dialog_tests)
   set_tests_properties(vexafilter_dialog_tests PROPERTIES TIMEOUT 600)
+  # The viewer, from another program.
+  add_executable(vexafilter_viewer_tests tests/viewer_test.cpp tests/shots.cpp)
+  target_compile_definitions(vexafilter_viewer_tests
+    PRIVATE VEXA_SCENE="${CMAKE_SOURCE_DIR}/docs/pictures/scene.png")
+  target_link_libraries(vexafilter_viewer_tests
+    PRIVATE vexa_flags vexa_hosts vexa_catalogue vexafilter_import gtest gtest_main)
+  add_dependencies(vexafilter_viewer_tests vexaview vexafilter)
+  add_test(NAME vexafilter_viewer_tests COMMAND vexafilter_viewer_tests)
+  set_tests_properties(vexafilter_viewer_tests PROPERTIES TIMEOUT 600)
 endif()
 
 # The public header compiles alone, in both languages.

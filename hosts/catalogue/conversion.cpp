@@ -1,10 +1,9 @@
 // Conversions to gray and to colour.
 #include "catalogue.h"
+#include "depth.h"
 #include "hosts/imagefile/imagefile.h"
 
 #include <iterator>
-
-#include <string.h>
 
 static const NamedValue METHODS[] = {
     {"plain", 0, 1, "black and white"},
@@ -17,20 +16,10 @@ static const FilterParameter GRAY_PARAMETERS[] = {
      std::size(METHODS)},
 };
 
-static int BitsOf(HGLOBAL hDib)
-{
-    BITMAPINFOHEADER header = {};
-    if (const void *block = GlobalLock(hDib)) {
-        memcpy(&header, block, sizeof header);
-        GlobalUnlock(hDib);
-    }
-    return header.biBitCount;
-}
-
 static HGLOBAL CallGray(const CatalogueCall *call)
 {
     const HGLOBAL hDib = call->pImages[0];
-    const bool bBlackWhite = BitsOf(hDib) == 1 && ValuesOfDib(hDib) <= VALUES_ARE_REVERSED;
+    const bool bBlackWhite = BitsOfDib(hDib) == 1 && ValuesOfDib(hDib) <= VALUES_ARE_REVERSED;
     return bBlackWhite ? ConvertMonoDibToGrayScale(hDib, UINT(call->pValues[0].nValue))
                        : ConvertDib(hDib, 8);
 }

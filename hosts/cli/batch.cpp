@@ -1,6 +1,7 @@
 // One picture or many: read, filter, write. A picture that fails gets one sentence; the next one
 // is still tried. An interrupt ends everything and leaves only finished pictures.
 #include "commandline.h"
+#include "hosts/catalogue/depth.h"
 #include "hosts/imagefile/filesystem.h"
 #include "system.h"
 
@@ -41,30 +42,16 @@ static BITMAPINFOHEADER HeaderOf(HGLOBAL hDib)
     return header;
 }
 
-// Whether the filter shows what people see: some work on stored values, which in a picture with a
-// colour table are numbers of colours, and all take a 1-bit picture for black and white.
-static bool IsAsSeen(const CatalogueFilter *filter, int bits, DibValues values)
-{
-    return filter->bStoredValues ? values == VALUES_ARE_LEVELS
-                                 : bits != 1 || values <= VALUES_ARE_REVERSED;
-}
-
-// The depth that a picture is brought to before the filter; 0: it stays. 24 bits are never reduced.
+// The depth that a picture is brought to before the filter; 0: it stays.
 static int DepthFor(const CommandOptions *options, HGLOBAL hDib)
 {
     const CatalogueFilter *filter = options->pFilter;
-    const int bits = HeaderOf(hDib).biBitCount;
-    const DibValues values = ValuesOfDib(hDib);
+    const int bits = BitsOfDib(hDib);
+    if (!options->bStoredValues) {
+        return DepthForFilter(filter, hDib);
+    }
     const bool bTaken = (filter->nDepths & DepthBit(bits)) != 0;
-    const bool bTakes8 = (filter->nDepths & DEPTH_8) != 0;
-    const bool bTakes24 = (filter->nDepths & DEPTH_24) != 0;
-    if (options->bStoredValues) {
-        return bits == 4 && !bTaken && bTakes8 ? 8 : 0;
-    }
-    if (bits == 24 || (bTaken && IsAsSeen(filter, bits, values))) {
-        return 0;
-    }
-    return bTakes24 && (values == VALUES_NAME_COLOURS || !bTakes8) ? 24 : bTakes8 ? 8 : 0;
+    return bits == 4 && !bTaken && (filter->nDepths & DEPTH_8) ? 8 : 0;
 }
 
 // Of two pictures both get the depth that one needs.
