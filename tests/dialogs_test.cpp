@@ -155,6 +155,51 @@ static void Type(HWND hDialog, const FilterParameter *parameter, int id, Paramet
     }
 }
 
+// ---- texts -------------------------------------------------------------------------------------
+
+static BOOL CALLBACK CheckText(HWND hChild, LPARAM)
+{
+    wchar_t type[40];
+    RECT client, needed = {};
+    GetClassNameW(hChild, type, 40);
+    const bool bStatic = wcscmp(type, L"Static") == 0;
+    const std::wstring text = TextOf(hChild);
+    if ((!bStatic && wcscmp(type, L"Button") != 0) || GetDlgCtrlID(hChild) == ID_PREVIEW) {
+        return TRUE;
+    }
+    GetClientRect(hChild, &client);
+    needed.right = client.right;
+    const HDC hdc = GetDC(hChild);
+    const HGDIOBJ hOld =
+        SelectObject(hdc, reinterpret_cast<HFONT>(SendMessageW(hChild, WM_GETFONT, 0, 0)));
+    DrawTextW(hdc, text.c_str(), -1, &needed, DT_CALCRECT | (bStatic ? DT_WORDBREAK : 0));
+    SelectObject(hdc, hOld);
+    ReleaseDC(hChild, hdc);
+    EXPECT_LE(needed.right, client.right) << testing::PrintToString(text);
+    EXPECT_LE(needed.bottom, client.bottom) << testing::PrintToString(text);
+    return TRUE;
+}
+
+// Every label, button and hint has room for its text, and no control lies beyond the dialog.
+static void CheckTexts(HWND hDialog, int slots)
+{
+    RECT client;
+    GetClientRect(hDialog, &client);
+    for (int i = 0; i < slots; i++) {
+        SetFocus(GetDlgItem(hDialog, FIELD_FIRST + i * FIELD_STEP));  // its hint shows
+        EnumChildWindows(hDialog, CheckText, 0);
+    }
+    EnumChildWindows(hDialog, CheckText, 0);
+    for (HWND hChild = GetWindow(hDialog, GW_CHILD); hChild;
+         hChild = GetWindow(hChild, GW_HWNDNEXT)) {
+        RECT place;
+        GetWindowRect(hChild, &place);
+        MapWindowPoints(nullptr, hDialog, reinterpret_cast<POINT *>(&place), 2);
+        EXPECT_TRUE(place.left >= 0 && place.top >= 0 && place.right <= client.right)
+            << GetDlgCtrlID(hChild);
+    }
+}
+
 // ---- tests -------------------------------------------------------------------------------------
 
 TEST_P(Dialogs, WhatIsTypedArrives)
@@ -178,6 +223,7 @@ TEST_P(Dialogs, WhatIsTypedArrives)
         for (int i = 0; i < binding->nSlots; i++) {
             Type(hDialog, &filter->pParameters[i], FIELD_FIRST + i * FIELD_STEP, &typed[i]);
         }
+        CheckTexts(hDialog, binding->nSlots);
         SendMessageW(hDialog, WM_TIMER, 1, 0);
         ShootWindow(hDialog, binding->pExport);
         Press(hDialog, IDOK);
@@ -314,4 +360,51 @@ TEST_F(Dialogs, MouseAndKeysReachEveryField)
     };
     EXPECT_EQ(nullptr, FilterSolarizing(hGray, 3, MODE_DIALOG, nullptr));
     GlobalFree(hGray);
+}
+
+// In the user's own font, of any usual size, and mirrored where the owner is.
+TEST_F(Dialogs, LargeFontsAndMirroredOwnersCutNoText)
+{
+    NONCLIENTMETRICSW metrics = {}, before = {};
+    metrics.cbSize = before.cbSize = sizeof metrics;
+    SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof before, &before, 0);
+    const HGLOBAL hDib = NewPicture(DEPTH_24, 3), hBinary = NewPicture(DEPTH_1, 3);
+    for (int points : {9, 12, 16}) {
+        SCOPED_TRACE(points);
+        const DWORD mirrored = points == 12 ? WS_EX_LAYOUTRTL : 0;
+        metrics = before;
+        metrics.lfMessageFont.lfHeight = -MulDiv(points, 96, 72);
+        SystemParametersInfoW(SPI_SETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+        const HWND hOwner =
+            CreateWindowExW(mirrored, L"STATIC", L"owner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
+                            200, 100, nullptr, nullptr, nullptr, nullptr);
+        SetActiveWindow(hOwner);
+        for (int turn : {0, 1, 2}) {
+            g_person.Use = [&](HWND hDialog) {
+                EXPECT_EQ(mirrored,
+                          DWORD(GetWindowLongPtrW(hDialog, GWL_EXSTYLE)) & WS_EX_LAYOUTRTL);
+                EXPECT_FALSE(IsWindowEnabled(hOwner));
+                for (int id : {int(ID_PREVIEW), turn == 2 ? int(FIELD_FIRST) : int(ID_PREVIEW)}) {
+                    const HWND hPicture = GetDlgItem(hDialog, id);  // never the wrong way round
+                    EXPECT_FALSE(GetWindowLongPtrW(hPicture, GWL_EXSTYLE) & WS_EX_LAYOUTRTL);
+                }
+                CheckTexts(hDialog, turn == 2 ? 3 : 6 - turn);
+                ShootWindow(hDialog, "font-" + std::to_string(points) + "-" + std::to_string(turn));
+                Press(hDialog, IDCANCEL);
+            };
+            if (turn == 0) {
+                FilterLevels(hDib, 0, 255, 128, 0, 255, 0, MODE_DIALOG, nullptr);
+            } else if (turn == 1) {
+                FreqDIBHomomorphic(hDib, 8, 16, 1, 1, 0, 1);
+                GlobalUnlock(hDib);  // a cancelled dialog leaves it locked
+            } else {
+                BinaryHitMiss(hBinary, nullptr, nullptr, 0, MODE_DIALOG, nullptr);
+            }
+            EXPECT_FALSE(g_person.Use);
+        }
+        DestroyWindow(hOwner);
+    }
+    SystemParametersInfoW(SPI_SETNONCLIENTMETRICS, sizeof before, &before, 0);
+    GlobalFree(hDib);
+    GlobalFree(hBinary);
 }

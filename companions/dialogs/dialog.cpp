@@ -184,20 +184,24 @@ static void LayOut(HWND hDialog, ParameterDialog *dialog)
     layout.nLabelWidth += 2 * layout.nGap;
     const int right = margin + layout.nLabelWidth + layout.nFieldWidth;
     const int edge = right + margin + side;
-    const LONG line = layout.nEm + 2;
-    AddControl(&layout, L"STATIC", PrettyName(dialog->pFilter->pSummary) + L".", SS_NOPREFIX, -1,
-               {margin, margin, right, margin + 2 * line});
+    const std::wstring summary = PrettyName(dialog->pFilter->pSummary) + L".";
+    const LONG head = TextHeight(&layout, summary, right - margin);
+    LONG hintHeight = layout.nEm;
+    AddControl(&layout, L"STATIC", summary, SS_NOPREFIX, -1,
+               {margin, margin, right, margin + head});
     layout.x = margin;
-    layout.y = margin + 2 * line + layout.nGap;
+    layout.y = margin + head + 2 * layout.nGap;
     for (int i = 0; i < dialog->pBinding->nSlots; i++) {
         AddField(&dialog->fields[i], &layout);
+        const LONG height = TextHeight(&layout, HintOf(&dialog->fields[i]), edge - margin);
+        hintHeight = height > hintHeight ? height : hintHeight;
     }
     const LONG lowest = layout.y > margin + side ? layout.y : margin + side;
-    const LONG hint = lowest + layout.nGap, buttons = hint + 3 * line + layout.nGap;
+    const LONG hint = lowest + layout.nGap, buttons = hint + hintHeight + 2 * layout.nGap;
     AddControl(&layout, L"STATIC", L"", SS_NOPREFIX, ID_HINT,
-               {margin, hint, edge, hint + 3 * line});
-    AddControl(&layout, L"STATIC", L"Preview", SS_OWNERDRAW, ID_PREVIEW,
-               {right + margin, margin, edge, margin + side});
+               {margin, hint, edge, hint + hintHeight});
+    KeepUnmirrored(AddControl(&layout, L"STATIC", L"Preview", SS_OWNERDRAW, ID_PREVIEW,
+                              {right + margin, margin, edge, margin + side}));
     used.clear();
     AddButtons(&layout, edge, buttons, &used);
     OpenPreview(dialog->pBinding, dialog->pArguments, side, &dialog->preview);

@@ -75,15 +75,27 @@ std::wstring HintOf(const Field *field)
 
 // ---- controls ----------------------------------------------------------------------------------
 
+static void MeasureText(const FieldLayout *layout, const std::wstring &text, UINT format, RECT *box)
+{
+    const HDC hdc = GetDC(layout->hDialog);
+    const HGDIOBJ hOld = SelectObject(hdc, layout->hFont);
+    DrawTextW(hdc, text.c_str(), -1, box, DT_CALCRECT | format);
+    SelectObject(hdc, hOld);
+    ReleaseDC(layout->hDialog, hdc);
+}
+
 int TextWidth(const FieldLayout *layout, const std::wstring &text)
 {
     RECT box = {};
-    const HDC hdc = GetDC(layout->hDialog);
-    const HGDIOBJ hOld = SelectObject(hdc, layout->hFont);
-    DrawTextW(hdc, text.c_str(), -1, &box, DT_CALCRECT | DT_SINGLELINE);
-    SelectObject(hdc, hOld);
-    ReleaseDC(layout->hDialog, hdc);
+    MeasureText(layout, text, DT_SINGLELINE, &box);
     return box.right;
+}
+
+int TextHeight(const FieldLayout *layout, const std::wstring &text, int width)
+{
+    RECT box = {0, 0, width, 0};
+    MeasureText(layout, text, DT_WORDBREAK | DT_NOPREFIX, &box);
+    return box.bottom;
 }
 
 HWND AddControl(const FieldLayout *layout, const wchar_t *type, const std::wstring &text,
@@ -97,6 +109,12 @@ HWND AddControl(const FieldLayout *layout, const wchar_t *type, const std::wstri
         reinterpret_cast<HINSTANCE>(GetWindowLongPtrW(layout->hDialog, GWLP_HINSTANCE)), parameter);
     SendMessageW(hWnd, WM_SETFONT, WPARAM(layout->hFont), FALSE);
     return hWnd;
+}
+
+void KeepUnmirrored(HWND hWnd)
+{
+    const LONG_PTR style = GetWindowLongPtrW(hWnd, GWL_EXSTYLE);
+    SetWindowLongPtrW(hWnd, GWL_EXSTYLE, style & ~LONG_PTR(WS_EX_LAYOUTRTL));
 }
 
 static int ControlHeight(const FieldLayout *layout)
@@ -187,8 +205,8 @@ static void AddMaskField(Field *field, FieldLayout *layout)
     const int top = layout->y, width = TextWidth(layout, L"000") + 2 * layout->nEm;
     GridContent content = {field->pParameter, &field->mask};
     AddLabel(layout, field->label, layout->x, layout->nLabelWidth - layout->nGap);
-    AddControl(layout, GRID_CLASS, L"", WS_TABSTOP, field->nId, {x, top, x + side, top + side},
-               &content);
+    KeepUnmirrored(AddControl(layout, GRID_CLASS, L"", WS_TABSTOP, field->nId,
+                              {x, top, x + side, top + side}, &content));
     static const wchar_t *const NAMES[] = {L"Rows", L"Columns"};
     for (int i = 0; i < 2; i++) {
         AddLabel(layout, NAMES[i], x + side + layout->nGap, layout->nFieldWidth - side);

@@ -33,6 +33,10 @@ std::wstring PrettyName(const char *name);
 std::wstring AddMnemonic(const std::wstring &label, std::wstring *used);
 
 int TextWidth(const FieldLayout *layout, const std::wstring &text);
+int TextHeight(const FieldLayout *layout, const std::wstring &text, int width);  // in lines
+// A picture or a mask is what it is, whichever way people read.
+void KeepUnmirrored(HWND hWnd);
+
 HWND AddControl(const FieldLayout *layout, const wchar_t *type, const std::wstring &text,
                 DWORD style, int id, RECT place, void *parameter = nullptr);
 
