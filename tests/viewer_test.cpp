@@ -152,14 +152,21 @@ struct ViewerTest : testing::Test {
         EXPECT_TRUE(WaitUntil([&] { return Contains(TextOf(hStatus), part); })) << part;
     }
 
-    void Save(const wchar_t *name)
+    // Opens or saves by name, in the system's dialog.
+    void ChooseFile(int command, const wchar_t *name)
     {
-        Command(COMMAND_SAVE_AS);
+        Command(command);
         const HWND hDialog = WaitFor([](HWND hWnd) {
             return HasControl(hWnd, FILE_NAME) || HasControl(hWnd, FILE_NAME_LIST);
         });
         SetText(hDialog, HasControl(hDialog, FILE_NAME) ? FILE_NAME : FILE_NAME_LIST, name);
         PostMessageW(hDialog, WM_COMMAND, IDOK, 0);
+        EXPECT_TRUE(WaitUntil([&] { return !IsWindow(hDialog); }));
+    }
+
+    void Save(const wchar_t *name)
+    {
+        ChooseFile(COMMAND_SAVE_AS, name);
         WaitForStatus(L"saved");
     }
 };
@@ -214,6 +221,13 @@ TEST_F(ViewerTest, APictureIsFilteredUndoneAndSaved)
     const std::string saved = Content("viewer-saved.png");
     EXPECT_FALSE(saved.empty());
     EXPECT_TRUE(saved == Content("viewer-expected.png"));
+    ChooseFile(COMMAND_OPEN, L"viewer-saved.png");
+    WaitForStatus(L"opened");
+    EXPECT_TRUE(Contains(TextOf(hViewer), L"viewer-saved.png - VexaView"));
+    ChooseFile(COMMAND_OPEN, L"vexafilter.exe");
+    const HWND hBox = WaitFor([](HWND hWnd) { return TextOf(hWnd) == L"VexaView"; });
+    EXPECT_TRUE(Contains(TextOf(GetDlgItem(hBox, 0xFFFF)), L"it is not a BMP, PNG or JPEG file."));
+    PostMessageW(hBox, WM_COMMAND, IDOK, 0);
 }
 
 TEST_F(ViewerTest, CopiedAndPastedAPictureStaysTheSame)
