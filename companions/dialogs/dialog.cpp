@@ -99,11 +99,27 @@ static void Remember(const ParameterDialog *dialog)
 
 // ---- layout ------------------------------------------------------------------------------------
 
-static HFONT MakeMessageFont(int *em)
+// The user's metrics, on newer systems those for the screen that the window is on.
+static void ReadMetrics(HWND hWnd, NONCLIENTMETRICSW *metrics)
+{
+    typedef UINT(WINAPI * DpiOfWindow)(HWND);
+    typedef BOOL(WINAPI * ParametersForDpi)(UINT, UINT, void *, UINT, UINT);
+    typedef void (*AnyEntry)();
+    const HMODULE hUser = GetModuleHandleW(L"user32.dll");
+    const DpiOfWindow Dpi = DpiOfWindow(AnyEntry(GetProcAddress(hUser, "GetDpiForWindow")));
+    const ParametersForDpi Parameters =
+        ParametersForDpi(AnyEntry(GetProcAddress(hUser, "SystemParametersInfoForDpi")));
+    metrics->cbSize = CCSIZEOF_STRUCT(NONCLIENTMETRICSW, lfMessageFont);
+    if (!Dpi || !Parameters ||
+        !Parameters(SPI_GETNONCLIENTMETRICS, metrics->cbSize, metrics, 0, Dpi(hWnd))) {
+        SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, metrics->cbSize, metrics, 0);
+    }
+}
+
+static HFONT MakeMessageFont(HWND hDialog, int *em)
 {
     NONCLIENTMETRICSW metrics = {};
-    metrics.cbSize = CCSIZEOF_STRUCT(NONCLIENTMETRICSW, lfMessageFont);
-    SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, metrics.cbSize, &metrics, 0);
+    ReadMetrics(hDialog, &metrics);
     const HFONT hFont = CreateFontIndirectW(&metrics.lfMessageFont);
     TEXTMETRICW text = {};
     const HDC hdc = GetDC(nullptr);
@@ -166,7 +182,7 @@ static void LayOut(HWND hDialog, ParameterDialog *dialog)
     FieldLayout layout = {};
     std::wstring used;
     layout.hDialog = hDialog;
-    dialog->hFont = layout.hFont = MakeMessageFont(&layout.nEm);
+    dialog->hFont = layout.hFont = MakeMessageFont(hDialog, &layout.nEm);
     layout.nGap = layout.nEm / 2;
     const int margin = layout.nEm, side = 13 * layout.nEm;
     const int least = TextWidth(&layout, L"Columns");

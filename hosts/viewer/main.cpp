@@ -7,6 +7,8 @@
 #include <shellapi.h>
 
 static const wchar_t WINDOW_CLASS[] = L"VexaView";
+static const UINT CHANGED_DPI =
+    0x02E0;  // WM_DPICHANGED, younger than the systems this is built for
 static const wchar_t TITLE[] = L"VexaView";
 
 Viewer g_viewer;
@@ -161,6 +163,13 @@ static void OnCreate(HWND hWnd)
     UpdateViewer();
 }
 
+// The size that the system proposes for the screen's resolution.
+static void Follow(HWND hWnd, const RECT *place)
+{
+    SetWindowPos(hWnd, nullptr, place->left, place->top, place->right - place->left,
+                 place->bottom - place->top, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
 static LRESULT CALLBACK WindowProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam)
 {
     switch (message) {
@@ -197,6 +206,9 @@ static LRESULT CALLBACK WindowProc(HWND hWnd, UINT message, WPARAM wParam, LPARA
         if (wParam) {
             NoteEnabled();
         }
+        return 0;
+    case CHANGED_DPI:  // moved to another screen
+        Follow(hWnd, reinterpret_cast<const RECT *>(lParam));
         return 0;
     case WM_DROPFILES:
         OnDrop(reinterpret_cast<HDROP>(wParam));
