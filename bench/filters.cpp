@@ -135,6 +135,32 @@ const BenchFilter GRAY_FILTERS[] = {
     {NULL, NULL, 0},
 };
 
+// ---- rank filters -------------------------------------------------------------------------------
+
+static HGLOBAL Median(HGLOBAL hDib, int nSize, UINT mode)
+{
+    return FilterMedian(hDib, nSize, mode, NULL);
+}
+
+static HGLOBAL TrimmedMean(HGLOBAL hDib, int nSize, UINT mode)
+{
+    return FilterAlphaTrimmedMean(hDib, nSize, nSize * nSize / 5, mode, NULL);
+}
+
+static HGLOBAL DoubleWindow(HGLOBAL hDib, int nLarge, UINT mode)
+{
+    return FilterAdaptiveDWMTM(hDib, 5, nLarge, 20, mode, NULL);
+}
+
+const BenchFilter RANK_FILTERS[] = {
+    {"Median-11", Median, 11},
+    {"Median-15", Median, 15},
+    {"Median-31", Median, 31},
+    {"TrimmedMean-15", TrimmedMean, 15},
+    {"DoubleWindow-15", DoubleWindow, 15},
+    {NULL, NULL, 0},
+};
+
 // ---- effects ------------------------------------------------------------------------------------
 
 enum { BLUR_LENGTH = 15 };

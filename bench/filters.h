@@ -17,6 +17,7 @@ extern const BenchFilter CONVOLUTIONS[];  // up to one without a name
 // side of a square element.
 extern const BenchFilter PAGE_FILTERS[];
 extern const BenchFilter GRAY_FILTERS[];
+extern const BenchFilter RANK_FILTERS[];  // of large windows, gray and colour
 
 extern const BenchFilter EFFECTS[];  // gray and colour; up to one without a name
 

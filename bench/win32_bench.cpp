@@ -96,6 +96,9 @@ static int TimeFilters(PictureKind kind, int side)
     int bDone = TimeFilter(&NEW_BLOCK, pKind, size, pixels, hSource);
     bDone &= TimeTable(CONVOLUTIONS, pKind, size, pixels, hSource);
     bDone &= TimeTable(EFFECTS, pKind, size, pixels, hSource);
+    if (kind != PICTURE_SHUFFLED) {
+        bDone &= TimeTable(RANK_FILTERS, pKind, size, pixels, hSource);
+    }
     if (kind == PICTURE_RAMP) {
         bDone &= TimeTable(GRAY_FILTERS, pKind, size, pixels, hSource);
     }

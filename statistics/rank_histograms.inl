@@ -121,6 +121,27 @@ struct WideCounts {
     typedef ULONGLONG Sum;
 };
 
+// The counts of a window up to the end of the segment before each. Those of the segments
+// themselves, which are stored at once, lie in a line of the cache.
+template <typename T> struct ReachedCounts {
+    alignas(SEGMENTS * sizeof(T)) T at[2 * SEGMENTS];
+};
+
+template <typename T> INLINE T *ReachedBefore(ReachedCounts<T> *pReached)
+{
+    pReached->at[SEGMENTS - 1] = 0;
+    return pReached->at + SEGMENTS - 1;
+}
+
+// Short of registers, compilers store a byte and load it as a double word at once, which stalls. So
+// it is one before.
+INLINE unsigned LevelAt(const BYTE *p)
+{
+    unsigned level = *p;
+    __asm__("" : "+r"(level));
+    return level;
+}
+
 // ---- columns ------------------------------------------------------------------------------------
 
 // Row j: 1 from place j on. The last row is all 0.
@@ -218,7 +239,7 @@ INLINE void GainSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_
     typedef typename COUNTS::Coarse Coarse;
     typedef typename COUNTS::Fine Fine;
     for (size_t x = 0; x < pColumns->count - 1; x++) {
-        const unsigned level = line[x * step];
+        const unsigned level = LevelAt(line + x * step);
         AddRow(pColumns->coarse + x * SEGMENTS, STEPS<Coarse>.at[level / SEGMENT]);
         AddRow(FineCounts(pColumns, level / SEGMENT, x), STEPS<Fine>.at[level % SEGMENT]);
         if (pColumns->depths != NULL) {
@@ -233,7 +254,7 @@ INLINE void LoseSamples(const Columns<COUNTS> *pColumns, const BYTE *line, size_
     typedef typename COUNTS::Coarse Coarse;
     typedef typename COUNTS::Fine Fine;
     for (size_t x = 0; x < pColumns->count - 1; x++) {
-        const unsigned level = line[x * step];
+        const unsigned level = LevelAt(line + x * step);
         SubtractRow(pColumns->coarse + x * SEGMENTS, STEPS<Coarse>.at[level / SEGMENT]);
         SubtractRow(FineCounts(pColumns, level / SEGMENT, x), STEPS<Fine>.at[level % SEGMENT]);
         if (pColumns->depths != NULL) {
@@ -368,14 +389,15 @@ static void MedianRow(const Columns<COUNTS> *pColumns, const BYTE *top, size_t s
     typedef typename COUNTS::Coarse Coarse;
     const size_t nSize = pRule->nSize;
     const DWORD nRank = pRule->nSize * pRule->nSize / 2;
-    Coarse reached[1 + SEGMENTS] = {0};  // counts up to the end of the segment before each
+    ReachedCounts<Coarse> reachedCounts;
+    Coarse *const reached = ReachedBefore(&reachedCounts);
     Segment<COUNTS> segment;
     PutAside<COUNTS> aside;
     typename COUNTS::Sixteen window = FirstWindow(pColumns, nSize);
     typename COUNTS::Sixteen steps;
     BeginSegment(pColumns, &segment, &aside, nSize);
     for (size_t x = 0; x < nPixels; x++) {
-        const unsigned first = top[x * step];
+        const unsigned first = LevelAt(top + x * step);
         LoadSixteen(&steps, STEPS<Coarse>.at[first / SEGMENT]);
         const typename COUNTS::Sixteen others = Subtract(window, steps);
         StoreSixteen(reached + 1, others);
@@ -425,7 +447,8 @@ static void TrimmedMeanRow(const Columns<COUNTS> *pColumns, const BYTE *top, siz
     const size_t nSize = pRule->nSize;
     const DWORD nSamples = pRule->nSize * pRule->nSize;
     const double divisor = nSamples - 2 * pRule->nTrim;
-    typename COUNTS::Coarse reached[1 + SEGMENTS] = {0};
+    ReachedCounts<typename COUNTS::Coarse> reachedCounts;
+    typename COUNTS::Coarse *const reached = ReachedBefore(&reachedCounts);
     Sum depths[SEGMENTS] = {0};
     Segment<COUNTS> low, high;
     PutAside<COUNTS> lowAside, highAside;
@@ -456,7 +479,8 @@ INLINE int WholeMedian(const Columns<COUNTS> *pColumns, const typename COUNTS::S
                        DWORD nRank, Segment<COUNTS> *pSegment, PutAside<COUNTS> *pAside, size_t x,
                        size_t nSize)
 {
-    typename COUNTS::Coarse reached[1 + SEGMENTS] = {0};
+    ReachedCounts<typename COUNTS::Coarse> reachedCounts;
+    typename COUNTS::Coarse *const reached = ReachedBefore(&reachedCounts);
     StoreSixteen(reached + 1, window);
     TurnToSegment(pColumns, pSegment, pAside, FirstToReach(window, nRank), x, nSize);
     const unsigned nNumber = pSegment->nNumber;
@@ -501,7 +525,8 @@ static void DoubleWindowRow(const Columns<COUNTS> *pSmall, const Columns<COUNTS>
 {
     const size_t nSmall = (size_t)pRule->nSmall, nLarge = (size_t)pRule->nLarge;
     const DWORD nRank = (DWORD)(nSmall * nSmall / 2 + 1);
-    typename COUNTS::Coarse reached[1 + SEGMENTS] = {0};
+    ReachedCounts<typename COUNTS::Coarse> reachedCounts;
+    typename COUNTS::Coarse *const reached = ReachedBefore(&reachedCounts);
     typename COUNTS::Sum depths[SEGMENTS] = {0};
     Segment<COUNTS> middle, low, high;
     PutAside<COUNTS> middleAside, lowAside, highAside;
